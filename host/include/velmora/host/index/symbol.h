@@ -1,0 +1,36 @@
+// A symbol as the host writes it into its index.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "velmora/models/symbol.h"
+
+namespace velmora::host::index {
+
+using models::SymbolId;
+
+// A vector that a model made of a symbol.
+struct SymbolEmbedding {
+  std::string model;
+  std::vector<float> values;
+};
+
+// One symbol with everything that the index keeps of it.
+struct Symbol {
+  std::optional<SymbolId> id;  // absent: the index gives the next ascending one
+  std::string fqn;
+  std::string name;
+  std::string kind;
+  std::string language;  // for instance one of SOURCE_LANGUAGES
+  std::string path;      // relative to the root: forward slashes, no "./", no slash at an end
+  std::int64_t start_line = 0;  // from 1
+  std::int64_t end_line = 0;    // the last line, inclusive
+  std::optional<std::string> signature;
+  std::optional<std::string> docstring;
+  std::vector<SymbolEmbedding> embeddings;
+};
+
+}  // namespace velmora::host::index

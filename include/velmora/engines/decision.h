@@ -1,0 +1,36 @@
+// The rerank question and its answer.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "velmora/engines/rerank_client.h"
+
+namespace velmora::engines {
+
+// The version of the wording of `rerank_request`; grows with every change of it.
+inline constexpr std::string_view RERANK_QUESTION_VERSION = "1";
+
+// A rerank client that carries the user's word on whether source may be shown to the model.
+class DecisionClient : public RerankClient {
+ public:
+  // Whether the user allowed source text (signatures, docstrings) to be shown to the decision model.
+  // Called once for each rerank, from several threads at once. An error fails the rerank alone.
+  virtual bool source_consent() = 0;
+};
+
+// The state and the questions of a rerank: the question as the user gave it with the candidates'
+// lines numbered from 1, and one yes/no question for each candidate.
+[[nodiscard]] std::pair<DecisionState, DecisionQuestions> rerank_request(
+    std::string_view question, std::span<const std::string> lines);
+
+// The positions 0 to `candidates` - 1, each once, by falling probability, equal ones by position.
+// Throws DecisionError when a candidate's probability is missing, not a number or outside 0 to 1.
+[[nodiscard]] std::vector<std::size_t> rerank_order(const DecisionResult& answer,
+                                                    std::size_t candidates);
+
+}  // namespace velmora::engines

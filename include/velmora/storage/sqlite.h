@@ -1,0 +1,112 @@
+// Small owners of SQLite's handles, for the library and for hosts that keep their index in SQLite.
+//
+// Threads: a Database and its Statements are used by one thread at a time; connections are opened
+// without a mutex of their own, so whoever shares one brings the lock. Errors: every failing call
+// throws DatabaseError, or std::bad_alloc when SQLite ran out of memory.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace velmora::storage {
+
+// An error of the database.
+class DatabaseError : public std::runtime_error {
+ public:
+  DatabaseError(int code, const std::string& message) : std::runtime_error(message), code_(code) {}
+
+  // SQLite's primary result code, for instance SQLITE_CONSTRAINT.
+  [[nodiscard]] int code() const noexcept { return code_ & 0xFF; }
+
+  // SQLite's extended result code, for instance SQLITE_CONSTRAINT_PRIMARYKEY.
+  [[nodiscard]] int extended_code() const noexcept { return code_; }
+
+ private:
+  int code_;
+};
+
+// A prepared statement. Texts and blobs are bound by reference: they must live until the statement is
+// reset or bound anew. Moved-from statements may only be destroyed or assigned to.
+class Statement {
+ public:
+  Statement() = default;
+  // Prepares the first statement of `sql`; `flags` are SQLITE_PREPARE_... flags.
+  Statement(sqlite3* database, std::string_view sql, unsigned flags = 0);
+
+  // Parameters count from 1. An absent text binds NULL; a text may hold NUL bytes.
+  Statement& bind(int index, std::int64_t value);
+  Statement& bind(int index, double value);
+  Statement& bind(int index, std::string_view text);
+  Statement& bind(int index, std::optional<std::string_view> text);
+  Statement& bind_blob(int index, std::span<const std::byte> bytes);
+
+  // Moves to the next row; false when there is none left.
+  bool step();
+  // Closes the cursor, so that the statement can run again. Keeps the bound values.
+  void reset() noexcept;
+  // Runs the statement to its end and resets it, ignoring its rows.
+  void run();
+
+  // Columns count from 0. Texts and blobs live until the next step or reset.
+  [[nodiscard]] std::int64_t column_int64(int column) const;
+  [[nodiscard]] double column_double(int column) const;
+  [[nodiscard]] std::string_view column_text(int column) const;
+  [[nodiscard]] std::optional<std::string_view> column_optional_text(int column) const;
+  [[nodiscard]] std::span<const std::byte> column_blob(int column) const;
+
+ private:
+  struct Finalize {
+    void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
+  };
+  void check(int code) const;
+
+  std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+};
+
+// An open database. Closed by the destructor; its statements must be gone by then.
+class Database {
+ public:
+  // Opens the file at `path` (UTF-8) with SQLITE_OPEN_... `flags`.
+  Database(const std::string& path, int flags);
+
+  [[nodiscard]] sqlite3* handle() const { return database_.get(); }
+
+  // Runs every statement of `sql`, ignoring rows.
+  void execute(const std::string& sql);
+  [[nodiscard]] Statement prepare(std::string_view sql, unsigned flags = 0) const;
+
+ private:
+  struct Close {
+    void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
+  };
+  std::unique_ptr<sqlite3, Close> database_;
+};
+
+// A transaction that rolls back unless it was committed.
+class Transaction {
+ public:
+  // `begin` may be "BEGIN IMMEDIATE" or the like. The database must outlive the transaction.
+  explicit Transaction(Database& database, const std::string& begin = "BEGIN");
+  Transaction(Database&&, const std::string& = "") = delete;
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+  ~Transaction();
+
+  void commit();
+
+ private:
+  Database& database_;
+  bool open_ = true;
+};
+
+// Throws what stands for the result `code` of a call on `database` (which may be null).
+[[noreturn]] void throw_database_error(sqlite3* database, int code);
+
+}  // namespace velmora::storage

@@ -1,0 +1,61 @@
+#include "workers/retrieval/words.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "velmora/workers/retrieval.h"
+
+namespace velmora::workers::retrieval {
+
+using internal::WordScanner;
+
+namespace internal {
+
+void append_lowercase(std::string& out, std::string_view word) {
+  for (const char c : word) out += static_cast<char>(c | 0x20);  // leaves digits as they are
+}
+
+void append_index_text(std::string& out, std::string_view text) {
+  const std::size_t begin = out.size();
+  WordScanner words(text);
+  for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
+    const std::size_t before = out.size();
+    if (before != begin) out += ' ';
+    const std::size_t start = out.size();
+    append_lowercase(out, word);
+    if (STOP_WORDS.contains(std::string_view(out).substr(start))) out.resize(before);
+  }
+}
+
+std::string index_text(std::optional<std::string_view> text) {
+  std::string out;
+  if (text) append_index_text(out, *text);
+  return out;
+}
+
+}  // namespace internal
+
+std::vector<std::string> split_identifier(std::string_view text) {
+  std::vector<std::string> words;
+  WordScanner scanner(text);
+  for (std::string_view word = scanner.next(); !word.empty(); word = scanner.next()) {
+    internal::append_lowercase(words.emplace_back(), word);
+  }
+  return words;
+}
+
+std::vector<std::string> query_terms(std::string_view text) {
+  std::vector<std::string> terms;
+  std::unordered_set<std::string> seen;
+  for (std::string& word : split_identifier(text)) {
+    if (!STOP_WORDS.contains(word) && seen.insert(word).second) terms.push_back(std::move(word));
+  }
+  return terms;
+}
+
+bool is_test_query(std::span<const std::string> terms) {
+  return std::any_of(terms.begin(), terms.end(),
+                     [](const std::string& term) { return TEST_QUERY_WORDS.contains(term); });
+}
+
+}  // namespace velmora::workers::retrieval
