@@ -12,7 +12,9 @@ function(velmora_target name)
   endif()
   if(VELMORA_SANITIZE)
     target_compile_options(${name} PRIVATE -fsanitize=${VELMORA_SANITIZE} -fno-omit-frame-pointer
-                                           -fno-sanitize-recover=all)
+                                           -fno-sanitize-recover=all
+      # GCC's own words: sanitizers make this warning misfire.
+      $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(${name} PRIVATE -fsanitize=${VELMORA_SANITIZE})
   endif()
 endfunction()

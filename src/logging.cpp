@@ -21,10 +21,14 @@ Holder& holder() {
 
 std::string_view level_name(Level level) {
   switch (level) {
-    case Level::debug: return "DEBUG";
-    case Level::info: return "INFO";
-    case Level::warning: return "WARNING";
-    case Level::error: return "ERROR";
+    case Level::debug:
+      return "DEBUG";
+    case Level::info:
+      return "INFO";
+    case Level::warning:
+      return "WARNING";
+    case Level::error:
+      return "ERROR";
   }
   return "UNKNOWN";
 }

@@ -17,7 +17,7 @@ enum class Level { debug, info, warning, error };
 
 // One log line. The views live until `Sink::write` returns; a sink that keeps them copies.
 struct Record {
-  std::string_view logger;   // the logger's name, for instance "velmora.workers.retrieval"
+  std::string_view logger;  // the logger's name, for instance "velmora.workers.retrieval"
   Level level = Level::debug;
   std::string_view message;  // UTF-8, one line
   std::exception_ptr error;  // the error behind the line, or null
@@ -39,8 +39,8 @@ class Sink {
 void set_sink(std::shared_ptr<Sink> sink, Level least = Level::info);
 
 // The default text of a record: "WARNING velmora.workers.retrieval: message", then for an attached
-// error a line "  caused by: " for it and for each exception nested in it, outermost first. No final
-// line break.
+// error a line "  caused by: " for it and for each exception nested in it, outermost first. No
+// final line break.
 [[nodiscard]] std::string format(const Record& record);
 
 namespace internal {

@@ -46,7 +46,8 @@ Statement& Statement::bind(int index, double value) {
 Statement& Statement::bind(int index, std::string_view text) {
   // A null pointer would bind NULL, and an empty view may hold one.
   const char* data = text.data() != nullptr ? text.data() : "";
-  check(sqlite3_bind_text64(statement_.get(), index, data, text.size(), SQLITE_STATIC, SQLITE_UTF8));
+  check(
+      sqlite3_bind_text64(statement_.get(), index, data, text.size(), SQLITE_STATIC, SQLITE_UTF8));
   return *this;
 }
 
@@ -102,8 +103,7 @@ std::optional<std::string_view> Statement::column_optional_text(int column) cons
 }
 
 std::span<const std::byte> Statement::column_blob(int column) const {
-  const auto* bytes =
-      static_cast<const std::byte*>(sqlite3_column_blob(statement_.get(), column));
+  const auto* bytes = static_cast<const std::byte*>(sqlite3_column_blob(statement_.get(), column));
   if (bytes == nullptr) return {};
   return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }

@@ -84,8 +84,10 @@ bool prints(const Character& character) {
     case U_SURROGATE:
     case U_SPACE_SEPARATOR:
     case U_LINE_SEPARATOR:
-    case U_PARAGRAPH_SEPARATOR: return false;
-    default: return true;
+    case U_PARAGRAPH_SEPARATOR:
+      return false;
+    default:
+      return true;
   }
 }
 
@@ -99,10 +101,17 @@ void append_hex(std::string& out, char letter, std::uint32_t value, int digits) 
 
 void append_escaped(std::string& out, char32_t code) {
   switch (code) {
-    case '\n': out += "\\n"; return;
-    case '\r': out += "\\r"; return;
-    case '\t': out += "\\t"; return;
-    default: break;
+    case '\n':
+      out += "\\n";
+      return;
+    case '\r':
+      out += "\\r";
+      return;
+    case '\t':
+      out += "\\t";
+      return;
+    default:
+      break;
   }
   if (code < 0x100) return append_hex(out, 'x', code, 2);
   if (code < 0x10000) return append_hex(out, 'u', code, 4);
@@ -133,8 +142,8 @@ Character first_character(std::string_view text) {
     if (code >= 0x800 && (code < 0xD800 || code > 0xDFFF)) return {code, 3, true};
   }
   if (lead >= 0xF0 && lead < 0xF5 && trails(3)) {
-    const char32_t code = (lead & 0x7) << 18 | (byte(1) & 0x3F) << 12 | (byte(2) & 0x3F) << 6 |
-                          (byte(3) & 0x3F);
+    const char32_t code =
+        (lead & 0x7) << 18 | (byte(1) & 0x3F) << 12 | (byte(2) & 0x3F) << 6 | (byte(3) & 0x3F);
     if (code >= 0x10000 && code <= 0x10FFFF) return {code, 4, true};
   }
   return {lead, 1, false};
@@ -208,7 +217,7 @@ std::string_view trim(std::string_view text) {
   return text;
 }
 
-std::string quoted(std::string_view text) {
+std::string quoted_literal(std::string_view text) {
   const bool single = text.find('\'') != std::string_view::npos;
   const bool doubled = text.find('"') != std::string_view::npos;
   const char quote = single && !doubled ? '"' : '\'';

@@ -1,5 +1,5 @@
-// The little Unicode that the retriever needs, over UTF-8. ASCII never enters ICU; invalid bytes are
-// carried through. Pure functions; any thread may call them.
+// The little Unicode that the retriever needs, over UTF-8. ASCII never enters ICU; invalid bytes
+// are carried through. Pure functions; any thread may call them.
 #pragma once
 
 #include <cstddef>
@@ -38,9 +38,10 @@ struct Character {
 // The text without white space at either end.
 [[nodiscard]] std::string_view trim(std::string_view text);
 
-// The text as a quoted literal for a log line: between single quotes, or double quotes when it holds a
-// single quote and no double one; a backslash before backslashes and the quote; line breaks, tabs,
-// other characters that do not print, and separators other than the space, as escapes.
-[[nodiscard]] std::string quoted(std::string_view text);
+// The text as a quoted literal for a log line: between single quotes, or double quotes when it
+// holds a single quote and no double one; a backslash before backslashes and the quote; line
+// breaks, tabs, other characters that do not print, and separators other than the space, as
+// escapes.
+[[nodiscard]] std::string quoted_literal(std::string_view text);
 
 }  // namespace velmora::utils

@@ -18,8 +18,9 @@ inline constexpr std::string_view RERANK_QUESTION_VERSION = "1";
 // A rerank client that carries the user's word on whether source may be shown to the model.
 class DecisionClient : public RerankClient {
  public:
-  // Whether the user allowed source text (signatures, docstrings) to be shown to the decision model.
-  // Called once for each rerank, from several threads at once. An error fails the rerank alone.
+  // Whether the user allowed source text (signatures, docstrings) to be shown to the decision
+  // model. Called once for each rerank, from several threads at once. An error fails the rerank
+  // alone.
   virtual bool source_consent() = 0;
 };
 

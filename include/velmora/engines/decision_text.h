@@ -19,8 +19,8 @@ struct CandidateLineOptions {
 };
 
 // One line that shows the model a candidate: its kind, fqn and path; with `consent` also its
-// signature and the first sentence of its docstring. White space is folded to single spaces, and the
-// line is cut to 300 characters.
+// signature and the first sentence of its docstring. White space is folded to single spaces, and
+// the line is cut to 300 characters.
 [[nodiscard]] std::string candidate_line(std::string_view fqn, std::string_view kind,
                                          std::optional<std::string_view> docstring,
                                          std::optional<std::string_view> signature, bool consent,

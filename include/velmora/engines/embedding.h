@@ -24,8 +24,8 @@ class EmbeddingBackend {
  public:
   virtual ~EmbeddingBackend() = default;
 
-  // One vector for each text (UTF-8), in their order. May block. An error makes the semantic channel
-  // of the question "failed" and is logged.
+  // One vector for each text (UTF-8), in their order. May block. An error makes the semantic
+  // channel of the question "failed" and is logged.
   virtual std::vector<std::vector<float>> embed(std::span<const std::string_view> texts) = 0;
 
   // The model's name: the one under which the index finds the stored embeddings of this model.
@@ -39,8 +39,8 @@ class EmbeddingEngine {
   virtual ~EmbeddingEngine() = default;
 
   // The model's backend, never null. Waits for it no longer than `longest`; with zero it returns or
-  // throws at once. Throws EmbeddingNotReadyError when the model is not loaded by then. May be called
-  // from several threads at once.
+  // throws at once. Throws EmbeddingNotReadyError when the model is not loaded by then. May be
+  // called from several threads at once.
   virtual std::shared_ptr<EmbeddingBackend> wait_ready(std::chrono::milliseconds longest) = 0;
 };
 

@@ -40,14 +40,14 @@ struct DecideOptions {
   std::string_view question_version;  // names the wording of the questions; for caches and logs
 };
 
-// A decision model. Both functions are called on the thread of the question, from several threads at
-// once, without a lock of the retriever.
+// A decision model. Both functions are called on the thread of the question, from several threads
+// at once, without a lock of the retriever.
 class RerankClient {
  public:
   virtual ~RerankClient() = default;
 
-  // Whether the client is usable and its switch `name` is on. Asked once for each question that wants
-  // a rerank. Must not throw: an error is not caught and ends the question.
+  // Whether the client is usable and its switch `name` is on. Asked once for each question that
+  // wants a rerank. Must not throw: an error is not caught and ends the question.
   virtual bool feature_enabled(std::string_view name) = 0;
 
   // Answers the questions about the state. Blocks its question; must end within 3 seconds. Throws

@@ -28,14 +28,14 @@ struct IndexFingerprint {
   bool operator==(const IndexFingerprint&) const = default;
 };
 
-// One symbol as the index streams it. The texts are the index's own memory and live until the cursor
-// is asked for the next row.
+// One symbol as the index streams it. The texts are the index's own memory and live until the
+// cursor is asked for the next row.
 struct SymbolRow {
-  SymbolId id = 0;            // unique among the rows
-  std::string_view fqn;       // fully qualified name
-  std::string_view name;      // the symbol's own name
-  std::string_view kind;      // one of the kinds asked for
-  std::string_view path;      // relative to the root: forward slashes, no "./", no slash at an end
+  SymbolId id = 0;        // unique among the rows
+  std::string_view fqn;   // fully qualified name
+  std::string_view name;  // the symbol's own name
+  std::string_view kind;  // one of the kinds asked for
+  std::string_view path;  // relative to the root: forward slashes, no "./", no slash at an end
   std::int64_t start_line = 0;
   std::int64_t end_line = 0;
   std::optional<std::string_view> signature;
@@ -83,28 +83,29 @@ class Repository {
   virtual IndexFingerprint retrieval_fingerprint() = 0;
 
   // Exactly the symbols whose language is one of `languages` and whose kind is one of `kinds`, each
-  // once. The order is the index's own but should be the same for the same state: files are numbered
-  // by first appearance in it, and rows that tie in a text search may come in its order. Called when
-  // a corpus is built, under the retriever's build lock: no other thread of the same retriever calls
-  // it meanwhile. Never null; no row at all is an empty cursor. The arguments live until the cursor
-  // is destroyed. An error ends the question, keeps the previous corpus, and the next question tries
-  // again.
+  // once. The order is the index's own but should be the same for the same state: files are
+  // numbered by first appearance in it, and rows that tie in a text search may come in its order.
+  // Called when a corpus is built, under the retriever's build lock: no other thread of the same
+  // retriever calls it meanwhile. Never null; no row at all is an empty cursor. The arguments live
+  // until the cursor is destroyed. An error ends the question, keeps the previous corpus, and the
+  // next question tries again.
   virtual std::unique_ptr<SymbolCursor> retrievable_code_symbols(
       std::span<const std::string_view> languages, std::span<const std::string_view> kinds) = 0;
 
-  // The stored embeddings of `model` nearest to `values` by cosine similarity, nearest first, at most
-  // `options.top_k`. Fewer than `top_k` means that every embedding of the model was returned; an empty
-  // list that the index holds none of that model. Ids of symbols that no longer exist may be among
-  // them. Called once to a few times a question, with growing `top_k`, without a lock of the
-  // retriever. Any error, a TryAgainLaterError too, makes the semantic channel "failed" and is logged;
-  // the question is answered by the other channels.
+  // The stored embeddings of `model` nearest to `values` by cosine similarity, nearest first, at
+  // most `options.top_k`. Fewer than `top_k` means that every embedding of the model was returned;
+  // an empty list that the index holds none of that model. Ids of symbols that no longer exist may
+  // be among them. Called once to a few times a question, with growing `top_k`, without a lock of
+  // the retriever. Any error, a TryAgainLaterError too, makes the semantic channel "failed" and is
+  // logged; the question is answered by the other channels.
   virtual std::vector<NearestPair> nearest_symbol_ids(std::span<const float> values,
                                                       std::string_view model,
                                                       NearestOptions options) = 0;
 
   // The stored symbols of `ids`; an id that the index no longer holds is missing from the result.
-  // Called at most once a question, for a rerank, with at most RERANK_DEPTH ids and without a lock of
-  // the retriever. An error fails the rerank alone: the hits keep their order and the note says so.
+  // Called at most once a question, for a rerank, with at most RERANK_DEPTH ids and without a lock
+  // of the retriever. An error fails the rerank alone: the hits keep their order and the note says
+  // so.
   virtual std::unordered_map<SymbolId, StoredSymbol> get_symbols_by_ids(
       std::span<const SymbolId> ids) = 0;
 };

@@ -32,8 +32,8 @@ class DatabaseError : public std::runtime_error {
   int code_;
 };
 
-// A prepared statement. Texts and blobs are bound by reference: they must live until the statement is
-// reset or bound anew. Moved-from statements may only be destroyed or assigned to.
+// A prepared statement. Texts and blobs are bound by reference: they must live until the statement
+// is reset or bound anew. Moved-from statements may only be destroyed or assigned to.
 class Statement {
  public:
   Statement() = default;

@@ -9,7 +9,7 @@ namespace velmora::utils {
 // take part in retrieval. Prose and data formats (markdown, json) are not among them.
 inline constexpr auto SOURCE_LANGUAGES =
     string_set("bash", "c", "cpp", "csharp", "dart", "elixir", "erlang", "go", "haskell", "java",
-               "javascript", "julia", "kotlin", "lua", "objc", "ocaml", "perl", "php", "python", "r",
-               "ruby", "rust", "scala", "swift", "typescript", "zig");
+               "javascript", "julia", "kotlin", "lua", "objc", "ocaml", "perl", "php", "python",
+               "r", "ruby", "rust", "scala", "swift", "typescript", "zig");
 
 }  // namespace velmora::utils

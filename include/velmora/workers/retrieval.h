@@ -1,19 +1,19 @@
-// The retriever: answers a question about one source repository (a sentence, keywords or a name) with
-// the code symbols of its index that best answer it, best first.
+// The retriever: answers a question about one source repository (a sentence, keywords or a name)
+// with the code symbols of its index that best answer it, best first.
 //
-// A host implements `storage::Repository` over its index, makes one HybridRetriever for a repository
-// and asks it from any thread, off its event loop, since an answer blocks:
+// A host implements `storage::Repository` over its index, makes one HybridRetriever for a
+// repository and asks it from any thread, off its event loop, since an answer blocks:
 //
 //   HybridRetriever retriever(repository, {.embedder = engine_query_embedder(engine)});
 //   RetrievalResult answer = retriever.retrieve("parse config", {.limit = 3, .scope = "src"});
 //
 // Four channels rank (exact name, BM25 over symbols, BM25 over files, embeddings), reciprocal-rank
-// fusion merges them, symbols whose name the question spells as code come first, and a decision model
-// may reorder the first hits. A channel that cannot rank is reported in `channels` and in the note,
-// never as an error. The same index and question give the same answer.
+// fusion merges them, symbols whose name the question spells as code come first, and a decision
+// model may reorder the first hits. A channel that cannot rank is reported in `channels` and in the
+// note, never as an error. The same index and question give the same answer.
 //
-// The library starts no thread, prints nothing and writes no file. Texts are UTF-8; invalid bytes are
-// carried through.
+// The library starts no thread, prints nothing and writes no file. Texts are UTF-8; invalid bytes
+// are carried through.
 #pragma once
 
 #include <algorithm>
@@ -43,7 +43,8 @@ namespace velmora::workers::retrieval {
 using engines::RerankClient;
 using models::SymbolId;
 
-// --- Channels and what became of them ---------------------------------------------------------------
+// --- Channels and what became of them
+// ---------------------------------------------------------------
 
 inline constexpr std::string_view EXACT = "exact";        // exact-name lookup
 inline constexpr std::string_view LEXICAL = "lexical";    // BM25 over the words of each symbol
@@ -56,7 +57,7 @@ inline constexpr std::array<std::string_view, 4> CHANNELS = {EXACT, LEXICAL, FIL
 inline constexpr std::string_view OK = "ok";                    // ran in full
 inline constexpr std::string_view PARTIAL = "partial";          // ranked, but stopped short
 inline constexpr std::string_view UNAVAILABLE = "unavailable";  // could not rank; not an error
-inline constexpr std::string_view FAILED = "failed";            // a collaborator threw; it was logged
+inline constexpr std::string_view FAILED = "failed";  // a collaborator threw; it was logged
 
 // A value for each of some channels, in the order in which they were set; at most CHANNELS.size()
 // entries, held in place. Keys are views and must have static storage, as the constants above have.
@@ -78,13 +79,15 @@ class ChannelMap {
       *found = std::move(value);
       return;
     }
-    if (size_ == entries_.size()) throw std::length_error("a channel map holds four channels at most");
+    if (size_ == entries_.size())
+      throw std::length_error("a channel map holds four channels at most");
     entries_[size_++] = {channel, std::move(value)};
   }
 
   // The channel's value, or null when it has none. Valid until the map is changed.
   [[nodiscard]] const Value* find(std::string_view channel) const {
-    const auto entry = std::find_if(begin(), end(), [&](const Entry& e) { return e.first == channel; });
+    const auto entry =
+        std::find_if(begin(), end(), [&](const Entry& e) { return e.first == channel; });
     return entry == end() ? nullptr : &entry->second;
   }
   [[nodiscard]] Value* find(std::string_view channel) {
@@ -115,7 +118,8 @@ class ChannelMap {
   std::size_t size_ = 0;
 };
 
-// --- Records ----------------------------------------------------------------------------------------
+// --- Records
+// ----------------------------------------------------------------------------------------
 
 // A code symbol of the index, as a hit carries it.
 struct RetrievedSymbol {
@@ -131,11 +135,11 @@ struct RetrievedSymbol {
   bool operator==(const RetrievedSymbol&) const = default;
 };
 
-// One answer. The order of `RetrievalResult::hits` is the ranking, not the order of scores: a symbol
-// that the question names comes before hits of higher score.
+// One answer. The order of `RetrievalResult::hits` is the ranking, not the order of scores: a
+// symbol that the question names comes before hits of higher score.
 struct Hit {
   RetrievedSymbol symbol;
-  double score = 0.0;             // fused reciprocal-rank score; comparable within one answer
+  double score = 0.0;              // fused reciprocal-rank score; comparable within one answer
   ChannelMap<std::int64_t> ranks;  // 1-based place in each channel that found it, after the filters
 
   bool operator==(const Hit&) const = default;
@@ -160,14 +164,14 @@ struct QueryVector {
   bool operator==(const QueryVector&) const = default;
 };
 
-// Embeds a query (UTF-8). Called on the thread of the question, from several threads at once. Throws
-// TryAgainLaterError while the model is not ready, which makes the semantic channel "unavailable";
-// any other error makes it "failed".
+// Embeds a query (UTF-8). Called on the thread of the question, from several threads at once.
+// Throws TryAgainLaterError while the model is not ready, which makes the semantic channel
+// "unavailable"; any other error makes it "failed".
 using QueryEmbedder = std::function<QueryVector(std::string_view query)>;
 
 // The BM25 weight of a match in each field of a symbol. Any double is taken as it is, but SQLite
-// refuses a rank expression with an exponent, an infinity or a NaN, and that error reaches the caller
-// of `retrieve`.
+// refuses a rank expression with an exponent, an infinity or a NaN, and that error reaches the
+// caller of `retrieve`.
 struct LexicalWeights {
   double name = 10.0;
   double signature = 3.0;
@@ -207,14 +211,15 @@ struct RetrievalSettings {
   int best_files = 1;
   LexicalWeights weights;
   FileWeights file_weights;
-  // The FTS5 tokenizer of both full-text tables, written into their definition as it stands. One that
-  // SQLite does not know leaves the retriever without text search.
+  // The FTS5 tokenizer of both full-text tables, written into their definition as it stands. One
+  // that SQLite does not know leaves the retriever without text search.
   std::string tokenizer = "porter unicode61";
 
   bool operator==(const RetrievalSettings&) const = default;
 };
 
-// --- Constants --------------------------------------------------------------------------------------
+// --- Constants
+// --------------------------------------------------------------------------------------
 
 // How many unpinned hits a rerank may reorder.
 inline constexpr std::int64_t RERANK_DEPTH = 12;
@@ -240,30 +245,31 @@ inline constexpr auto RETRIEVABLE_KINDS = internal::retrievable_kinds();
 // Words that are never search terms and never indexed, in lower case; among them the pieces into
 // which the splitter cuts English contractions ("don't" is "don" and "t").
 inline constexpr auto STOP_WORDS = utils::string_set(
-    "a", "about", "above", "after", "again", "against", "all", "am", "an", "and", "any", "are", "as",
-    "at", "be", "because", "been", "before", "being", "below", "between", "both", "but", "by", "can",
-    "could", "d", "did", "do", "does", "doing", "down", "during", "each", "few", "for", "from",
-    "further", "had", "has", "have", "having", "he", "her", "here", "hers", "herself", "him",
-    "himself", "his", "how", "i", "if", "in", "into", "is", "it", "its", "itself", "just", "ll", "m",
-    "may", "me", "might", "more", "most", "must", "my", "myself", "need", "no", "nor", "not", "now",
-    "of", "off", "on", "once", "only", "or", "other", "our", "ours", "ourselves", "out", "over",
-    "own", "re", "s", "same", "shall", "she", "should", "so", "some", "such", "t", "than", "that",
-    "the", "their", "theirs", "them", "themselves", "then", "there", "these", "they", "this",
-    "those", "through", "to", "too", "under", "until", "up", "ve", "very", "was", "we", "were",
-    "what", "when", "where", "which", "while", "who", "whom", "why", "will", "with", "would", "you",
-    "your", "yours", "yourself", "yourselves");
+    "a", "about", "above", "after", "again", "against", "all", "am", "an", "and", "any", "are",
+    "as", "at", "be", "because", "been", "before", "being", "below", "between", "both", "but", "by",
+    "can", "could", "d", "did", "do", "does", "doing", "down", "during", "each", "few", "for",
+    "from", "further", "had", "has", "have", "having", "he", "her", "here", "hers", "herself",
+    "him", "himself", "his", "how", "i", "if", "in", "into", "is", "it", "its", "itself", "just",
+    "ll", "m", "may", "me", "might", "more", "most", "must", "my", "myself", "need", "no", "nor",
+    "not", "now", "of", "off", "on", "once", "only", "or", "other", "our", "ours", "ourselves",
+    "out", "over", "own", "re", "s", "same", "shall", "she", "should", "so", "some", "such", "t",
+    "than", "that", "the", "their", "theirs", "them", "themselves", "then", "there", "these",
+    "they", "this", "those", "through", "to", "too", "under", "until", "up", "ve", "very", "was",
+    "we", "were", "what", "when", "where", "which", "while", "who", "whom", "why", "will", "with",
+    "would", "you", "your", "yours", "yourself", "yourselves");
 
 // Words that mark a question about tests, in lower case.
 inline constexpr auto TEST_QUERY_WORDS =
     utils::string_set("conftest", "fixture", "fixtures", "jest", "mock", "mocks", "pytest", "spec",
                       "specs", "test", "testing", "tests", "unittest", "vitest");
 
-// --- Words ------------------------------------------------------------------------------------------
-// Pure functions; any thread may call them.
+// --- Words
+// ------------------------------------------------------------------------------------------ Pure
+// functions; any thread may call them.
 
 // The lower-case words of any text, in order, repeats kept: camelCase, snake_case, kebab-case,
-// acronyms and numbers are split apart, so "getHTTPResponse_v2" is get, http, response, v, 2. A word is
-// ASCII letters only or ASCII digits only; every other character separates.
+// acronyms and numbers are split apart, so "getHTTPResponse_v2" is get, http, response, v, 2. A
+// word is ASCII letters only or ASCII digits only; every other character separates.
 [[nodiscard]] std::vector<std::string> split_identifier(std::string_view text);
 
 // The search terms of a question: its words without stop words, each once, in the order of first
@@ -273,17 +279,18 @@ inline constexpr auto TEST_QUERY_WORDS =
 // Whether a question with these terms is about tests: one of them is a test word.
 [[nodiscard]] bool is_test_query(std::span<const std::string> terms);
 
-// Whether a word is spelled like a name in code rather than a word of prose: it holds an underscore, a
-// dollar sign or a digit, mixes case, or is capitalised. "Offloader" and "utf8" are; "music" and "PDF"
-// are not.
+// Whether a word is spelled like a name in code rather than a word of prose: it holds an
+// underscore, a dollar sign or a digit, mixes case, or is capitalised. "Offloader" and "utf8" are;
+// "music" and "PDF" are not.
 [[nodiscard]] bool reads_as_code(std::string_view word);
 
-// The words of a query that could be names in code, whole and as written, each once, in the order of
-// first appearance. Stop words are dropped unless the only word of the query is one.
+// The words of a query that could be names in code, whole and as written, each once, in the order
+// of first appearance. Stop words are dropped unless the only word of the query is one.
 [[nodiscard]] std::vector<std::string> query_names(std::string_view query);
 
-// --- Fusion -----------------------------------------------------------------------------------------
-// Pure functions; any thread may call them.
+// --- Fusion
+// ----------------------------------------------------------------------------------------- Pure
+// functions; any thread may call them.
 
 // A symbol's 1-based rank in a channel. Symbols of equal rank tie.
 struct RankedSymbol {
@@ -309,15 +316,16 @@ struct FusedSymbol {
 // changes a rank nor uses one up.
 [[nodiscard]] Ranks ranks_in_order(std::span<const SymbolId> ids);
 
-// Merges the channels' ranks, best first: an id scores the sum of 1 / (k + rank) over the channels that
-// ranked it, added in the order of `rankings`, in double precision. Equal scores go to the smaller best
-// rank, then to the lower id, so the order is total.
-// Source: Cormack, Clarke and Büttcher, "Reciprocal rank fusion outperforms Condorcet and individual
-// rank learning methods", SIGIR 2009.
+// Merges the channels' ranks, best first: an id scores the sum of 1 / (k + rank) over the channels
+// that ranked it, added in the order of `rankings`, in double precision. Equal scores go to the
+// smaller best rank, then to the lower id, so the order is total. Source: Cormack, Clarke and
+// Büttcher, "Reciprocal rank fusion outperforms Condorcet and individual rank learning methods",
+// SIGIR 2009.
 [[nodiscard]] std::vector<FusedSymbol> reciprocal_rank_fusion(
     const ChannelMap<std::span<const RankedSymbol>>& rankings, int k = 60);
 
-// --- The retriever ----------------------------------------------------------------------------------
+// --- The retriever
+// ----------------------------------------------------------------------------------
 
 // An embedder that asks `engine` (not null) for its model without waiting and embeds the query with
 // it. It throws EmbeddingNotReadyError while the model is not loaded. The engine is asked on every
@@ -326,7 +334,7 @@ struct FusedSymbol {
 
 // Options of a HybridRetriever.
 struct RetrieverOptions {
-  QueryEmbedder embedder = {};              // empty: the semantic channel is unavailable
+  QueryEmbedder embedder = {};                     // empty: the semantic channel is unavailable
   std::optional<RetrievalSettings> settings = {};  // absent: the tuned defaults
   std::shared_ptr<RerankClient> decisions = {};    // null: nothing is ever reranked
 };
@@ -344,8 +352,9 @@ struct RetrieveOptions {
   bool rerank = false;
 };
 
-// Answers questions about one repository, for as long as the repository lives. Shares the repository,
-// the embedder and the decision client with the host. Any number of threads may ask at once.
+// Answers questions about one repository, for as long as the repository lives. Shares the
+// repository, the embedder and the decision client with the host. Any number of threads may ask at
+// once.
 class HybridRetriever {
  public:
   // `repository` is not null. Reads nothing yet: the first question does.
@@ -356,13 +365,13 @@ class HybridRetriever {
   ~HybridRetriever();
 
   // The symbols that best answer `query`, best first. Blocks: the first question after the index
-  // changed reads it and builds the search tables, and questions that arrive meanwhile wait for them;
-  // the query may be embedded, and the decision model may be asked.
+  // changed reads it and builds the search tables, and questions that arrive meanwhile wait for
+  // them; the query may be embedded, and the decision model may be asked.
   //
-  // Throws std::invalid_argument when the limit is below 1, before the index is read. An error of the
-  // repository while its fingerprint or its symbols are read, of the full-text tables, or of the
-  // client's `feature_enabled`, reaches the caller unchanged; a failed build keeps the earlier tables
-  // and the next question tries again. All other trouble is told by `channels` and `note`.
+  // Throws std::invalid_argument when the limit is below 1, before the index is read. An error of
+  // the repository while its fingerprint or its symbols are read, of the full-text tables, or of
+  // the client's `feature_enabled`, reaches the caller unchanged; a failed build keeps the earlier
+  // tables and the next question tries again. All other trouble is told by `channels` and `note`.
   RetrievalResult retrieve(std::string_view query, RetrieveOptions options = {});
 
  private:

@@ -1,8 +1,8 @@
 // The one word splitter that questions and stored texts share.
 //
-// A word is what the pattern [A-Z]+(?=[A-Z][a-z])|[A-Z]?[a-z]+|[A-Z]+|[0-9]+ finds, in lower case. It
-// is scanned by hand: in one pass, without recursion, byte by byte, since every byte of a character
-// outside ASCII separates words.
+// A word is what the pattern [A-Z]+(?=[A-Z][a-z])|[A-Z]?[a-z]+|[A-Z]+|[0-9]+ finds, in lower case.
+// It is scanned by hand: in one pass, without recursion, byte by byte, since every byte of a
+// character outside ASCII separates words.
 #pragma once
 
 #include <cstddef>
@@ -31,7 +31,8 @@ class WordScanner {
       } else if (is_capital(first)) {
         skip(is_capital);
         if (at_ != end_ && is_small(*at_)) {
-          // The last capital of a run belongs to the word that it begins: HTTPServer is HTTP, Server.
+          // The last capital of a run belongs to the word that it begins: HTTPServer is HTTP,
+          // Server.
           if (at_ - start > 1) {
             --at_;
           } else {
