@@ -1,0 +1,25 @@
+// The commands of the velmora program. Each function adds one subcommand to the program's command
+// line: its options, and a callback that runs it and sets `exit_code`. What a callback throws ends
+// the program with ExitCode::failed and the error's text.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace velmora::host::cli {
+
+// What the program returns to its caller.
+enum class ExitCode : int {
+  answered = 0,       // done; an explore has hits
+  nothing_found = 1,  // an explore without hits
+  wrong_usage = 2,    // the command line cannot be understood
+  failed = 3,         // anything else; the reason is on standard error
+};
+
+// The program's subcommands, one source file each. `app` and `exit_code` outlive the parse.
+void add_explore_command(CLI::App& app, ExitCode& exit_code);
+void add_import_command(CLI::App& app, ExitCode& exit_code);
+void add_index_command(CLI::App& app, ExitCode& exit_code);
+
+}  // namespace velmora::host::cli

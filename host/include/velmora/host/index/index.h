@@ -1,0 +1,86 @@
+// The embedded index: the symbols, files and embeddings of one repository in an SQLite file.
+//
+// Threads: every function may be called from several threads at once, and several processes may
+// open one file: any number read while one writes. A reader sees the last committed state, whole.
+// Errors of SQLite are thrown as storage::DatabaseError.
+//
+// The file may be deleted, or replaced by another index, while an Index is open on its path: calls
+// made after that ask the file that stands at the path then, and throw IndexError while there is
+// none.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "velmora/host/index/symbol.h"
+#include "velmora/storage/repository_retrieval.h"
+
+namespace velmora::host::index {
+
+// There is no usable index at the path, or somebody else is writing it. The message is a sentence
+// for the user and says what to do.
+class IndexError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+class Index final : public storage::Repository {
+ public:
+  // Opens the index at `file`. Throws IndexError when there is none, when it was never filled, when
+  // its format is not this version's, or when the file is something else.
+  [[nodiscard]] static std::shared_ptr<Index> open(const std::filesystem::path& file);
+
+  // Opens the index at `file` for writing; makes it, and the folders above it, when it is missing.
+  // An index made here that was not filled is removed again with its Index. Throws IndexError when
+  // the file is something else or of another format: nothing is overwritten.
+  [[nodiscard]] static std::shared_ptr<Index> open_or_create(const std::filesystem::path& file);
+
+  ~Index() override;
+
+  // Replaces everything by the symbols that `next` yields until it returns nothing, and returns how
+  // many those were. All or nothing: an error leaves the index as it was, an error of `next`
+  // reaches the caller unchanged. Readers see the earlier state until the last symbol is in.
+  //
+  // A symbol without an id gets the largest id so far plus one, the first one 1. Each symbol is
+  // stored or refused before the next is asked for: std::invalid_argument names a repeated id, a
+  // model that embeds a symbol twice, an id that would leave 64 bits, or a vector that is empty,
+  // all zero or not finite. Throws IndexError when another writer does not finish within ten
+  // seconds.
+  std::int64_t replace(const std::function<std::optional<Symbol>()>& next);
+
+  // A text that names this state of this file, among all states of all files.
+  storage::IndexFingerprint retrieval_fingerprint() override;
+
+  // The rows by ascending id, all of one state of the index. The cursor keeps a connection to
+  // itself until it is destroyed.
+  std::unique_ptr<storage::SymbolCursor> retrievable_code_symbols(
+      std::span<const std::string_view> languages,
+      std::span<const std::string_view> kinds) override;
+
+  // Exact: every vector of the model is compared. Nearest first, equal ones by lower id. The first
+  // search of a model after the index changed reads its vectors, and they stay in memory until it
+  // changes again. Throws std::invalid_argument when `top_k` is below 1, when `values` is empty,
+  // all zero or not finite, or when a stored vector of the model has another length.
+  std::vector<storage::NearestPair> nearest_symbol_ids(std::span<const float> values,
+                                                       std::string_view model,
+                                                       storage::NearestOptions options) override;
+
+  std::unordered_map<SymbolId, storage::StoredSymbol> get_symbols_by_ids(
+      std::span<const SymbolId> ids) override;
+
+ private:
+  struct Parts;
+  explicit Index(std::unique_ptr<Parts> parts);
+
+  const std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace velmora::host::index
