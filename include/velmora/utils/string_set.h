@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string_view>
@@ -28,14 +29,18 @@ class StringSet {
     }
   }
 
-  [[nodiscard]] constexpr bool contains(std::string_view word) const {
-    if (word.size() > longest_) return false;
+  // The word's place in the order given, or nothing when it is not in the set.
+  [[nodiscard]] constexpr std::optional<std::size_t> index(std::string_view word) const {
+    if (word.size() > longest_) return std::nullopt;
     std::size_t slot = hash(word) & (SLOTS - 1);
     while (slots_[slot] != 0) {
-      if (words_[slots_[slot] - 1] == word) return true;
+      if (words_[slots_[slot] - 1] == word) return slots_[slot] - std::size_t{1};
       slot = (slot + 1) & (SLOTS - 1);
     }
-    return false;
+    return std::nullopt;
+  }
+  [[nodiscard]] constexpr bool contains(std::string_view word) const {
+    return index(word).has_value();
   }
 
   [[nodiscard]] constexpr std::size_t size() const { return N; }
@@ -51,8 +56,8 @@ class StringSet {
   }
   static constexpr std::size_t SLOTS = slot_count();
 
-  // Length, first and last two characters tell short words apart well enough, and never walk a long
-  // one.
+  // Length, first, middle and last character tell short words apart well enough, and never walk a
+  // long one.
   static constexpr std::size_t hash(std::string_view word) {
     if (word.empty()) return 0;
     const auto at = [word](std::size_t i) { return static_cast<unsigned char>(word[i]); };
