@@ -1,0 +1,141 @@
+#include "velmora/host/index/index.h"
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "index/index_file.h"
+#include "index/reader_pool.h"
+#include "index/row_cursor.h"
+#include "index/symbol_writer.h"
+#include "index/vector_matrix.h"
+
+namespace velmora::host::index {
+
+struct Index::Parts {
+  explicit Parts(const std::filesystem::path& path) : file(path), readers(path) {}
+
+  // The vectors of `model` in the index's present state.
+  std::shared_ptr<const VectorMatrix> vectors(std::string_view model);
+
+  const std::filesystem::path file;
+  ReaderPool readers;
+  std::atomic<bool> remove_at_end = false;
+
+  std::mutex vectors_lock;  // also makes threads take turns at reading a model's vectors
+  std::string vectors_fingerprint;
+  std::map<std::string, std::shared_ptr<const VectorMatrix>, std::less<>> vectors_by_model;
+};
+
+std::shared_ptr<const VectorMatrix> Index::Parts::vectors(std::string_view model) {
+  const std::lock_guard guard(vectors_lock);
+  const ReaderPool::Lease reader = readers.borrow();
+  const storage::Transaction one_state(reader->database);
+  std::string fingerprint = reader->fingerprint();
+  if (fingerprint != vectors_fingerprint) {
+    vectors_by_model.clear();
+    vectors_fingerprint = std::move(fingerprint);
+  }
+  auto entry = vectors_by_model.find(model);
+  if (entry == vectors_by_model.end()) {
+    auto matrix = std::make_shared<const VectorMatrix>(reader->database, model);
+    entry = vectors_by_model.emplace(model, std::move(matrix)).first;
+  }
+  return entry->second;
+}
+
+Index::Index(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}
+
+Index::~Index() {
+  if (parts_->remove_at_end) remove_unfilled(parts_->file);
+}
+
+std::shared_ptr<Index> Index::open(const std::filesystem::path& file) {
+  // Absolute, so that a later change of the working folder changes nothing.
+  const std::filesystem::path path = std::filesystem::absolute(file).lexically_normal();
+  static_cast<void>(file_identity(path));
+  {
+    storage::Database database = connect(path, 0);
+    if (inspect(database, path) != Content::filled) throw IndexError(no_index_message(path));
+  }
+  return std::shared_ptr<Index>(new Index(std::make_unique<Parts>(path)));
+}
+
+std::shared_ptr<Index> Index::open_or_create(const std::filesystem::path& file) {
+  const std::filesystem::path path = std::filesystem::absolute(file).lexically_normal();
+  std::filesystem::create_directories(path.parent_path());
+  const bool missing = !std::filesystem::exists(path);
+  std::shared_ptr<Index> index(new Index(std::make_unique<Parts>(path)));
+  index->parts_->remove_at_end = missing;
+  storage::Database database = connect(path, SQLITE_OPEN_CREATE);
+  create_tables(database, path);
+  return index;
+}
+
+std::int64_t Index::replace(const std::function<std::optional<Symbol>()>& next) {
+  const FileIdentity identity = file_identity(parts_->file);
+  storage::Database database = connect(parts_->file, 0);
+  // Without it, the write-ahead log would keep the size of the largest transaction.
+  database.execute("PRAGMA journal_size_limit = 16777216; PRAGMA synchronous = NORMAL");
+  std::optional<storage::Transaction> transaction;
+  try {
+    transaction.emplace(database, "BEGIN IMMEDIATE");
+  } catch (const storage::DatabaseError& error) {
+    if (error.code() != SQLITE_BUSY) throw;
+    throw IndexError("The index at " + parts_->file.string() +
+                     " is being written by another program. Try again when it is done");
+  }
+  if (inspect(database, parts_->file) == Content::blank ||
+      file_identity(parts_->file) != identity) {
+    throw IndexError("The index at " + parts_->file.string() +
+                     " was replaced by another program. Try again");
+  }
+
+  std::int64_t count = 0;
+  SymbolWriter writer(database);
+  while (const std::optional<Symbol> symbol = next()) {
+    writer.add(*symbol);
+    ++count;
+  }
+  writer.finish();
+  transaction->commit();
+  parts_->remove_at_end = false;
+  return count;
+}
+
+storage::IndexFingerprint Index::retrieval_fingerprint() {
+  return {parts_->readers.borrow()->fingerprint()};
+}
+
+std::unique_ptr<storage::SymbolCursor> Index::retrievable_code_symbols(
+    std::span<const std::string_view> languages, std::span<const std::string_view> kinds) {
+  return std::make_unique<RowCursor>(parts_->readers.borrow(), languages, kinds);
+}
+
+std::vector<storage::NearestPair> Index::nearest_symbol_ids(std::span<const float> values,
+                                                            std::string_view model,
+                                                            storage::NearestOptions options) {
+  if (options.top_k < 1) throw std::invalid_argument("top_k must be at least 1");
+  return parts_->vectors(model)->nearest(values, options.top_k);
+}
+
+std::unordered_map<SymbolId, storage::StoredSymbol> Index::get_symbols_by_ids(
+    std::span<const SymbolId> ids) {
+  const ReaderPool::Lease reader = parts_->readers.borrow();
+  std::unordered_map<SymbolId, storage::StoredSymbol> found;
+  storage::Statement& select = reader->select_docstring;
+  for (const SymbolId id : ids) {
+    select.bind(1, id);
+    if (select.step()) {
+      const std::optional<std::string_view> docstring = select.column_optional_text(0);
+      storage::StoredSymbol& symbol = found[id];
+      if (docstring) symbol.docstring.emplace(*docstring);
+    }
+    select.reset();
+  }
+  return found;
+}
+
+}  // namespace velmora::host::index

@@ -1,0 +1,75 @@
+#include "index/reader_pool.h"
+
+#include <cstddef>
+#include <new>
+#include <utility>
+
+#include "velmora/host/index/index.h"
+
+namespace velmora::host::index {
+namespace {
+
+// More connections than this are closed once their readers are done.
+constexpr std::size_t MOST_IDLE = 8;
+
+storage::Database connect_reader(const std::filesystem::path& file) {
+  // Not opened as read-only: such a connection cannot recover or clear up the write-ahead log.
+  storage::Database database = connect(file, 0);
+  if (inspect(database, file) == Content::blank) throw IndexError(no_index_message(file));
+  database.execute("PRAGMA query_only = ON");
+  return database;
+}
+
+}  // namespace
+
+Reader::Reader(const std::filesystem::path& file, FileIdentity file_identity)
+    : identity(file_identity),
+      database(connect_reader(file)),
+      select_fingerprint(
+          database.prepare("SELECT identity || '-' || generation || '-' || state FROM meta",
+                           SQLITE_PREPARE_PERSISTENT)),
+      select_docstring(database.prepare("SELECT docstring FROM symbols WHERE id = ?",
+                                        SQLITE_PREPARE_PERSISTENT)) {}
+
+std::string Reader::fingerprint() {
+  if (!select_fingerprint.step()) {
+    throw IndexError("The index has lost its identity. Make it anew");
+  }
+  std::string value(select_fingerprint.column_text(0));
+  select_fingerprint.reset();
+  return value;
+}
+
+ReaderPool::Lease ReaderPool::borrow() {
+  // Asked before the file is opened: one that is replaced between the two is noticed the next time.
+  const FileIdentity now = file_identity(file_);
+  std::vector<std::unique_ptr<Reader>> outdated;  // closed without the lock
+  {
+    const std::lock_guard guard(lock_);
+    while (!idle_.empty()) {
+      std::unique_ptr<Reader> reader = std::move(idle_.back());
+      idle_.pop_back();
+      if (reader->identity == now) return Lease(reader.release(), Return{this});
+      outdated.push_back(std::move(reader));
+    }
+  }
+  return Lease(new Reader(file_, now), Return{this});
+}
+
+void ReaderPool::give_back(std::unique_ptr<Reader> reader) noexcept {
+  const std::lock_guard guard(lock_);
+  try {
+    if (idle_.size() < MOST_IDLE) idle_.push_back(std::move(reader));
+  } catch (const std::bad_alloc&) {
+    // Then it is closed.
+  }
+}
+
+void ReaderPool::Return::operator()(Reader* reader) const noexcept {
+  // A statement that an error left open would keep the reader in its old state.
+  reader->select_fingerprint.reset();
+  reader->select_docstring.reset();
+  pool->give_back(std::unique_ptr<Reader>(reader));
+}
+
+}  // namespace velmora::host::index

@@ -1,0 +1,41 @@
+// Writes symbols into the tables of an index, within the transaction of its caller.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "velmora/host/index/symbol.h"
+#include "velmora/storage/sqlite.h"
+
+namespace velmora::host::index {
+
+class SymbolWriter {
+ public:
+  // Empties the tables. The database outlives the writer.
+  explicit SymbolWriter(storage::Database& database);
+
+  // Stores a symbol. Throws std::invalid_argument for one that cannot be stored, and is of no use
+  // afterwards.
+  void add(const Symbol& symbol);
+
+  // Marks what was added as a new state of the index. The last call.
+  void finish();
+
+ private:
+  SymbolId next_id() const;
+  std::int64_t file_id(const std::string& path);
+  std::int64_t model_id(const std::string& name);
+  void add_embedding(SymbolId symbol, const SymbolEmbedding& embedding);
+
+  storage::Database& database_;
+  storage::Statement insert_symbol_;
+  storage::Statement insert_embedding_;
+  std::unordered_map<std::string, std::int64_t> files_;
+  std::unordered_map<std::string, std::int64_t> models_;
+  std::optional<SymbolId> largest_id_;
+};
+
+}  // namespace velmora::host::index
