@@ -54,6 +54,9 @@ class Statement {
   // Runs the statement to its end and resets it, ignoring its rows.
   void run();
 
+  // For what this class does not cover. Owned by the statement.
+  [[nodiscard]] sqlite3_stmt* handle() const { return statement_.get(); }
+
   // Columns count from 0. Texts and blobs live until the next step or reset.
   [[nodiscard]] std::int64_t column_int64(int column) const;
   [[nodiscard]] double column_double(int column) const;

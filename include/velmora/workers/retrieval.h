@@ -124,13 +124,13 @@ class ChannelMap {
 // A code symbol of the index, as a hit carries it.
 struct RetrievedSymbol {
   SymbolId id = 0;
-  std::string fqn;              // fully qualified name
-  std::string name;             // the symbol's own name
-  std::string kind;             // a member of RETRIEVABLE_KINDS
-  std::string path;             // as the index writes it, relative to the repository root
+  std::string fqn = {};         // fully qualified name
+  std::string name = {};        // the symbol's own name
+  std::string kind = {};        // a member of RETRIEVABLE_KINDS
+  std::string path = {};        // as the index writes it, relative to the repository root
   std::int64_t start_line = 0;  // as the index counts lines
   std::int64_t end_line = 0;
-  std::optional<std::string> signature;
+  std::optional<std::string> signature = {};
 
   bool operator==(const RetrievedSymbol&) const = default;
 };
@@ -138,28 +138,30 @@ struct RetrievedSymbol {
 // One answer. The order of `RetrievalResult::hits` is the ranking, not the order of scores: a
 // symbol that the question names comes before hits of higher score.
 struct Hit {
-  RetrievedSymbol symbol;
-  double score = 0.0;              // fused reciprocal-rank score; comparable within one answer
-  ChannelMap<std::int64_t> ranks;  // 1-based place in each channel that found it, after the filters
+  RetrievedSymbol symbol = {};
+  double score = 0.0;  // fused reciprocal-rank score; comparable within one answer
+  ChannelMap<std::int64_t> ranks =
+      {};  // 1-based place in each channel that found it, after the filters
 
   bool operator==(const Hit&) const = default;
 };
 
 // The answer to one question.
 struct RetrievalResult {
-  std::vector<Hit> hits;                  // best first
-  ChannelMap<std::string_view> channels;  // the status word of each of CHANNELS, in their order
+  std::vector<Hit> hits = {};  // best first
+  ChannelMap<std::string_view> channels =
+      {};  // the status word of each of CHANNELS, in their order
   // One line on what the ranking had to do without or did in part, and on a rerank that failed;
   // absent when every channel ran in full.
-  std::optional<std::string> note;
+  std::optional<std::string> note = {};
 
   bool operator==(const RetrievalResult&) const = default;
 };
 
 // A query embedded by the model that embedded the stored symbols.
 struct QueryVector {
-  std::vector<float> values;
-  std::string model;  // only stored embeddings of this model are compared with it
+  std::vector<float> values = {};
+  std::string model = {};  // only stored embeddings of this model are compared with it
 
   bool operator==(const QueryVector&) const = default;
 };
@@ -209,8 +211,8 @@ struct RetrievalSettings {
   int semantic_max_neighbours = 2400;
   // How many of the best-matching files rank their symbols; below 1 every matching file does.
   int best_files = 1;
-  LexicalWeights weights;
-  FileWeights file_weights;
+  LexicalWeights weights = {};
+  FileWeights file_weights = {};
   // The FTS5 tokenizer of both full-text tables, written into their definition as it stands. One
   // that SQLite does not know leaves the retriever without text search.
   std::string tokenizer = "porter unicode61";
