@@ -20,7 +20,7 @@ struct SymbolEmbedding {
 
 // One symbol with everything that the index keeps of it.
 struct Symbol {
-  std::optional<SymbolId> id;  // absent: the index gives the next ascending one
+  std::optional<SymbolId> id = {};  // absent: the index gives the next ascending one
   std::string fqn;
   std::string name;
   std::string kind;
@@ -28,9 +28,9 @@ struct Symbol {
   std::string path;      // relative to the root: forward slashes, no "./", no slash at an end
   std::int64_t start_line = 0;  // from 1
   std::int64_t end_line = 0;    // the last line, inclusive
-  std::optional<std::string> signature;
-  std::optional<std::string> docstring;
-  std::vector<SymbolEmbedding> embeddings;
+  std::optional<std::string> signature = {};
+  std::optional<std::string> docstring = {};
+  std::vector<SymbolEmbedding> embeddings = {};
 };
 
 }  // namespace velmora::host::index
