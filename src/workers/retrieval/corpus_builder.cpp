@@ -1,0 +1,263 @@
+// Builds a corpus: one pass over the index's rows, then the groupings by file and by name, then the
+// full-text tables.
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <limits>
+#include <numeric>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+
+#include "utils/unicode.h"
+#include "velmora/utils/language_filter.h"
+#include "velmora/utils/path_filter.h"
+#include "workers/retrieval/corpus.h"
+#include "workers/retrieval/records.h"
+#include "workers/retrieval/words.h"
+
+namespace velmora::workers::retrieval::internal {
+namespace {
+
+// Each kind's place in the listing order, by its place in RETRIEVABLE_KINDS: types, then callables
+// and modules, then constants, even where a constant counts as callable.
+constexpr auto KIND_ORDER = [] {
+  std::array<std::uint8_t, RETRIEVABLE_KINDS.size()> order{};
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    const std::string_view kind = RETRIEVABLE_KINDS.words()[i];
+    const bool callable = models::CALLABLE_KINDS.contains(kind) || kind == "module";
+    order[i] = kind == "constant" ? 2 : callable ? 1 : 0;
+  }
+  return order;
+}();
+
+// Where the members of each group begin in an array sorted by group, with the end as one more
+// entry. `group_of(i)` is the group of the i-th of `count` members.
+template <class GroupOf>
+std::vector<std::uint32_t> group_starts(std::size_t groups, std::size_t count, GroupOf group_of) {
+  std::vector<std::uint32_t> starts(groups + 1);
+  for (std::size_t i = 0; i < count; ++i) ++starts[group_of(i) + 1];
+  std::partial_sum(starts.begin(), starts.end(), starts.begin());
+  return starts;
+}
+
+// The places 0 to `count` - 1 sorted by group, in their own order within one.
+template <class GroupOf>
+std::vector<std::uint32_t> sorted_by_group(std::vector<std::uint32_t> starts, std::size_t count,
+                                           GroupOf group_of) {
+  std::vector<std::uint32_t> places(count);
+  for (std::uint32_t i = 0; i < count; ++i) places[starts[group_of(i)]++] = i;
+  return places;
+}
+
+class CorpusBuilder {
+ public:
+  explicit CorpusBuilder(const IndexFingerprint& fingerprint) {
+    corpus_->fingerprint = fingerprint;
+  }
+
+  void read(storage::Repository& repository) {
+    const auto rows = repository.retrievable_code_symbols(utils::SOURCE_LANGUAGES.words(),
+                                                          RETRIEVABLE_KINDS.words());
+    while (const storage::SymbolRow* row = rows->next()) add(*row);
+    corpus_->by_id = IdIndex(corpus_->symbols);
+  }
+
+  void group_by_file() {
+    const auto file_of = [&](std::size_t place) { return corpus_->symbols[place].file; };
+    file_starts_ = group_starts(corpus_->files.size(), corpus_->symbols.size(), file_of);
+    file_places_ = sorted_by_group(file_starts_, corpus_->symbols.size(), file_of);
+    corpus_->file_symbols = ids_at(file_places_);
+    for (std::size_t file = 0; file < corpus_->files.size(); ++file) {
+      corpus_->files[file].symbols = group(corpus_->file_symbols, file_starts_, file);
+    }
+  }
+
+  void group_by_name() {
+    const auto name_of = [&](std::size_t place) { return symbol_names_[place]; };
+    const std::vector<std::uint32_t> starts =
+        group_starts(names_.size(), corpus_->symbols.size(), name_of);
+    std::vector<std::uint32_t> places = sorted_by_group(starts, corpus_->symbols.size(), name_of);
+    const std::vector<std::uint32_t> path_order = order_of_paths();
+    for (std::size_t name = 0; name < names_.size(); ++name) {
+      std::sort(places.begin() + starts[name], places.begin() + starts[name + 1],
+                [&](std::uint32_t left, std::uint32_t right) {
+                  return listing_key(left, path_order) < listing_key(right, path_order);
+                });
+    }
+    corpus_->name_symbols = ids_at(places);
+    corpus_->names.reserve(names_.size());
+    for (const auto& [name, number] : names_) {
+      corpus_->names.push_back({name, group(corpus_->name_symbols, starts, number)});
+    }
+    std::sort(
+        corpus_->names.begin(), corpus_->names.end(),
+        [](const CorpusName& left, const CorpusName& right) { return left.name < right.name; });
+  }
+
+  void make_tables(const RetrievalSettings& settings) {
+    std::string names;
+    std::string docstrings;
+    const FileTexts files = [&, file = std::size_t{0}]() mutable -> std::optional<FileText> {
+      if (file == corpus_->files.size()) return std::nullopt;
+      join_file(file, names, docstrings);
+      const std::string_view path = file_paths_[file];
+      return FileText{static_cast<std::int64_t>(++file), names, path, docstrings};
+    };
+    corpus_->fts = text_tables(settings, symbol_texts_, files);
+  }
+
+  // Gives the corpus away.
+  std::shared_ptr<const Corpus> finish() { return std::move(corpus_); }
+
+  void log_built(std::chrono::steady_clock::duration took) const {
+    logger.log(logging::Level::debug, [&] {
+      const auto& symbols = corpus_->symbols;
+      const auto tests = std::count_if(symbols.begin(), symbols.end(), [&](const CorpusSymbol& s) {
+        return corpus_->files[s.file].in_tests;
+      });
+      std::array<char, 32> milliseconds{};
+      std::snprintf(milliseconds.data(), milliseconds.size(), "%.0f",
+                    std::chrono::duration<double, std::milli>(took).count());
+      return "Retrieval corpus built: " + std::to_string(symbols.size()) + " symbols in " +
+             std::to_string(corpus_->files.size()) + " files (" + std::to_string(tests) +
+             " symbols in test files) in " + milliseconds.data() + " ms";
+    });
+  }
+
+ private:
+  void add(const storage::SymbolRow& row) {
+    if (corpus_->symbols.size() == std::numeric_limits<std::uint32_t>::max()) {
+      throw std::length_error("a corpus holds fewer than 2^32 symbols");
+    }
+    const std::optional<std::size_t> kind = RETRIEVABLE_KINDS.index(row.kind);
+    if (!kind) {
+      throw std::out_of_range("symbol " + std::to_string(row.id) + " is of the kind \"" +
+                              std::string(row.kind) + "\", which is not retrievable");
+    }
+    const std::uint32_t file = file_of(row.path);
+    const std::string_view name = corpus_->texts.store(row.name);
+    CorpusSymbol symbol{.id = row.id,
+                        .fqn = corpus_->texts.store(row.fqn),
+                        .name = name,
+                        .signature = std::nullopt,
+                        .start_line = row.start_line,
+                        .end_line = row.end_line,
+                        .file = file,
+                        .kind = static_cast<std::uint8_t>(*kind)};
+    if (row.signature) symbol.signature = corpus_->texts.store(*row.signature);
+    corpus_->symbols.push_back(symbol);
+    symbol_names_.push_back(number_of_name(name));
+    symbol_texts_.push_back({.id = row.id,
+                             .name = words_of(row.name),
+                             .signature = words_of(row.signature.value_or("")),
+                             .path = file_paths_[file],
+                             .docstring = words_of(row.docstring.value_or(""))});
+  }
+
+  std::uint32_t file_of(std::string_view path) {
+    // Rows of a file mostly follow one another.
+    if (!corpus_->symbols.empty()) {
+      const std::uint32_t last = corpus_->symbols.back().file;
+      if (corpus_->files[last].path == path) return last;
+    }
+    if (const auto found = file_numbers_.find(path); found != file_numbers_.end()) {
+      return found->second;
+    }
+    const auto number = static_cast<std::uint32_t>(corpus_->files.size());
+    const std::string_view stored = corpus_->texts.store(path);
+    corpus_->files.push_back({stored, utils::is_test_path(path), {}});
+    file_paths_.push_back(words_of(path));
+    file_numbers_.emplace(stored, number);
+    return number;
+  }
+
+  // Numbers the lower-case names in the order of first appearance.
+  std::uint32_t number_of_name(std::string_view name) {
+    const std::string lower = utils::lowercase(name);
+    if (const auto found = names_.find(lower); found != names_.end()) return found->second;
+    const auto number = static_cast<std::uint32_t>(names_.size());
+    // A name that is in lower case already needs no copy.
+    names_.emplace(lower == name ? name : corpus_->texts.store(lower), number);
+    return number;
+  }
+
+  std::string_view words_of(std::string_view text) {
+    scratch_.clear();
+    append_index_text(scratch_, text);
+    return words_.store(scratch_);
+  }
+
+  void join_file(std::size_t file, std::string& names, std::string& docstrings) const {
+    names.clear();
+    docstrings.clear();
+    for (std::uint32_t i = file_starts_[file]; i < file_starts_[file + 1]; ++i) {
+      const SymbolText& text = symbol_texts_[file_places_[i]];
+      if (i != file_starts_[file]) names += ' ';
+      names += text.name;
+      if (text.docstring.empty()) continue;
+      if (!docstrings.empty()) docstrings += ' ';
+      docstrings += text.docstring;
+    }
+  }
+
+  // Each file's place in the ascending order of paths.
+  [[nodiscard]] std::vector<std::uint32_t> order_of_paths() const {
+    std::vector<std::uint32_t> files(corpus_->files.size());
+    std::iota(files.begin(), files.end(), 0u);
+    std::sort(files.begin(), files.end(), [&](std::uint32_t left, std::uint32_t right) {
+      return corpus_->files[left].path < corpus_->files[right].path;
+    });
+    std::vector<std::uint32_t> order(files.size());
+    for (std::uint32_t i = 0; i < files.size(); ++i) order[files[i]] = i;
+    return order;
+  }
+
+  [[nodiscard]] std::tuple<std::uint8_t, std::uint32_t, SymbolId> listing_key(
+      std::uint32_t place, const std::vector<std::uint32_t>& path_order) const {
+    const CorpusSymbol& symbol = corpus_->symbols[place];
+    return {KIND_ORDER[symbol.kind], path_order[symbol.file], symbol.id};
+  }
+
+  [[nodiscard]] std::vector<SymbolId> ids_at(const std::vector<std::uint32_t>& places) const {
+    std::vector<SymbolId> ids(places.size());
+    std::transform(places.begin(), places.end(), ids.begin(),
+                   [&](std::uint32_t place) { return corpus_->symbols[place].id; });
+    return ids;
+  }
+
+  static std::span<const SymbolId> group(const std::vector<SymbolId>& ids,
+                                         const std::vector<std::uint32_t>& starts,
+                                         std::size_t number) {
+    return std::span(ids).subspan(starts[number], starts[number + 1] - starts[number]);
+  }
+
+  std::shared_ptr<Corpus> corpus_ = std::make_shared<Corpus>();
+  utils::TextArena words_;  // the index words of every field; gone with the builder
+  std::string scratch_;
+  std::vector<SymbolText> symbol_texts_;     // beside `Corpus::symbols`
+  std::vector<std::uint32_t> symbol_names_;  // beside `Corpus::symbols`: the numbers of their names
+  std::unordered_map<std::string_view, std::uint32_t> names_;
+  std::vector<std::string_view> file_paths_;  // beside `Corpus::files`: the words of their paths
+  std::unordered_map<std::string_view, std::uint32_t> file_numbers_;
+  std::vector<std::uint32_t> file_starts_;
+  std::vector<std::uint32_t> file_places_;
+};
+
+}  // namespace
+
+std::shared_ptr<const Corpus> build_corpus(storage::Repository& repository,
+                                           const IndexFingerprint& fingerprint,
+                                           const RetrievalSettings& settings) {
+  const auto start = std::chrono::steady_clock::now();
+  CorpusBuilder builder(fingerprint);
+  builder.read(repository);
+  builder.group_by_file();
+  builder.group_by_name();
+  builder.make_tables(settings);
+  builder.log_built(std::chrono::steady_clock::now() - start);
+  return builder.finish();
+}
+
+}  // namespace velmora::workers::retrieval::internal
