@@ -1,0 +1,61 @@
+#include "cli/batch.h"
+
+#include <cstdint>
+#include <exception>
+#include <limits>
+#include <optional>
+#include <string>
+
+#include "cli/answer.h"
+#include "cli/json_fields.h"
+#include "cli/output.h"
+
+namespace velmora::host::cli {
+namespace {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+using workers::retrieval::HybridRetriever;
+using workers::retrieval::RetrieveOptions;
+
+// Answers the question in `value`.
+std::string answer(const json& value, HybridRetriever& retriever, RetrieveOptions options) {
+  const JsonFields fields(value, {"query", "limit", "scope", "include_tests", "rerank"});
+  const std::string query = fields.text("query");
+  if (const std::optional<std::int64_t> limit = fields.optional_integer("limit")) {
+    if (*limit < 1 || *limit > std::numeric_limits<int>::max()) {
+      throw InputError("\"limit\" must be from 1 to " +
+                       std::to_string(std::numeric_limits<int>::max()));
+    }
+    options.limit = static_cast<int>(*limit);
+  }
+  const std::optional<std::string> scope = fields.optional_text("scope");
+  if (scope) options.scope = *scope;
+  if (const auto include_tests = fields.optional_boolean("include_tests")) {
+    options.include_tests = include_tests;
+  }
+  options.rerank = fields.optional_boolean("rerank").value_or(options.rerank);
+  return answer_json(query, retriever.retrieve(query, options));
+}
+
+}  // namespace
+
+void answer_batch(std::istream& stream, HybridRetriever& retriever,
+                  const RetrieveOptions& defaults) {
+  std::int64_t number = 0;
+  while (const std::optional<std::string> line = next_line(stream, number)) {
+    ordered_json query = nullptr;
+    std::string written;
+    try {
+      const json value = parse_line(*line);
+      if (value.is_object() && value.contains("query")) query = value["query"];
+      written = answer(value, retriever, defaults);
+    } catch (const std::exception& error) {
+      const ordered_json failure = {{"query", query}, {"error", error.what()}};
+      written = failure.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    }
+    write_output(written);
+  }
+}
+
+}  // namespace velmora::host::cli

@@ -1,0 +1,136 @@
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "cli/answer.h"
+#include "cli/batch.h"
+#include "cli/index_location.h"
+#include "cli/input.h"
+#include "cli/output.h"
+#include "velmora/host/cli/commands.h"
+#include "velmora/host/embedding/http_embedder.h"
+#include "velmora/host/index/index.h"
+#include "velmora/storage/sqlite.h"
+#include "velmora/workers/retrieval.h"
+
+namespace velmora::host::cli {
+namespace {
+
+using workers::retrieval::HybridRetriever;
+using workers::retrieval::QueryEmbedder;
+using workers::retrieval::RetrievalResult;
+using workers::retrieval::RetrieveOptions;
+
+struct ExploreOptions {
+  std::optional<std::string> question;
+  std::optional<std::string> batch;
+  std::optional<std::string> index;
+  std::optional<std::string> repository;
+  int limit = 10;
+  std::optional<std::string> scope;
+  bool include_tests = false;
+  bool exclude_tests = false;
+  bool no_rerank = false;
+  bool json = false;
+  std::string embeddings_url;
+  std::string embeddings_model;
+};
+
+std::filesystem::path index_file(const ExploreOptions& options) {
+  if (options.index) return *options.index;
+  if (options.repository) return index_of_repository(*options.repository);
+  return nearest_index(std::filesystem::current_path());
+}
+
+QueryEmbedder embedder(const ExploreOptions& options) {
+  if (options.embeddings_url.empty()) return {};
+  return embedding::http_query_embedder(
+      {.url = options.embeddings_url, .model = options.embeddings_model});
+}
+
+RetrieveOptions retrieve_options(const ExploreOptions& options) {
+  RetrieveOptions retrieve{.limit = options.limit, .rerank = !options.no_rerank};
+  if (options.scope) retrieve.scope = *options.scope;
+  if (options.include_tests) retrieve.include_tests = true;
+  if (options.exclude_tests) retrieve.include_tests = false;
+  return retrieve;
+}
+
+ExitCode explore(const ExploreOptions& options) {
+  if (options.question.has_value() == options.batch.has_value()) {
+    throw CLI::ValidationError("explore needs either a question or --batch");
+  }
+  const std::filesystem::path file = index_file(options);
+  try {
+    HybridRetriever retriever(index::Index::open(file), {.embedder = embedder(options)});
+    if (options.batch) {
+      Input input(*options.batch);
+      answer_batch(input.stream(), retriever, retrieve_options(options));
+      return ExitCode::answered;
+    }
+    const RetrievalResult answer = retriever.retrieve(*options.question, retrieve_options(options));
+    write_output(options.json ? answer_json(*options.question, answer) : answer_text(answer));
+    return answer.hits.empty() ? ExitCode::nothing_found : ExitCode::answered;
+  } catch (const storage::DatabaseError& error) {
+    throw std::runtime_error("The index at " + file.string() + " cannot be read: " + error.what());
+  }
+}
+
+}  // namespace
+
+void add_explore_command(CLI::App& app, ExitCode& exit_code) {
+  CLI::App* command = app.add_subcommand("explore", "Find the symbols that best answer a question");
+  const auto options = std::make_shared<ExploreOptions>();
+  command
+      ->add_option("question", options->question, "A sentence, keywords or a name, as one argument")
+      ->type_name("QUESTION");
+  CLI::Option* index =
+      command->add_option("--index", options->index, "The index to ask")->type_name("FILE");
+  command
+      ->add_option(
+          "--repo", options->repository,
+          "Ask the index of the repository in this folder. Without --index and --repo it is"
+          " that of the current folder or the nearest above it")
+      ->type_name("DIR")
+      ->excludes(index);
+  command->add_option("--limit", options->limit, "The most hits to show")
+      ->type_name("N")
+      ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
+      ->capture_default_str();
+  command
+      ->add_option("--scope", options->scope,
+                   "Only symbols in this folder or file, relative to the repository")
+      ->type_name("PATH");
+  CLI::Option* include_tests =
+      command->add_flag("--include-tests", options->include_tests,
+                        "Show symbols of tests too; otherwise the question's words decide");
+  command->add_flag("--exclude-tests", options->exclude_tests, "Show no symbols of tests")
+      ->excludes(include_tests);
+  command->add_flag("--no-rerank", options->no_rerank, "Keep the order of the ranking");
+  command->add_flag("--json", options->json, "Write the answer as one JSON object");
+  command
+      ->add_option("--batch", options->batch,
+                   "Answer many questions, one JSON object a line: query, and optionally limit,"
+                   " scope, include_tests and rerank. - is standard input")
+      ->type_name("FILE");
+  CLI::Option* url = command
+                         ->add_option("--embeddings-url", options->embeddings_url,
+                                      "Embed questions by POST URL/embeddings")
+                         ->type_name("URL");
+  CLI::Option* model =
+      command
+          ->add_option("--embeddings-model", options->embeddings_model,
+                       "The model to ask for; it must have embedded the symbols too")
+          ->type_name("NAME");
+  url->needs(model);
+  model->needs(url);
+  command->add_flag("--no-embeddings")->description("Do not embed the question")->excludes(url);
+  command->footer("Exit status: 0 with hits, 1 without any, 2 for wrong usage, 3 for any failure.");
+  command->callback([options, &exit_code] { exit_code = explore(*options); });
+}
+
+}  // namespace velmora::host::cli

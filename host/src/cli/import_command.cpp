@@ -1,0 +1,70 @@
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "cli/input.h"
+#include "cli/json_fields.h"
+#include "cli/output.h"
+#include "cli/symbol_row.h"
+#include "velmora/host/cli/commands.h"
+#include "velmora/host/index/index.h"
+
+namespace velmora::host::cli {
+namespace {
+
+struct ImportOptions {
+  std::string index;
+  std::string rows = "-";
+};
+
+void import_rows(const ImportOptions& options) {
+  Input input(options.rows);
+  const auto index = index::Index::open_or_create(options.index);
+  std::int64_t line_number = 0;
+  std::int64_t count = 0;
+  const auto at_line = [&](const std::exception& error) {
+    return std::runtime_error("line " + std::to_string(line_number) + ": " + error.what());
+  };
+  try {
+    count = index->replace([&]() -> std::optional<index::Symbol> {
+      const std::optional<std::string> line = next_line(input.stream(), line_number);
+      if (!line) return std::nullopt;
+      return parse_symbol_row(*line);
+    });
+  } catch (const InputError& error) {
+    throw at_line(error);
+  } catch (const std::invalid_argument& error) {
+    throw at_line(error);  // the index refused the symbol of the line read last
+  }
+  write_output("Imported " + std::to_string(count) + (count == 1 ? " symbol" : " symbols") +
+               " into " + printable(options.index) + "\n");
+}
+
+}  // namespace
+
+void add_import_command(CLI::App& app, ExitCode& exit_code) {
+  CLI::App* command = app.add_subcommand(
+      "import", "Replace the content of an index by rows of symbols, all or nothing");
+  const auto options = std::make_shared<ImportOptions>();
+  command->add_option("--index", options->index, "The index; made when it is missing")
+      ->type_name("FILE")
+      ->required();
+  command
+      ->add_option("rows", options->rows,
+                   "The rows, one JSON object a line; standard input when it is - or absent")
+      ->type_name("ROWS.jsonl");
+  command->footer(
+      "A row has fqn, name, kind, language, path, start_line and end_line, and optionally id,\n"
+      "signature, docstring and embeddings, a list of {\"model\", \"values\"}. A row without id "
+      "gets\n"
+      "the largest id so far plus one. Blank lines are skipped, unknown fields are errors.");
+  command->callback([options, &exit_code] {
+    import_rows(*options);
+    exit_code = ExitCode::answered;
+  });
+}
+
+}  // namespace velmora::host::cli

@@ -1,0 +1,3 @@
+#include "velmora/host/cli/program.h"
+
+int main(int argc, char** argv) { return velmora::host::cli::run(argc, argv); }

@@ -1,0 +1,71 @@
+#include "cli/output.h"
+
+#include <unicode/utf8.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <system_error>
+
+#include "velmora/logging.h"
+
+namespace velmora::host::cli {
+namespace {
+
+constexpr char32_t REPLACEMENT = 0xFFFD;
+
+bool is_control(char32_t character) {
+  if (character == U'\n' || character == U'\t') return false;
+  return character < 0x20 || (character >= 0x7F && character < 0xA0);
+}
+
+class StandardErrorSink final : public logging::Sink {
+ public:
+  void write(const logging::Record& record) noexcept override {
+    try {
+      // One call, so that the lines of several threads do not mix.
+      const std::string line = printable(logging::format(record)) + "\n";
+      std::fwrite(line.data(), 1, line.size(), stderr);
+    } catch (const std::exception&) {
+      // A log line that cannot be written is lost.
+    }
+  }
+};
+
+}  // namespace
+
+void write_output(std::string_view text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
+    return;
+  }
+  if (errno == EPIPE) throw NobodyReads();
+  throw std::runtime_error("The output cannot be written: " +
+                           std::generic_category().message(errno));
+}
+
+std::string printable(std::string_view text) {
+  std::string shown;
+  shown.reserve(text.size());
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  for (std::size_t i = 0; i < text.size();) {
+    const std::size_t start = i;
+    UChar32 decoded = 0;
+    U8_NEXT_OR_FFFD(bytes, i, text.size(), decoded);
+    const auto character = static_cast<char32_t>(decoded);
+    if (character == REPLACEMENT || is_control(character)) {
+      shown += "\uFFFD";
+    } else {
+      shown.append(text.substr(start, i - start));
+    }
+  }
+  return shown;
+}
+
+void log_to_standard_error(bool verbose) {
+  logging::set_sink(std::make_shared<StandardErrorSink>(),
+                    verbose ? logging::Level::debug : logging::Level::warning);
+}
+
+}  // namespace velmora::host::cli

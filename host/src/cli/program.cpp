@@ -1,0 +1,74 @@
+#include "velmora/host/cli/program.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "cli/output.h"
+#include "velmora/host/cli/commands.h"
+
+namespace velmora::host::cli {
+namespace {
+
+// A file opened later must not get the number of a closed standard stream: what is printed would
+// end up in it. Writing to what takes the place of a closed standard output fails, as it should.
+void reserve_standard_streams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(stream, F_GETFD) == -1) static_cast<void>(::open("/dev/null", O_RDONLY));
+  }
+}
+
+void complain(std::string_view message) {
+  std::fputs(("velmora: " + printable(message) + "\n").c_str(), stderr);
+}
+
+ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
+  ExitCode exit_code = ExitCode::answered;
+  add_explore_command(app, exit_code);
+  add_import_command(app, exit_code);
+  try {
+    app.parse(argc, argv);
+    return exit_code;
+  } catch (const CLI::Success& answered) {  // --help or --version
+    std::ostringstream text;
+    app.exit(answered, text, text);
+    write_output(text.str());
+    return ExitCode::answered;
+  } catch (const CLI::ParseError& error) {
+    complain(std::string(error.what()) + "\nRun velmora with --help for more information.");
+    return ExitCode::wrong_usage;
+  }
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv) {
+  reserve_standard_streams();
+  // A write that nobody reads becomes an error of that write.
+  std::signal(SIGPIPE, SIG_IGN);
+
+  CLI::App app("Velmora finds the code that answers a question.", "velmora");
+  app.set_version_flag("--version", "velmora " VELMORA_VERSION);
+  bool verbose = false;
+  app.add_flag("--verbose", verbose, "Log everything to standard error");
+  app.parse_complete_callback([&verbose] { log_to_standard_error(verbose); });
+  app.fallthrough();  // these flags may stand behind the command too
+  app.require_subcommand(1);
+  try {
+    return static_cast<int>(parse_and_run(app, argc, argv));
+  } catch (const NobodyReads&) {
+    return static_cast<int>(ExitCode::failed);
+  } catch (const std::exception& error) {
+    complain(error.what());
+    return static_cast<int>(ExitCode::failed);
+  }
+}
+
+}  // namespace velmora::host::cli
