@@ -1,9 +1,12 @@
 #include "cli/symbol_row.h"
 
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "cli/json_fields.h"
+#include "embedding/float_list.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -12,15 +15,11 @@ using nlohmann::json;
 
 index::SymbolEmbedding parse_embedding(const json& value) {
   const JsonFields fields(value, {"model", "values"});
-  const json* values = fields.optional_list("values");
-  if (values == nullptr) throw InputError("\"values\" is missing");
-  index::SymbolEmbedding embedding{.model = fields.text("model"), .values = {}};
-  embedding.values.reserve(values->size());
-  for (const json& number : *values) {
-    if (!number.is_number()) throw InputError("\"values\" must be a list of numbers");
-    embedding.values.push_back(number.get<float>());
-  }
-  return embedding;
+  const json* list = fields.optional_list("values");
+  if (list == nullptr) throw InputError("\"values\" is missing");
+  std::optional<std::vector<float>> values = embedding::float_list(*list);
+  if (!values) throw InputError("\"values\" must be a list of finite 32-bit numbers");
+  return {.model = fields.text("model"), .values = *std::move(values)};
 }
 
 // A path as the index keeps it; the filters of a question compare paths segment by segment.

@@ -3,15 +3,18 @@
 #include <curl/curl.h>
 
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "embedding/float_list.h"
 
 namespace velmora::host::embedding {
 namespace {
@@ -47,16 +50,11 @@ std::vector<float> vector_of(const std::string& answer) {
   const nlohmann::json parsed = nlohmann::json::parse(answer, nullptr, false);
   const auto at = nlohmann::json::json_pointer("/data/0/embedding");
   if (parsed.is_discarded()) fail("sent an answer that is not JSON");
-  if (!parsed.contains(at) || !parsed.at(at).is_array()) fail("sent no data[0].embedding");
-  std::vector<float> values;
-  values.reserve(parsed.at(at).size());
-  for (const nlohmann::json& value : parsed.at(at)) {
-    if (!value.is_number()) fail("sent a vector that holds something other than numbers");
-    values.push_back(value.get<float>());
-    if (!std::isfinite(values.back())) fail("sent a vector that holds a number out of range");
-  }
-  if (values.empty()) fail("sent an empty vector");
-  return values;
+  if (!parsed.contains(at)) fail("sent no data[0].embedding");
+  std::optional<std::vector<float>> values = float_list(parsed.at(at));
+  if (!values) fail("sent an embedding that is not a list of finite 32-bit numbers");
+  if (values->empty()) fail("sent an empty vector");
+  return *std::move(values);
 }
 
 class HttpEmbedder {

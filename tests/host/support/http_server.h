@@ -1,0 +1,137 @@
+// A real HTTP server on loopback for tests. It serves one connection after another and can
+// misbehave: the test decides the bytes that are sent back for each request.
+#pragma once
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <functional>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace velmora::host::test {
+
+class HttpServer {
+ public:
+  // What is sent for a request, whose head and body are given as received. An empty text sends
+  // nothing and leaves the client waiting.
+  using Answer = std::function<std::string(const std::string& request)>;
+
+  // A whole response with a body.
+  static std::string response(std::string_view body, std::string_view status = "200 OK") {
+    return "HTTP/1.1 " + std::string(status) +
+           "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + std::string(body);
+  }
+
+  explicit HttpServer(Answer answer) : answer_(std::move(answer)) {
+    listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        ::listen(listener_, 16) != 0 ||
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+      throw std::runtime_error("no port on loopback");
+    }
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread([this] { serve(); });
+  }
+  HttpServer(const HttpServer&) = delete;
+  HttpServer& operator=(const HttpServer&) = delete;
+  ~HttpServer() {
+    ::shutdown(listener_, SHUT_RDWR);  // ends the accept
+    {
+      const std::lock_guard guard(lock_);
+      stopping_ = true;
+      if (connection_ >= 0) ::shutdown(connection_, SHUT_RDWR);  // ends the read
+    }
+    thread_.join();
+    ::close(listener_);
+  }
+
+  [[nodiscard]] std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
+
+  // Every request so far, in order.
+  [[nodiscard]] std::vector<std::string> requests() const {
+    const std::lock_guard guard(lock_);
+    return requests_;
+  }
+  // How many connections were made so far.
+  [[nodiscard]] int connections() const {
+    const std::lock_guard guard(lock_);
+    return connections_;
+  }
+
+ private:
+  void serve() {
+    while (true) {
+      const int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+      if (connection < 0) return;
+      {
+        const std::lock_guard guard(lock_);
+        connection_ = connection;
+        ++connections_;
+        if (stopping_) ::shutdown(connection, SHUT_RDWR);
+      }
+      talk(connection);
+      const std::lock_guard guard(lock_);
+      connection_ = -1;
+      ::close(connection);
+    }
+  }
+
+  // Answers the requests of a connection until the client or the server ends it.
+  void talk(int connection) {
+    std::string received;
+    char buffer[4096];
+    while (true) {
+      const std::size_t length = request_length(received);
+      if (length > 0) {
+        const std::string request = received.substr(0, length);
+        received.erase(0, length);
+        {
+          const std::lock_guard guard(lock_);
+          requests_.push_back(request);
+        }
+        const std::string sent = answer_(request);
+        static_cast<void>(::send(connection, sent.data(), sent.size(), MSG_NOSIGNAL));
+        continue;
+      }
+      const ssize_t count = ::recv(connection, buffer, sizeof(buffer), 0);
+      if (count <= 0) return;
+      received.append(buffer, static_cast<std::size_t>(count));
+    }
+  }
+
+  // The length of the first request in `received`, or 0 while it is not complete.
+  static std::size_t request_length(const std::string& received) {
+    const std::size_t head = received.find("\r\n\r\n");
+    if (head == std::string::npos) return 0;
+    std::size_t length = head + 4;
+    const std::size_t field = received.find("Content-Length: ");
+    if (field < head) {
+      length += static_cast<std::size_t>(std::atoll(received.c_str() + field + 16));
+    }
+    return received.size() >= length ? length : 0;
+  }
+
+  Answer answer_;
+  int listener_ = -1;
+  int port_ = 0;
+  mutable std::mutex lock_;
+  bool stopping_ = false;
+  int connection_ = -1;
+  int connections_ = 0;
+  std::vector<std::string> requests_;
+  std::thread thread_;
+};
+
+}  // namespace velmora::host::test
