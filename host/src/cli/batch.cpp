@@ -48,7 +48,9 @@ void answer_batch(std::istream& stream, HybridRetriever& retriever,
     std::string written;
     try {
       const json value = parse_line(*line);
-      if (value.is_object() && value.contains("query")) query = value["query"];
+      if (value.is_object() && value.contains("query") && value["query"].is_string()) {
+        query = value["query"];
+      }
       written = answer(value, retriever, defaults);
     } catch (const std::exception& error) {
       const ordered_json failure = {{"query", query}, {"error", error.what()}};

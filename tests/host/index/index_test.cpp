@@ -145,8 +145,8 @@ TEST(Index, FingerprintIsNeverRepeated) {
   EXPECT_TRUE(changed());
 
   // Deleted and made anew under an open index, with a cursor in the middle of the earlier file.
-  const auto cursor = index->retrievable_code_symbols(std::vector<std::string_view>{"python"},
-                                                      std::vector<std::string_view>{"function"});
+  auto cursor = index->retrievable_code_symbols(std::vector<std::string_view>{"python"},
+                                                std::vector<std::string_view>{"function"});
   ASSERT_NE(cursor->next(), nullptr);
   for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(file.string() + suffix);
   EXPECT_NE(message_of<IndexError>([&] {
@@ -157,6 +157,7 @@ TEST(Index, FingerprintIsNeverRepeated) {
   EXPECT_TRUE(changed());
   EXPECT_EQ(rows(*index), std::vector<std::string>{"1 pkg.b src/b.py:1 -"});
   EXPECT_EQ(cursor->next(), nullptr);
+  cursor.reset();
 
   // A copy that goes its own way from the same state.
   index.reset();
