@@ -1,0 +1,44 @@
+// The definitions in one source file.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include "velmora/host/index/symbol.h"
+
+namespace velmora::host::indexing {
+
+// The file cannot be indexed. The message says why, in a few words that stand after a path.
+class ExtractError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct ExtractOptions {
+  // How long the parser may work on one file before it gives up. Real files take milliseconds; the
+  // limit is for those made to be hard.
+  std::chrono::microseconds timeout = std::chrono::seconds(10);
+};
+
+// The symbols of `source`, a file in `language` (one of "c", "cpp", "python") at `path` (relative
+// to the repository, forward slashes), in the order in which they stand in the file. One symbol for
+// each definition; what is local to a function is left out. Nothing has an id or an embedding.
+//
+// What cannot be parsed is passed over: the rest of the file still counts. Invalid UTF-8 is carried
+// through. Throws ExtractError when the parser ran out of time, std::invalid_argument for an
+// unknown language. A pure function: any thread may call it, time and memory are bounded for every
+// input.
+[[nodiscard]] std::vector<index::Symbol> extract_symbols(std::string_view language,
+                                                         std::string_view path,
+                                                         std::string_view source,
+                                                         const ExtractOptions& options = {});
+
+// How many places of `source` the parser of `language` could make nothing of. Throws as
+// extract_symbols does.
+[[nodiscard]] std::size_t count_errors(std::string_view language, std::string_view source,
+                                       const ExtractOptions& options = {});
+
+}  // namespace velmora::host::indexing

@@ -1,0 +1,467 @@
+#include "indexing/c_family.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace velmora::host::indexing {
+namespace {
+
+using Role = Enclosing::Role;
+
+// A value that takes more room than this is content, not signature.
+constexpr std::uint32_t LONGEST_VALUE = 120;
+// "int a, b, c" declares three; nobody writes more than these in one declaration by hand.
+constexpr std::size_t MOST_DECLARATORS = 64;
+
+bool is_header(std::string_view path) {
+  const std::string_view extension = path.substr(std::min(path.rfind('.'), path.size()));
+  constexpr std::array<std::string_view, 5> SOURCES = {".c", ".cpp", ".cc", ".cxx", ".c++"};
+  return extension != ".C" && std::ranges::find(SOURCES, extension) == SOURCES.end();
+}
+
+bool is_macro_name(std::string_view name) {
+  return name.size() > 1 &&
+         name.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ") != std::string_view::npos &&
+         name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") == std::string_view::npos;
+}
+
+bool is_declarator(std::string_view type) { return type.ends_with("declarator"); }
+
+// "Foo<T>::bar" without its arguments: "Foo::bar". Members of a template are written with other
+// arguments inside the class than outside.
+std::string without_arguments(std::string_view name) {
+  std::string plain;
+  int depth = 0;
+  for (const char c : name) {
+    if (c == '<') ++depth;
+    if (depth == 0 && c != ' ') plain += c;
+    if (c == '>') --depth;
+  }
+  return plain;
+}
+
+std::string_view last_part(std::string_view qualified) {
+  const std::size_t separator = qualified.rfind("::");
+  return separator == std::string_view::npos ? qualified : qualified.substr(separator + 2);
+}
+
+// What a declarator says: "*Foo::bar(int a) const" is the name bar, the qualifier Foo, a function
+// with the suffix "(int a) const" that returns a pointer.
+struct Declarator {
+  std::string qualifier;
+  std::string name;
+  std::string arguments;
+  std::string suffix;
+  std::string pointers;
+  bool is_function = false;
+  bool has_result_in_suffix = false;  // "-> T", or a conversion, whose name tells it
+};
+
+// Takes a name apart: qualifier, last part, and template arguments.
+void read_name(TSNode node, const Source& source, Declarator& out) {
+  std::string written;
+  while (type_of(node) == "qualified_identifier") {
+    if (const TSNode scope = field(node, "scope"); !ts_node_is_null(scope)) {
+      if (!written.empty()) written += "::";
+      written += source.line(scope);
+    }
+    const TSNode next = field(node, "name");
+    if (ts_node_is_null(next)) break;
+    node = next;
+  }
+  out.qualifier = without_arguments(written);
+  const std::string_view type = type_of(node);
+  if (type == "template_function" || type == "template_method" || type == "template_type") {
+    if (const TSNode arguments = field(node, "arguments"); !ts_node_is_null(arguments)) {
+      out.arguments = source.line(arguments);
+    }
+    node = field(node, "name");
+  } else if (type == "operator_cast") {
+    const TSNode target = field(node, "type");
+    const TSNode rest = field(node, "declarator");
+    out.name = "operator " + source.line(target);
+    out.is_function = true;
+    out.has_result_in_suffix = true;
+    if (!ts_node_is_null(rest)) {
+      const std::string text = source.line(rest);
+      const std::size_t open = std::min(text.find('('), text.size());
+      out.name += text.substr(0, open);
+      out.suffix = text.substr(open);
+    }
+    return;
+  }
+  out.name = source.line(node);
+}
+
+// The declarator inside `node`, or a null node.
+TSNode inner_declarator(TSNode node) {
+  if (const TSNode inner = field(node, "declarator"); !ts_node_is_null(inner)) return inner;
+  for (const Child& child : children(node)) {
+    const std::string_view type = type_of(child.node);
+    if (is_declarator(type) || type.ends_with("identifier") || type == "operator_name" ||
+        type == "destructor_name") {
+      return child.node;
+    }
+  }
+  return {};
+}
+
+Declarator read_declarator(TSNode node, const Source& source) {
+  Declarator out;
+  TSNode function{};  // the function declarator right around the name
+  TSNode result{};    // the one around that, of a function that returns a function's address
+  while (!ts_node_is_null(node) && is_declarator(type_of(node))) {
+    const std::string_view type = type_of(node);
+    const TSNode inner = inner_declarator(node);
+    if (ts_node_is_null(inner)) break;
+    if (type == "function_declarator") {
+      function = node;
+    } else if (type == "pointer_declarator" || type == "reference_declarator") {
+      result = function;
+      function = {};
+      out.pointers += source.line(Range{ts_node_start_byte(node), ts_node_start_byte(inner)});
+    } else if (type == "array_declarator") {
+      function = {};
+    }
+    node = inner;
+  }
+  if (ts_node_is_null(node) || is_declarator(type_of(node))) return out;
+  read_name(node, source, out);
+  if (!ts_node_is_null(function)) {
+    out.is_function = true;
+    const TSNode parameters = field(function, "parameters");
+    if (!ts_node_is_null(parameters)) {
+      out.suffix = source.line(Range{ts_node_start_byte(parameters), ts_node_end_byte(function)});
+    }
+    if (!ts_node_is_null(result)) {
+      out.pointers = " (" + out.pointers + ")" + source.line(field(result, "parameters"));
+    }
+    for (const Child& child : children(function)) {
+      if (type_of(child.node) == "trailing_return_type") out.has_result_in_suffix = true;
+    }
+  }
+  return out;
+}
+
+// The type that stands before the declarators of a declaration, and what kind of declaration it is.
+struct Specifiers {
+  std::string type;  // "const char"; without storage classes and attributes
+  bool is_constant = false;
+  bool is_typeless = true;  // constructors, destructors, and macros that look like functions
+};
+
+Specifiers read_specifiers(const std::vector<Child>& parts, const Source& source) {
+  Specifiers out;
+  for (const Child& part : parts) {
+    if (part.field == "declarator") break;
+    const std::string_view type = type_of(part.node);
+    if (type == "type_qualifier") {
+      const std::string_view word = source.raw(part.node);
+      if (word == "const" || word == "constexpr") out.is_constant = true;
+      if (word != "const" && word != "volatile") continue;
+    } else if (part.field != "type") {
+      continue;
+    }
+    Range range = range_of(part.node);
+    if (part.field == "type") {
+      out.is_typeless = false;
+      if (const TSNode body = field(part.node, "body"); !ts_node_is_null(body)) {
+        range.end = ts_node_start_byte(body);
+      }
+    }
+    if (!out.type.empty()) out.type += ' ';
+    out.type += source.line(range);
+  }
+  return out;
+}
+
+// The class that the definition stands in, or null.
+const Enclosing* enclosing_type(std::span<const Enclosing> enclosing) {
+  for (std::size_t i = enclosing.size(); i > 0; --i) {
+    const Enclosing& around = enclosing[i - 1];
+    if (around.role == Role::type) return &around;
+    if (around.role == Role::scope || around.role == Role::friends) break;
+  }
+  return nullptr;
+}
+
+bool in_friend(std::span<const Enclosing> enclosing) {
+  return std::ranges::any_of(enclosing, [](const Enclosing& e) { return e.role == Role::friends; });
+}
+
+// Whether what stands in front of "::" is a namespace, as far as this file tells.
+bool names_namespace(std::string_view qualifier, const Source& source) {
+  return source.scopes.contains(qualifier) || source.scopes.contains(last_part(qualifier));
+}
+
+void describe_function(const Declarator& declarator, const Specifiers& specifiers,
+                       std::span<const Enclosing> enclosing, const Source& source,
+                       std::vector<Declared>& out) {
+  const Enclosing* const type = enclosing_type(enclosing);
+  const bool member = type != nullptr || (!declarator.qualifier.empty() &&
+                                          !names_namespace(declarator.qualifier, source));
+  // TEST(Suite, Case) { ... }: what the macro defines is named by its arguments.
+  if (!member && specifiers.is_typeless && is_macro_name(declarator.name) &&
+      declarator.suffix.size() > 2 && declarator.suffix.front() == '(') {
+    const std::string_view arguments =
+        std::string_view(declarator.suffix).substr(1, declarator.suffix.size() - 2);
+    Declared made{.kind = "function", .signature = ": " + declarator.name + declarator.suffix};
+    const std::size_t comma = arguments.find(',');
+    if (comma == std::string_view::npos) {
+      made.name = arguments;
+    } else {
+      const std::string_view second = arguments.substr(std::min(comma + 2, arguments.size()));
+      made.qualifier = arguments.substr(0, comma);
+      made.name = second.substr(0, second.find(','));
+    }
+    out.push_back(std::move(made));
+    return;
+  }
+  const std::string_view owner = !declarator.qualifier.empty() ? last_part(declarator.qualifier)
+                                 : type != nullptr             ? std::string_view(type->name)
+                                                               : std::string_view();
+  Declared function{.kind = !member                    ? "function"
+                            : declarator.name == owner ? "constructor"
+                                                       : "method",
+                    .qualifier = declarator.qualifier,
+                    .name = declarator.name,
+                    .arguments = declarator.arguments,
+                    .signature = declarator.suffix,
+                    .outside_types = in_friend(enclosing)};
+  if (!declarator.has_result_in_suffix && !specifiers.type.empty()) {
+    function.signature += " -> " + specifiers.type;
+    // "int *f()" is written the way that "f() -> int*" reads.
+    function.signature += declarator.pointers;
+  }
+  out.push_back(std::move(function));
+}
+
+void describe_declaration(const Found& found, std::span<const Enclosing> enclosing,
+                          const Source& source, std::vector<Declared>& out) {
+  const std::vector<Child> parts = children(found.node);
+  const Specifiers specifiers = read_specifiers(parts, source);
+  const bool in_type = enclosing_type(enclosing) != nullptr;
+  std::size_t count = 0;
+  for (const Child& part : parts) {
+    if (part.field != "declarator" || ++count > MOST_DECLARATORS) continue;
+    const Declarator declarator = read_declarator(part.node, source);
+    if (declarator.name.empty()) continue;
+    if (declarator.is_function) {
+      // Without a type and outside a class it is a macro's use: no prototype looks like that.
+      const bool prototype = in_type || (is_header(source.path) && !specifiers.is_typeless);
+      if (prototype && !in_friend(enclosing)) {
+        describe_function(declarator, specifiers, enclosing, source, out);
+      }
+    } else if (specifiers.is_constant && !in_type) {
+      Declared constant{.kind = "constant",
+                        .qualifier = declarator.qualifier,
+                        .name = declarator.name,
+                        .signature = ": " + specifiers.type + declarator.pointers};
+      const TSNode value = field(part.node, "value");
+      if (!ts_node_is_null(value) &&
+          ts_node_end_byte(value) - ts_node_start_byte(value) <= LONGEST_VALUE) {
+        constant.signature += " = " + source.line(value);
+      }
+      out.push_back(std::move(constant));
+    }
+  }
+}
+
+// A class, struct, union or enum: everything between its name and its body.
+void describe_type(const Found& found, const Source& source, std::vector<Declared>& out) {
+  const TSNode name = field(found.node, "name");
+  const TSNode body = field(found.node, "body");
+  if (ts_node_is_null(name)) return;
+  Declarator read;
+  read_name(name, source, read);
+  out.push_back(
+      {.kind = std::string(found.kind),
+       .qualifier = read.qualifier,
+       .name = read.name,
+       .arguments = read.arguments,
+       .signature = source.line(Range{ts_node_end_byte(name), ts_node_start_byte(body)})});
+  std::string& rest = out.back().signature;
+  if (!rest.empty()) rest.insert(0, 1, ' ');
+}
+
+// typedef: the type that it names, or, for "typedef struct { ... } Name", the struct.
+void describe_typedef(const Found& found, const Source& source, std::vector<Declared>& out) {
+  const std::vector<Child> parts = children(found.node);
+  const Specifiers specifiers = read_specifiers(parts, source);
+  std::string kind = "type";
+  if (const TSNode type = field(found.node, "type"); !ts_node_is_null(type)) {
+    const bool named = !ts_node_is_null(field(type, "name"));
+    if (!named && !ts_node_is_null(field(type, "body"))) {
+      kind = type_of(type).substr(0, type_of(type).find('_'));  // "struct_specifier"
+    }
+  }
+  std::size_t count = 0;
+  for (const Child& part : parts) {
+    if (part.field != "declarator" || ++count > MOST_DECLARATORS) continue;
+    const Declarator declarator = read_declarator(part.node, source);
+    if (declarator.name.empty()) continue;
+    Declared type{.kind = kind, .name = declarator.name};
+    if (kind == "type") {
+      // The declarator without the name is what C writes for the type: "int (*)(void)".
+      std::string shape = source.line(part.node);
+      if (const std::size_t at = shape.find(declarator.name); at != std::string::npos) {
+        shape.erase(at, declarator.name.size());
+      }
+      type.signature = " = " + specifiers.type + (shape.starts_with('(') ? " " : "") + shape;
+    }
+    out.push_back(std::move(type));
+  }
+}
+
+void describe_macro(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
+                    std::vector<Declared>& out) {
+  const TSNode value = field(found.node, "value");
+  const TSNode parameters = field(found.node, "parameters");
+  Declared macro{.kind = "macro", .name = source.line(found.name)};
+  if (!ts_node_is_null(parameters)) {
+    macro.signature = source.line(parameters);
+  } else if (ts_node_is_null(value)) {
+    const bool guard = std::ranges::any_of(enclosing, [&](const Enclosing& e) {
+      return e.role == Role::guard && e.name == macro.name;
+    });
+    if (guard) return;
+  } else if (ts_node_end_byte(value) - ts_node_start_byte(value) <= LONGEST_VALUE) {
+    macro.signature = " " + source.line(value);
+  }
+  out.push_back(std::move(macro));
+}
+
+// "using Name = type;" and "concept Name = condition;"
+void describe_alias(const Found& found, const Source& source, std::vector<Declared>& out) {
+  Range rest{ts_node_end_byte(found.name), ts_node_end_byte(found.node)};
+  if (source.text.substr(0, rest.end).ends_with(';')) --rest.end;
+  out.push_back(
+      {.kind = "type", .name = source.line(found.name), .signature = " " + source.line(rest)});
+}
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+bool is_word(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+std::size_t skip_blanks(std::string_view text, std::size_t at) {
+  while (at < text.size() && is_blank(text[at])) ++at;
+  return at;
+}
+
+std::string_view word_at(std::string_view text, std::size_t at) {
+  std::size_t stop = at;
+  while (stop < text.size() && is_word(text[stop])) ++stop;
+  return text.substr(at, stop - at);
+}
+
+// The place after "(...)" at `at` when it closes on the same line, else `at`.
+std::size_t skip_arguments(std::string_view text, std::size_t at) {
+  if (at >= text.size() || text[at] != '(') return at;
+  int depth = 0;
+  for (std::size_t i = at; i < text.size() && text[i] != '\n'; ++i) {
+    if (text[i] == '(') ++depth;
+    if (text[i] == ')' && --depth == 0) return i + 1;
+  }
+  return at;
+}
+
+bool at_line_end(std::string_view text, std::size_t at) {
+  return at >= text.size() || text[at] == '\n' || text[at] == '\r';
+}
+
+// Whether a macro that ends at `after`, with its arguments if it has some, can be done without: the
+// last thing on its line with something new on the next one, or before a declaration.
+bool is_decoration(std::string_view text, std::size_t after, bool has_arguments) {
+  if (!at_line_end(text, after)) {
+    // "EXPORT int f()" and "EXPORT Name* f()", but not the type of "BOOL f()".
+    const std::string_view word = word_at(text, after);
+    const std::size_t next = skip_blanks(text, after + word.size());
+    return !word.empty() && next < text.size() &&
+           (is_word(text[next]) || at_line_end(text, next) || text[next] == '*' ||
+            text[next] == '&' || text[next] == '<' || text.substr(next).starts_with("::"));
+  }
+  const std::size_t next = text.find_first_not_of(" \t\r\n", after);
+  if (next == std::string_view::npos) return true;
+  if (!is_word(text[next])) return std::string_view("#[/}~").find(text[next]) != text.npos;
+  // A type may stand on the line above its function's name.
+  const std::string_view word = word_at(text, next);
+  const std::size_t open = skip_blanks(text, next + word.size());
+  return has_arguments || open >= text.size() || text[open] != '(' || is_macro_name(word);
+}
+
+// Where the declaration begins on a line that opens with macros at `at`: behind them.
+std::size_t skip_leading_macros(std::string_view text, std::size_t at) {
+  while (true) {
+    const std::string_view word = word_at(text, at);
+    if (!is_macro_name(word)) return at;
+    const std::size_t name_end = at + word.size();
+    const std::size_t end = skip_arguments(text, skip_blanks(text, name_end));
+    const bool has_arguments = end > name_end && text[end - 1] == ')';
+    const std::size_t after = skip_blanks(text, end);
+    if (!is_decoration(text, after, has_arguments)) return at;
+    at = after;
+  }
+}
+
+}  // namespace
+
+std::string blank_macros(std::string_view source) {
+  std::string out(source);
+  const std::string_view text = source;
+  const auto blank = [&](std::size_t from, std::size_t to) {
+    std::fill(out.begin() + static_cast<std::ptrdiff_t>(from),
+              out.begin() + static_cast<std::ptrdiff_t>(to), ' ');
+  };
+  bool continued = false;  // the line belongs to a preprocessor line above it
+  for (std::size_t start = 0; start < text.size();) {
+    const std::size_t stop = std::min(text.find('\n', start), text.size());
+    const std::string_view line = text.substr(start, stop - start);
+    const std::size_t first = skip_blanks(text, start);
+    const bool directive = continued || (first < stop && text[first] == '#');
+    continued = directive && line.substr(0, line.find_last_not_of("\r") + 1).ends_with('\\');
+    if (!directive && first < stop) {
+      std::size_t at = skip_leading_macros(text, first);
+      blank(first, at);
+      const std::string_view word = word_at(text, at);
+      if (word == "class" || word == "struct" || word == "union" || word == "namespace") {
+        at = skip_blanks(text, at + word.size());
+        const std::string_view macro = word_at(text, at);
+        const std::size_t after = skip_blanks(text, skip_arguments(text, at + macro.size()));
+        if (is_macro_name(macro) && after < stop && is_word(text[after]) &&
+            word_at(text, after) != "final") {
+          blank(at, after);
+        }
+      }
+    }
+    start = stop + 1;
+  }
+  return out;
+}
+
+void describe_c_family(const Found& found, std::span<const Enclosing> enclosing,
+                       const Source& source, std::vector<Declared>& out) {
+  if (found.kind == "function") {
+    const TSNode node = field(found.node, "declarator");
+    if (ts_node_is_null(node)) return;
+    const Declarator declarator = read_declarator(node, source);
+    if (!declarator.is_function || declarator.name.empty()) return;
+    describe_function(declarator, read_specifiers(children(found.node), source), enclosing, source,
+                      out);
+  } else if (found.kind == "declaration") {
+    describe_declaration(found, enclosing, source, out);
+  } else if (found.kind == "macro") {
+    describe_macro(found, enclosing, source, out);
+  } else if (found.kind == "type") {
+    if (ts_node_is_null(found.name)) {
+      describe_typedef(found, source, out);
+    } else {
+      describe_alias(found, source, out);
+    }
+  } else {
+    describe_type(found, source, out);
+  }
+}
+
+}  // namespace velmora::host::indexing

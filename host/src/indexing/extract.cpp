@@ -1,0 +1,415 @@
+// How a file is read: a query marks definitions and what encloses them; the marks, sorted by where
+// they begin, are walked with a stack of the open ones, which tells each definition its scope. The
+// tree itself is never walked by recursion, so depth costs nothing but the stack's elements.
+
+#include "velmora/host/indexing/extract.h"
+
+#include <tree_sitter/api.h>
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <tuple>
+#include <unordered_map>
+#include <utility>
+
+#include "indexing/doc_comment.h"
+#include "indexing/language.h"
+#include "indexing/source.h"
+
+namespace velmora::host::indexing {
+namespace {
+
+// Deeper or longer than people write; the limits bound the length of qualified names.
+constexpr std::size_t DEEPEST_SCOPE = 64;
+constexpr std::size_t LONGEST_NAME = 1024;
+
+// Patterns that wait for a child at once: deep nesting must not make the query slow.
+constexpr std::uint32_t MOST_OPEN_MATCHES = 64;
+
+template <auto Delete>
+struct Deleter {
+  template <class T>
+  void operator()(T* object) const {
+    Delete(object);
+  }
+};
+using Parser = std::unique_ptr<TSParser, Deleter<ts_parser_delete>>;
+using Tree = std::unique_ptr<TSTree, Deleter<ts_tree_delete>>;
+using Cursor = std::unique_ptr<TSQueryCursor, Deleter<ts_query_cursor_delete>>;
+using QueryPtr = std::unique_ptr<TSQuery, Deleter<ts_query_delete>>;
+
+// What a capture's name says of a node.
+enum class Mark { definition, name, scope, wrapper, friends, guard, local, comment };
+
+struct Capture {
+  Mark mark = Mark::name;
+  std::string kind;  // of a definition
+};
+
+// A language's compiled query; any thread may use it.
+struct Query {
+  QueryPtr query;
+  std::vector<Capture> captures;  // by id
+};
+
+Capture read_capture(std::string_view name) {
+  constexpr std::string_view DEFINITION = "definition.";
+  if (name.starts_with(DEFINITION)) {
+    return {Mark::definition, std::string(name.substr(DEFINITION.size()))};
+  }
+  constexpr std::pair<std::string_view, Mark> MARKS[] = {
+      {"name", Mark::name},      {"scope", Mark::scope}, {"wrapper", Mark::wrapper},
+      {"friend", Mark::friends}, {"guard", Mark::guard}, {"local", Mark::local},
+      {"comment", Mark::comment}};
+  for (const auto& [word, mark] : MARKS) {
+    if (word == name) return {mark, {}};
+  }
+  throw std::logic_error("unknown capture in a query: " + std::string(name));
+}
+
+Query compile(const Language& language) {
+  std::string text;
+  for (const std::string_view part : language.queries) text += part;
+  std::uint32_t offset = 0;
+  TSQueryError error = TSQueryErrorNone;
+  Query compiled;
+  compiled.query.reset(ts_query_new(language.grammar(), text.data(),
+                                    static_cast<std::uint32_t>(text.size()), &offset, &error));
+  if (!compiled.query) {
+    throw std::logic_error("the query for " + std::string(language.name) +
+                           " does not fit its grammar at: " + text.substr(offset, 40));
+  }
+  for (std::uint32_t id = 0; id < ts_query_capture_count(compiled.query.get()); ++id) {
+    std::uint32_t length = 0;
+    const char* name = ts_query_capture_name_for_id(compiled.query.get(), id, &length);
+    compiled.captures.push_back(read_capture({name, length}));
+  }
+  return compiled;
+}
+
+const Query& query_of(const Language& language) {
+  static std::mutex mutex;
+  static std::unordered_map<std::string_view, Query> compiled;
+  const std::lock_guard lock(mutex);
+  const auto found = compiled.find(language.name);
+  if (found != compiled.end()) return found->second;
+  return compiled.emplace(language.name, compile(language)).first->second;
+}
+
+Tree parse(const Language& language, std::string_view text, const ExtractOptions& options) {
+  const Parser parser(ts_parser_new());
+  if (!ts_parser_set_language(parser.get(), language.grammar())) {
+    throw std::logic_error("the grammar of " + std::string(language.name) +
+                           " is of another version than the parser");
+  }
+  ts_parser_set_timeout_micros(parser.get(), static_cast<std::uint64_t>(options.timeout.count()));
+  Tree tree(ts_parser_parse_string(parser.get(), nullptr, text.data(),
+                                   static_cast<std::uint32_t>(text.size())));
+  if (!tree) throw ExtractError("parsing it takes too long");
+  return tree;
+}
+
+struct Item {
+  Mark mark = Mark::local;
+  std::string_view kind;
+  TSNode node{};
+  TSNode name{};
+  Range range;
+};
+
+// The matches of the query, those that begin earlier first, then those that enclose others, then
+// those of the patterns that stand first in the query.
+std::vector<Item> find_items(const Query& query, TSNode root) {
+  const Cursor cursor(ts_query_cursor_new());
+  ts_query_cursor_set_match_limit(cursor.get(), MOST_OPEN_MATCHES);
+  ts_query_cursor_exec(cursor.get(), query.query.get(), root);
+  std::vector<std::pair<std::uint16_t, Item>> found;
+  TSQueryMatch match;
+  while (ts_query_cursor_next_match(cursor.get(), &match)) {
+    Item item;
+    for (std::uint16_t i = 0; i < match.capture_count; ++i) {
+      const Capture& capture = query.captures[match.captures[i].index];
+      if (capture.mark == Mark::name) {
+        item.name = match.captures[i].node;
+      } else {
+        item.mark = capture.mark;
+        item.kind = capture.kind;
+        item.node = match.captures[i].node;
+        item.range = range_of(item.node);
+      }
+    }
+    if (item.range.start < item.range.end) found.emplace_back(match.pattern_index, item);
+  }
+  std::ranges::stable_sort(found, {}, [](const auto& entry) {
+    return std::tuple(entry.second.range.start, ~entry.second.range.end, entry.first);
+  });
+  std::vector<Item> items;
+  items.reserve(found.size());
+  for (auto& entry : found) items.push_back(entry.second);
+  return items;
+}
+
+// The comment that stands right above, or in front of, a place of the file; it documents what
+// begins there.
+class Comments {
+ public:
+  Comments(const Language& language, const Source& source) : language_(language), source_(source) {}
+
+  [[nodiscard]] std::optional<std::string> above(std::uint32_t place) const {
+    const auto& comments = source_.comments;
+    auto next = std::ranges::upper_bound(comments, place, {}, &Range::end);
+    if (next == comments.begin()) return std::nullopt;
+    Range block = *--next;
+    if (!adjoins(block.end, place) || !stands_first(block.start)) return std::nullopt;
+    if (is_trailing_comment(text(block))) return std::nullopt;
+    if (!text(block).starts_with("/*")) {
+      while (next != comments.begin() && !text(*std::prev(next)).starts_with("/*") &&
+             adjoins(std::prev(next)->end, next->start) && stands_first(std::prev(next)->start)) {
+        --next;
+      }
+      block.start = next->start;
+    }
+    if (is_top(block.start) && is_licence(text(block))) return std::nullopt;
+    std::string doc = comment_text(text(block), language_.line_comments);
+    if (doc.empty()) return std::nullopt;
+    return doc;
+  }
+
+ private:
+  std::string_view text(Range range) const {
+    return source_.original.substr(range.start, range.end - range.start);
+  }
+  // Nothing but blanks, and no empty line, between two places.
+  bool adjoins(std::uint32_t from, std::uint32_t to) const {
+    const Range between{from, to};
+    const std::string_view parsed = source_.text.substr(from, to - from);
+    if (parsed.find_first_not_of(" \t\r\n\f\v") != std::string_view::npos) return false;
+    bool empty_line = false;  // since the last line break
+    for (const char c : text(between)) {
+      if (c == '\n' && empty_line) return false;
+      empty_line = c == '\n' || (empty_line && (c == ' ' || c == '\t' || c == '\r'));
+    }
+    return true;
+  }
+  // It is the first thing on its line.
+  bool stands_first(std::uint32_t place) const {
+    while (place > 0 &&
+           (source_.original[place - 1] == ' ' || source_.original[place - 1] == '\t')) {
+      --place;
+    }
+    return place == 0 || source_.original[place - 1] == '\n';
+  }
+  // Nothing stands above it in the file, but for a line that names an interpreter.
+  bool is_top(std::uint32_t place) const {
+    const std::string_view before = source_.original.substr(0, place);
+    return before.starts_with("#!") ||
+           before.find_first_not_of(" \t\r\n\xEF\xBB\xBF") == std::string_view::npos;
+  }
+
+  const Language& language_;
+  const Source& source_;
+};
+
+class Extraction {
+ public:
+  Extraction(const Language& language, const Source& source)
+      : language_(language), source_(source), comments_(language, source) {
+    if (language.module != nullptr) module_ = language.module(source.path);
+  }
+
+  void add_module(TSNode root) {
+    if (language_.module_docstring == nullptr) return;
+    const TSNode docstring = language_.module_docstring(root);
+    if (ts_node_is_null(docstring)) return;
+    index::Symbol symbol = place(ts_node_start_point(docstring), ts_node_end_point(docstring));
+    symbol.kind = "module";
+    symbol.fqn = module_;
+    symbol.name = module_.substr(module_.rfind('.') + 1);
+    symbol.signature = module_;
+    symbol.docstring = docstring_text(source_.raw(docstring));
+    symbols_.push_back(std::move(symbol));
+  }
+
+  void walk(const std::vector<Item>& items) {
+    TSNode last{};
+    for (const Item& item : items) {
+      while (!open_.empty() && open_.back().range.end <= item.range.start) open_.pop_back();
+      if (!open_.empty() && open_.back().role == Enclosing::Role::local) continue;
+      if (item.mark == Mark::definition) {
+        // Two patterns may find one node: the first in the query is the one that counts.
+        if (!ts_node_is_null(last) && ts_node_eq(last, item.node)) continue;
+        last = item.node;
+        define(item);
+      } else {
+        open(item);
+      }
+    }
+  }
+
+  std::vector<index::Symbol> take() { return std::move(symbols_); }
+
+ private:
+  using Role = Enclosing::Role;
+
+  void open(const Item& item) {
+    Enclosing around{.range = item.range, .start_row = ts_node_start_point(item.node).row};
+    if (!ts_node_is_null(item.name)) around.name = source_.line(item.name);
+    switch (item.mark) {
+      case Mark::scope:
+        around.role = Role::scope;
+        break;
+      case Mark::wrapper:
+        around.role = Role::wrapper;
+        break;
+      case Mark::friends:
+        around.role = Role::friends;
+        break;
+      case Mark::guard:
+        around.role = Role::guard;
+        break;
+      default:
+        around.role = Role::local;
+        break;
+    }
+    push(std::move(around));
+  }
+
+  void push(Enclosing around) {
+    if (open_.size() >= DEEPEST_SCOPE || around.name.size() > LONGEST_NAME) {
+      around.role = Role::local;
+    }
+    open_.push_back(std::move(around));
+  }
+
+  void define(const Item& item) {
+    std::vector<Declared> declared;
+    language_.describe({.kind = item.kind, .node = item.node, .name = item.name}, open_, source_,
+                       declared);
+    if (declared.empty()) return;
+    const std::string kind = declared.front().kind;
+    const std::string scope = join(declared.front().qualifier, declared.front().name);
+
+    // What stands before the definition and belongs to it: decorators, a template's header.
+    TSPoint start = ts_node_start_point(item.node);
+    std::uint32_t start_byte = item.range.start;
+    for (std::size_t i = open_.size(); i > 0; --i) {
+      Enclosing& around = open_[i - 1];
+      if (around.role != Role::wrapper || around.used) break;
+      around.used = true;
+      start = {.row = around.start_row, .column = 0};
+      start_byte = around.range.start;
+    }
+    const std::optional<std::string> above = comments_.above(start_byte);
+    for (Declared& one : declared) {
+      if (one.name.empty() || one.name.size() + one.qualifier.size() > LONGEST_NAME) continue;
+      index::Symbol symbol = place(start, ts_node_end_point(item.node));
+      name(one, symbol);
+      symbol.docstring = one.docstring ? std::move(one.docstring) : above;
+      symbols_.push_back(std::move(symbol));
+    }
+    if (kind == "class" || kind == "struct" || kind == "union") {
+      push({.role = Role::type, .range = item.range, .name = scope});
+    }
+  }
+
+  void name(Declared& declared, index::Symbol& symbol) const {
+    std::string scope = module_;  // of everything around
+    std::string types;            // of the classes around: the signature begins with them
+    for (const Enclosing& around : open_) {
+      if (around.role == Role::type && !declared.outside_types) {
+        scope = join(scope, around.name);
+        types = join(types, around.name);
+      } else if (around.role == Role::scope) {
+        scope = join(scope, around.name);
+      }
+    }
+    const std::string own = join(declared.qualifier, declared.name);
+    symbol.fqn = join(scope, own);
+    symbol.signature = join(types, own) + declared.arguments + declared.signature;
+    symbol.kind = std::move(declared.kind);
+    symbol.name = std::move(declared.name);
+  }
+
+  std::string join(std::string_view scope, std::string_view own) const {
+    if (scope.empty() || language_.separator.empty()) return std::string(own);
+    return std::string(scope).append(language_.separator).append(own);
+  }
+
+  index::Symbol place(TSPoint start, TSPoint end) const {
+    // A node that takes its line break along ends on the line before.
+    if (end.column == 0 && end.row > start.row) --end.row;
+    index::Symbol symbol;
+    symbol.language = language_.name;
+    symbol.path = source_.path;
+    symbol.start_line = std::int64_t{start.row} + 1;
+    symbol.end_line = std::int64_t{end.row} + 1;
+    return symbol;
+  }
+
+  const Language& language_;
+  const Source& source_;
+  const Comments comments_;
+  std::string module_;
+  std::vector<Enclosing> open_;
+  std::vector<index::Symbol> symbols_;
+};
+
+const Language& language_named(std::string_view name) {
+  const Language* const language = find_language(name);
+  if (language == nullptr) throw std::invalid_argument("unknown language: " + std::string(name));
+  return *language;
+}
+
+// The source as the parser of the language is to see it; `storage` holds it when it differs.
+std::string_view prepare(const Language& language, std::string_view source, std::string& storage) {
+  if (language.prepare == nullptr) return source;
+  storage = language.prepare(source);
+  return storage;
+}
+
+}  // namespace
+
+std::vector<index::Symbol> extract_symbols(std::string_view language_name, std::string_view path,
+                                           std::string_view source, const ExtractOptions& options) {
+  const Language& language = language_named(language_name);
+  std::string storage;
+  Source file{.path = path, .original = source, .text = prepare(language, source, storage)};
+  const Tree tree = parse(language, file.text, options);
+  const TSNode root = ts_tree_root_node(tree.get());
+  std::vector<Item> items = find_items(query_of(language), root);
+  for (const Item& item : items) {
+    if (item.mark == Mark::comment) file.comments.push_back(item.range);
+    if (item.mark == Mark::scope) file.scopes.emplace(file.raw(item.name));
+  }
+  std::erase_if(items, [](const Item& item) { return item.mark == Mark::comment; });
+
+  Extraction extraction(language, file);
+  extraction.add_module(root);
+  extraction.walk(items);
+  return extraction.take();
+}
+
+std::size_t count_errors(std::string_view language_name, std::string_view source,
+                         const ExtractOptions& options) {
+  const Language& language = language_named(language_name);
+  std::string storage;
+  const Tree tree = parse(language, prepare(language, source, storage), options);
+  std::size_t errors = 0;
+  TSTreeCursor cursor = ts_tree_cursor_new(ts_tree_root_node(tree.get()));
+  bool more = true;
+  while (more) {
+    const TSNode node = ts_tree_cursor_current_node(&cursor);
+    if (ts_node_is_missing(node) || type_of(node) == "ERROR") ++errors;
+    if (ts_node_has_error(node) && ts_tree_cursor_goto_first_child(&cursor)) continue;
+    more = ts_tree_cursor_goto_next_sibling(&cursor);
+    while (!more && ts_tree_cursor_goto_parent(&cursor)) {
+      more = ts_tree_cursor_goto_next_sibling(&cursor);
+    }
+  }
+  ts_tree_cursor_delete(&cursor);
+  return errors;
+}
+
+}  // namespace velmora::host::indexing

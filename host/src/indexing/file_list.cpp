@@ -1,0 +1,117 @@
+#include "velmora/host/indexing/file_list.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+extern char** environ;
+
+namespace velmora::host::indexing {
+namespace {
+
+namespace fs = std::filesystem;
+
+// What git prints to standard output; nothing when it cannot be run or fails.
+std::optional<std::string> run_git(std::vector<std::string> arguments) {
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+    throw std::system_error(errno, std::generic_category(), "cannot start git");
+  }
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  pid_t child = 0;
+  const int failed = posix_spawnp(&child, argv.front(), &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  close(ends[1]);
+  if (failed != 0) {
+    close(ends[0]);
+    return std::nullopt;
+  }
+  std::string output;
+  std::array<char, 65536> buffer;
+  while (true) {
+    const ssize_t count = read(ends[0], buffer.data(), buffer.size());
+    if (count > 0) output.append(buffer.data(), static_cast<std::size_t>(count));
+    if (count == 0 || (count < 0 && errno != EINTR)) break;
+  }
+  close(ends[0]);
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
+  return output;
+}
+
+std::vector<std::string> git_files(const fs::path& root) {
+  std::vector<std::string> files;
+  const std::optional<std::string> output = run_git(
+      {"git", "-C", root.string(), "ls-files", "-z", "--cached", "--others", "--exclude-standard"});
+  if (!output) return files;
+  std::string_view rest = *output;
+  while (!rest.empty()) {
+    const std::size_t stop = std::min(rest.find('\0'), rest.size());
+    files.emplace_back(rest.substr(0, stop));
+    rest.remove_prefix(std::min(stop + 1, rest.size()));
+  }
+  // A nested repository is listed as its folder, with a slash at the end.
+  std::erase_if(files, [](const std::string& file) { return file.ends_with('/'); });
+  return files;
+}
+
+void walk(const fs::path& root, FileList& list) {
+  std::vector<fs::path> folders = {fs::path()};  // relative to the root
+  while (!folders.empty()) {
+    const fs::path folder = std::move(folders.back());
+    folders.pop_back();
+    std::error_code error;
+    fs::directory_iterator entry(root / folder, error);
+    if (error && folder.empty()) throw fs::filesystem_error("cannot list files", root, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+      const fs::path name = entry->path().filename();
+      std::error_code unknown;
+      if (entry->symlink_status(unknown).type() != fs::file_type::directory) {
+        list.files.push_back((folder / name).generic_string());
+      } else if (name != ".git") {
+        folders.push_back(folder / name);
+      }
+    }
+    if (error) list.skipped.push_back({folder.generic_string(), "it cannot be read", true});
+  }
+}
+
+bool is_own(const std::string& file) {
+  constexpr std::string_view FOLDER = ".velmora/";
+  return file.starts_with(FOLDER) || file.find("/.velmora/") != std::string::npos;
+}
+
+}  // namespace
+
+FileList list_files(const fs::path& root) {
+  FileList list;
+  list.files = git_files(root);
+  if (list.files.empty()) walk(root, list);
+  std::erase_if(list.files, is_own);
+  std::ranges::sort(list.files);
+  // A file with merge conflicts is listed once a side.
+  const auto repeated = std::ranges::unique(list.files);
+  list.files.erase(repeated.begin(), repeated.end());
+  std::ranges::sort(list.skipped, {}, &Skipped::path);
+  return list;
+}
+
+}  // namespace velmora::host::indexing

@@ -1,0 +1,29 @@
+// Whether a .h file is C or C++, which its name does not tell.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace velmora::host::indexing {
+
+// Knows the C and C++ sources of a repository. Any thread may ask.
+class HeaderLanguage {
+ public:
+  explicit HeaderLanguage(std::span<const std::string> files);
+
+  // "cpp" when most sources in the nearest folder around the header that holds any, in its
+  // subfolders too, are C++; otherwise what parses with fewer errors, "c" when there are as many.
+  [[nodiscard]] std::string_view decide(std::string_view path, std::string_view source) const;
+
+ private:
+  struct Sources {
+    std::size_t c = 0;
+    std::size_t cpp = 0;
+  };
+  std::unordered_map<std::string, Sources> folders_;
+};
+
+}  // namespace velmora::host::indexing

@@ -1,0 +1,121 @@
+#include "indexing/python.h"
+
+#include <algorithm>
+
+#include "indexing/doc_comment.h"
+
+namespace velmora::host::indexing {
+namespace {
+
+// A value that takes more room than this is content, not signature.
+constexpr std::uint32_t LONGEST_VALUE = 120;
+
+// In capitals, as constants are written: "MAX_SIZE", "_CACHE".
+bool is_constant_name(std::string_view name) {
+  return name.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ") != std::string_view::npos &&
+         name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") == std::string_view::npos;
+}
+
+std::optional<std::string> body_docstring(TSNode definition, const Source& source) {
+  const TSNode body = field(definition, "body");
+  if (ts_node_is_null(body)) return std::nullopt;
+  const TSNode content = python_docstring(body);
+  if (ts_node_is_null(content)) return std::nullopt;
+  return docstring_text(source.raw(content));
+}
+
+// "(limit=10) -> Result". The object that a method is called on is not among the arguments that its
+// callers write.
+std::string function_signature(TSNode node, bool method, const Source& source) {
+  std::string signature;
+  if (const TSNode parameters = field(node, "parameters"); !ts_node_is_null(parameters)) {
+    Range range = range_of(parameters);
+    const std::vector<Child> parts = children(parameters);  // the brackets and commas among them
+    const std::string_view first = parts.size() > 2 ? source.raw(parts[1].node) : "";
+    if (method && (first == "self" || first == "cls")) {
+      const bool others = source.raw(parts[2].node) == ",";
+      range.start = ts_node_end_byte(parts[others ? 2 : 1].node);
+      signature = "(";
+    }
+    signature += source.line(range);
+  }
+  if (const TSNode result = field(node, "return_type"); !ts_node_is_null(result)) {
+    signature += " -> " + source.line(result);
+  }
+  return signature;
+}
+
+Declared describe_constant(const Found& found, const Source& source) {
+  Declared constant{.kind = "constant", .name = source.line(found.name)};
+  if (const TSNode type = field(found.node, "type"); !ts_node_is_null(type)) {
+    constant.signature = ": " + source.line(type);
+  }
+  const TSNode value = field(found.node, "right");
+  if (!ts_node_is_null(value) &&
+      ts_node_end_byte(value) - ts_node_start_byte(value) <= LONGEST_VALUE) {
+    constant.signature += " = " + source.line(value);
+  }
+  return constant;
+}
+
+}  // namespace
+
+void describe_python(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
+                     std::vector<Declared>& out) {
+  const bool in_class = std::ranges::any_of(
+      enclosing, [](const Enclosing& e) { return e.role == Enclosing::Role::type; });
+  if (found.kind == "class") {
+    const TSNode bases = field(found.node, "superclasses");
+    out.push_back({.kind = "class",
+                   .name = source.line(found.name),
+                   .signature = ts_node_is_null(bases) ? "" : source.line(bases),
+                   .docstring = body_docstring(found.node, source)});
+  } else if (found.kind == "function") {
+    const std::string name = source.line(found.name);
+    const bool constructor = in_class && name == "__init__";
+    out.push_back({.kind = constructor ? "constructor"
+                           : in_class  ? "method"
+                                       : "function",
+                   .name = name,
+                   .signature = function_signature(found.node, in_class, source),
+                   .docstring = body_docstring(found.node, source)});
+  } else if (found.kind == "constant") {
+    if (!in_class && is_constant_name(source.raw(found.name))) {
+      out.push_back(describe_constant(found, source));
+    }
+  } else if (found.kind == "type") {
+    // "type Name[T] = value"
+    const TSNode left = ts_node_named_child(found.node, 0);
+    const std::string text =
+        source.line(Range{ts_node_start_byte(left), ts_node_end_byte(found.node)});
+    const std::size_t stop = std::min(text.find_first_of("[ ="), text.size());
+    out.push_back({.kind = "type", .name = text.substr(0, stop), .signature = text.substr(stop)});
+  }
+}
+
+std::string python_module(std::string_view path) {
+  std::string module(path.substr(0, path.rfind('.')));
+  std::ranges::replace(module, '/', '.');
+  constexpr std::string_view PACKAGE = "__init__";
+  if (module.ends_with(PACKAGE)) {
+    const std::size_t stop = module.size() - PACKAGE.size();
+    if (stop > 0 && module[stop - 1] == '.') module.resize(stop - 1);
+  }
+  return module;
+}
+
+TSNode python_docstring(TSNode block) {
+  for (const Child& statement : children(block)) {
+    if (type_of(statement.node) == "comment") continue;
+    if (type_of(statement.node) != "expression_statement") break;
+    const TSNode string = ts_node_child(statement.node, 0);
+    if (type_of(string) != "string") break;
+    for (const Child& part : children(string)) {
+      if (type_of(part.node) == "string_content") return part.node;
+    }
+    break;
+  }
+  return {};
+}
+
+}  // namespace velmora::host::indexing

@@ -1,0 +1,16 @@
+; C. C++ has these patterns too, and its own.
+
+(function_definition) @definition.function
+(declaration) @definition.declaration
+(field_declaration) @definition.declaration
+(struct_specifier body: (_)) @definition.struct
+(union_specifier body: (_)) @definition.union
+(enum_specifier body: (_)) @definition.enum
+(type_definition) @definition.type
+(preproc_def name: (_) @name) @definition.macro
+(preproc_function_def name: (_) @name) @definition.macro
+(preproc_ifdef name: (_) @name) @guard
+(compound_statement) @local
+(parameter_list) @local
+(comment) @comment
+

@@ -1,0 +1,9 @@
+; What C++ has beyond C.
+
+(namespace_definition name: (_) @name) @scope
+(class_specifier body: (_)) @definition.class
+(alias_declaration name: (_) @name) @definition.type
+(concept_definition name: (_) @name) @definition.type
+(template_declaration) @wrapper
+(template_parameter_list) @local
+(friend_declaration) @friend

@@ -1,0 +1,52 @@
+// One file while it is read: its text, and the text of the parts that a parser found.
+#pragma once
+
+#include <tree_sitter/api.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+namespace velmora::host::indexing {
+
+// A range of bytes of a file.
+struct Range {
+  std::uint32_t start = 0;
+  std::uint32_t end = 0;
+};
+
+struct Source {
+  std::string_view path = {};
+  std::string_view original = {};
+  // What the parser sees: as long as the original, but things that it would stumble over may be
+  // blanked.
+  std::string_view text = {};
+  std::vector<Range> comments = {};  // ascending
+  std::unordered_set<std::string_view> scopes =
+      {};  // the names of the scopes that open in the file
+
+  // The text as it stands.
+  [[nodiscard]] std::string_view raw(TSNode node) const;
+  // On one line: without comments, white space folded, none just inside brackets.
+  [[nodiscard]] std::string line(Range range) const;
+  [[nodiscard]] std::string line(TSNode node) const;
+};
+
+[[nodiscard]] Range range_of(TSNode node);
+
+// The child of `node` in the field `name`; a null node when there is none.
+[[nodiscard]] TSNode field(TSNode node, std::string_view name);
+
+[[nodiscard]] std::string_view type_of(TSNode node);
+
+// All children of `node`, each with the name of its field (empty without one), by one walk: asking
+// for the children one by one takes quadratic time.
+struct Child {
+  TSNode node;
+  std::string_view field;
+};
+[[nodiscard]] std::vector<Child> children(TSNode node);
+
+}  // namespace velmora::host::indexing
