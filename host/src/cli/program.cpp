@@ -33,6 +33,7 @@ ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   ExitCode exit_code = ExitCode::answered;
   add_explore_command(app, exit_code);
   add_import_command(app, exit_code);
+  add_index_command(app, exit_code);
   try {
     app.parse(argc, argv);
     return exit_code;
