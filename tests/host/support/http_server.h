@@ -7,13 +7,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <functional>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace velmora::host::test {
@@ -64,11 +64,6 @@ class HttpServer {
     const std::lock_guard guard(lock_);
     return requests_;
   }
-  // How many connections were made so far.
-  [[nodiscard]] int connections() const {
-    const std::lock_guard guard(lock_);
-    return connections_;
-  }
 
  private:
   void serve() {
@@ -78,13 +73,11 @@ class HttpServer {
       {
         const std::lock_guard guard(lock_);
         connection_ = connection;
-        ++connections_;
         if (stopping_) ::shutdown(connection, SHUT_RDWR);
       }
       talk(connection);
       const std::lock_guard guard(lock_);
-      connection_ = -1;
-      ::close(connection);
+      ::close(std::exchange(connection_, -1));
     }
   }
 
@@ -93,34 +86,25 @@ class HttpServer {
     std::string received;
     char buffer[4096];
     while (true) {
-      const std::size_t length = request_length(received);
-      if (length > 0) {
-        const std::string request = received.substr(0, length);
-        received.erase(0, length);
-        {
-          const std::lock_guard guard(lock_);
-          requests_.push_back(request);
-        }
-        const std::string sent = answer_(request);
-        static_cast<void>(::send(connection, sent.data(), sent.size(), MSG_NOSIGNAL));
-        continue;
-      }
       const ssize_t count = ::recv(connection, buffer, sizeof(buffer), 0);
       if (count <= 0) return;
       received.append(buffer, static_cast<std::size_t>(count));
+      if (!is_whole(received)) continue;
+      {
+        const std::lock_guard guard(lock_);
+        requests_.push_back(received);
+      }
+      const std::string sent = answer_(std::exchange(received, ""));
+      static_cast<void>(::send(connection, sent.data(), sent.size(), MSG_NOSIGNAL));
     }
   }
 
-  // The length of the first request in `received`, or 0 while it is not complete.
-  static std::size_t request_length(const std::string& received) {
-    const std::size_t head = received.find("\r\n\r\n");
-    if (head == std::string::npos) return 0;
-    std::size_t length = head + 4;
-    const std::size_t field = received.find("Content-Length: ");
-    if (field < head) {
-      length += static_cast<std::size_t>(std::atoll(received.c_str() + field + 16));
-    }
-    return received.size() >= length ? length : 0;
+  static bool is_whole(const std::string& request) {
+    const std::size_t head = request.find("\r\n\r\n");
+    const std::size_t field = request.find("Content-Length: ");
+    if (head == std::string::npos) return false;
+    const std::size_t body = field < head ? std::stoul(request.substr(field + 16)) : 0;
+    return request.size() >= head + 4 + body;
   }
 
   Answer answer_;
@@ -129,7 +113,6 @@ class HttpServer {
   mutable std::mutex lock_;
   bool stopping_ = false;
   int connection_ = -1;
-  int connections_ = 0;
   std::vector<std::string> requests_;
   std::thread thread_;
 };

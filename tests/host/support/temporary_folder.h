@@ -14,29 +14,24 @@ namespace velmora::host::test {
 class TemporaryFolder {
  public:
   TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "velmora-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
-    path_ = name;
+    if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("cannot make " + path_);
   }
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
+  ~TemporaryFolder() { std::filesystem::remove_all(path_); }
 
-  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+  [[nodiscard]] std::filesystem::path path() const { return path_; }
 
   // Writes a file, and the folders above it. Returns its path.
   std::filesystem::path write(std::string_view name, std::string_view content) const {
-    const std::filesystem::path file = path_ / name;
+    const std::filesystem::path file = path() / name;
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << content;
     return file;
   }
 
  private:
-  std::filesystem::path path_;
+  std::string path_ = std::filesystem::temp_directory_path() / "velmora-test-XXXXXX";
 };
 
 }  // namespace velmora::host::test
