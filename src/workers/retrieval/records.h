@@ -21,9 +21,10 @@ inline constexpr std::string_view RERANK_FAILED =
 
 // What one channel produced for a question.
 struct Channel {
-  Ranks ranks;                         // empty when the channel could not rank
-  std::string_view status = OK;        // one of the four status words
-  std::optional<std::string> problem;  // what went wrong: begins in lower case, no final full stop
+  Ranks ranks;                   // empty when the channel could not rank
+  std::string_view status = OK;  // one of the four status words
+  std::optional<std::string> problem =
+      {};  // what went wrong: begins in lower case, no final full stop
 
   bool operator==(const Channel&) const = default;
 };
