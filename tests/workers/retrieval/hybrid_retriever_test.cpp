@@ -83,6 +83,7 @@ TEST(HybridRetriever, AnswersEndToEnd) {
 
 TEST(HybridRetriever, PinsAboveHigherScores) {
   auto rows = twenty();
+  rows[0].docstring = "parse";
   rows.push_back({.id = 99, .name = "RunIt", .path = "z.py"});
   const auto index = std::make_shared<MemoryRepository>(rows);
   index->nearest = {{1, 0.9}};
