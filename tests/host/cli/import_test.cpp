@@ -51,7 +51,6 @@ TEST(Import, RefusesABadLineAndKeepsTheIndex) {
     return row(R"(,"embeddings":[{"model":"m",)" + values + "}]");
   };
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"{\"fqn\":", "this is not JSON: column "},
       {"{\"fqn\":\"\xC3(\"}", "this is not JSON: column "},
       {row(R"(,"id":1e400)"), "this is not JSON: number overflow"},
       {"[1]", "this is not a JSON object"},
@@ -60,10 +59,8 @@ TEST(Import, RefusesABadLineAndKeepsTheIndex) {
       {row(R"(,"docstrings":"x")"), R"("docstrings" is not a field that is known here)"},
       {row(R"(,"id":1.0)"), "\"id\"" + integer},
       {row(R"(,"id":9223372036854775808)"), "\"id\"" + integer},
-      {row(R"(,"id":-9223372036854775809)"), "\"id\"" + integer},
       {row(R"(,"id":1)"), "the id 1 is repeated"},
       {with_path("/a.py"), path},
-      {with_path("./a.py"), path},
       {with_path("a/../b.py"), path},
       {with_path(""), path},
       {row(R"(,"embeddings":{})"), R"("embeddings" must be a list)"},

@@ -44,8 +44,6 @@ class HttpServer {
     port_ = ntohs(address.sin_port);
     thread_ = std::thread([this] { serve(); });
   }
-  HttpServer(const HttpServer&) = delete;
-  HttpServer& operator=(const HttpServer&) = delete;
   ~HttpServer() {
     ::shutdown(listener_, SHUT_RDWR);  // ends the accept
     {

@@ -16,8 +16,7 @@ class TemporaryFolder {
   TemporaryFolder() {
     if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("cannot make " + path_);
   }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  TemporaryFolder(TemporaryFolder&&) = delete;
   ~TemporaryFolder() { std::filesystem::remove_all(path_); }
 
   [[nodiscard]] std::filesystem::path path() const { return path_; }
