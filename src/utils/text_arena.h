@@ -15,7 +15,7 @@ namespace velmora::utils {
 class TextArena {
  public:
   std::string_view store(std::string_view text) {
-    if (text.empty()) return {"", 0};
+    if (text.empty()) return "";
     if (text.size() > room_) add_block(text.size());
     char* stored = at_;
     std::memcpy(stored, text.data(), text.size());
@@ -28,7 +28,7 @@ class TextArena {
   [[nodiscard]] std::size_t capacity() const { return capacity_; }
 
  private:
-  static constexpr std::size_t BLOCK = 256 * 1024;
+  static constexpr std::size_t BLOCK = std::size_t{256} * 1024;
 
   void add_block(std::size_t least) {
     const std::size_t size = std::max(least, BLOCK);

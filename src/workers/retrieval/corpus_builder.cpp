@@ -44,10 +44,11 @@ std::vector<std::uint32_t> group_starts(std::size_t groups, std::size_t count, G
 
 // The places 0 to `count` - 1 sorted by group, in their own order within one.
 template <class GroupOf>
-std::vector<std::uint32_t> sorted_by_group(std::vector<std::uint32_t> starts, std::size_t count,
-                                           GroupOf group_of) {
+std::vector<std::uint32_t> sorted_by_group(const std::vector<std::uint32_t>& starts,
+                                           std::size_t count, GroupOf group_of) {
+  std::vector<std::uint32_t> free = starts;  // the next free place of each group
   std::vector<std::uint32_t> places(count);
-  for (std::uint32_t i = 0; i < count; ++i) places[starts[group_of(i)]++] = i;
+  for (std::uint32_t i = 0; i < count; ++i) places[free[group_of(i)]++] = i;
   return places;
 }
 
