@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "indexing/c_macros.h"
+
 namespace velmora::host::indexing {
 namespace {
 
@@ -18,12 +20,6 @@ bool is_header(std::string_view path) {
   const std::string_view extension = path.substr(std::min(path.rfind('.'), path.size()));
   constexpr std::array<std::string_view, 5> SOURCES = {".c", ".cpp", ".cc", ".cxx", ".c++"};
   return extension != ".C" && std::ranges::find(SOURCES, extension) == SOURCES.end();
-}
-
-bool is_macro_name(std::string_view name) {
-  return name.size() > 1 &&
-         name.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ") != std::string_view::npos &&
-         name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") == std::string_view::npos;
 }
 
 bool is_declarator(std::string_view type) { return type.ends_with("declarator"); }
@@ -340,105 +336,7 @@ void describe_alias(const Found& found, const Source& source, std::vector<Declar
       {.kind = "type", .name = source.line(found.name), .signature = " " + source.line(rest)});
 }
 
-bool is_blank(char c) { return c == ' ' || c == '\t'; }
-bool is_word(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-}
-
-std::size_t skip_blanks(std::string_view text, std::size_t at) {
-  while (at < text.size() && is_blank(text[at])) ++at;
-  return at;
-}
-
-std::string_view word_at(std::string_view text, std::size_t at) {
-  std::size_t stop = at;
-  while (stop < text.size() && is_word(text[stop])) ++stop;
-  return text.substr(at, stop - at);
-}
-
-// The place after "(...)" at `at` when it closes on the same line, else `at`.
-std::size_t skip_arguments(std::string_view text, std::size_t at) {
-  if (at >= text.size() || text[at] != '(') return at;
-  int depth = 0;
-  for (std::size_t i = at; i < text.size() && text[i] != '\n'; ++i) {
-    if (text[i] == '(') ++depth;
-    if (text[i] == ')' && --depth == 0) return i + 1;
-  }
-  return at;
-}
-
-bool at_line_end(std::string_view text, std::size_t at) {
-  return at >= text.size() || text[at] == '\n' || text[at] == '\r';
-}
-
-// Whether a macro that ends at `after`, with its arguments if it has some, can be done without: the
-// last thing on its line with something new on the next one, or before a declaration.
-bool is_decoration(std::string_view text, std::size_t after, bool has_arguments) {
-  if (!at_line_end(text, after)) {
-    // "EXPORT int f()" and "EXPORT Name* f()", but not the type of "BOOL f()".
-    const std::string_view word = word_at(text, after);
-    const std::size_t next = skip_blanks(text, after + word.size());
-    return !word.empty() && next < text.size() &&
-           (is_word(text[next]) || at_line_end(text, next) || text[next] == '*' ||
-            text[next] == '&' || text[next] == '<' || text.substr(next).starts_with("::"));
-  }
-  const std::size_t next = text.find_first_not_of(" \t\r\n", after);
-  if (next == std::string_view::npos) return true;
-  if (!is_word(text[next])) return std::string_view("#[/}~").find(text[next]) != text.npos;
-  // A type may stand on the line above its function's name.
-  const std::string_view word = word_at(text, next);
-  const std::size_t open = skip_blanks(text, next + word.size());
-  return has_arguments || open >= text.size() || text[open] != '(' || is_macro_name(word);
-}
-
-// Where the declaration begins on a line that opens with macros at `at`: behind them.
-std::size_t skip_leading_macros(std::string_view text, std::size_t at) {
-  while (true) {
-    const std::string_view word = word_at(text, at);
-    if (!is_macro_name(word)) return at;
-    const std::size_t name_end = at + word.size();
-    const std::size_t end = skip_arguments(text, skip_blanks(text, name_end));
-    const bool has_arguments = end > name_end && text[end - 1] == ')';
-    const std::size_t after = skip_blanks(text, end);
-    if (!is_decoration(text, after, has_arguments)) return at;
-    at = after;
-  }
-}
-
 }  // namespace
-
-std::string blank_macros(std::string_view source) {
-  std::string out(source);
-  const std::string_view text = source;
-  const auto blank = [&](std::size_t from, std::size_t to) {
-    std::fill(out.begin() + static_cast<std::ptrdiff_t>(from),
-              out.begin() + static_cast<std::ptrdiff_t>(to), ' ');
-  };
-  bool continued = false;  // the line belongs to a preprocessor line above it
-  for (std::size_t start = 0; start < text.size();) {
-    const std::size_t stop = std::min(text.find('\n', start), text.size());
-    const std::string_view line = text.substr(start, stop - start);
-    const std::size_t first = skip_blanks(text, start);
-    const bool directive = continued || (first < stop && text[first] == '#');
-    continued = directive && line.substr(0, line.find_last_not_of("\r") + 1).ends_with('\\');
-    if (!directive && first < stop) {
-      std::size_t at = skip_leading_macros(text, first);
-      blank(first, at);
-      const std::string_view word = word_at(text, at);
-      if (word == "class" || word == "struct" || word == "union" || word == "namespace") {
-        at = skip_blanks(text, at + word.size());
-        const std::string_view macro = word_at(text, at);
-        const std::size_t after = skip_blanks(text, skip_arguments(text, at + macro.size()));
-        if (is_macro_name(macro) && after < stop && is_word(text[after]) &&
-            word_at(text, after) != "final") {
-          blank(at, after);
-        }
-      }
-    }
-    start = stop + 1;
-  }
-  return out;
-}
 
 void describe_c_family(const Found& found, std::span<const Enclosing> enclosing,
                        const Source& source, std::vector<Declared>& out) {

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "indexing/c_family.h"
+#include "indexing/c_macros.h"
 #include "indexing/python.h"
 #include "indexing/queries.h"
 
