@@ -63,6 +63,11 @@ Statement& Statement::bind_blob(int index, std::span<const std::byte> bytes) {
   return *this;
 }
 
+Statement& Statement::bind_pointer(int index, void* pointer, const char* type) {
+  check(sqlite3_bind_pointer(statement_.get(), index, pointer, type, nullptr));
+  return *this;
+}
+
 bool Statement::step() {
   const int code = sqlite3_step(statement_.get());
   if (code == SQLITE_ROW) return true;

@@ -45,7 +45,13 @@ class Statement {
   Statement& bind(int index, double value);
   Statement& bind(int index, std::string_view text);
   Statement& bind(int index, std::optional<std::string_view> text);
+  Statement& bind(int index, const std::string& text) {
+    return bind(index, std::string_view(text));
+  }
+  Statement& bind(int index, std::string&& text) = delete;
   Statement& bind_blob(int index, std::span<const std::byte> bytes);
+  // `type` names what the pointer points at and must have static storage.
+  Statement& bind_pointer(int index, void* pointer, const char* type);
 
   // Moves to the next row; false when there is none left.
   bool step();
@@ -53,9 +59,6 @@ class Statement {
   void reset() noexcept;
   // Runs the statement to its end and resets it, ignoring its rows.
   void run();
-
-  // For what this class does not cover. Owned by the statement.
-  [[nodiscard]] sqlite3_stmt* handle() const { return statement_.get(); }
 
   // Columns count from 0. Texts and blobs live until the next step or reset.
   [[nodiscard]] std::int64_t column_int64(int column) const;

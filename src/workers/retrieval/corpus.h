@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "utils/text_arena.h"
+#include "utils/arena.h"
 #include "velmora/storage/repository_retrieval.h"
 #include "velmora/workers/retrieval.h"
 #include "workers/retrieval/text_tables.h"

@@ -98,15 +98,10 @@ class CorpusBuilder {
   }
 
   void make_tables(const RetrievalSettings& settings) {
-    std::string names;
-    std::string docstrings;
-    const FileTexts files = [&, file = std::size_t{0}]() mutable -> std::optional<FileText> {
-      if (file == corpus_->files.size()) return std::nullopt;
-      join_file(file, names, docstrings);
-      const std::string_view path = file_paths_[file];
-      return FileText{static_cast<std::int64_t>(++file), names, path, docstrings};
-    };
-    corpus_->fts = text_tables(settings, symbol_texts_, files);
+    for (std::size_t file = 0; file < files_.size(); ++file) {
+      files_[file].symbols = group(file_places_, file_starts_, file);
+    }
+    corpus_->fts = text_tables(settings, {vocabulary_, symbol_texts_, files_});
   }
 
   // Gives the corpus away.
@@ -153,7 +148,7 @@ class CorpusBuilder {
     symbol_texts_.push_back({.id = row.id,
                              .name = words_of(row.name),
                              .signature = words_of(row.signature.value_or("")),
-                             .path = file_paths_[file],
+                             .path = files_[file].path,
                              .docstring = words_of(row.docstring.value_or(""))});
   }
 
@@ -169,7 +164,7 @@ class CorpusBuilder {
     const auto number = static_cast<std::uint32_t>(corpus_->files.size());
     const std::string_view stored = corpus_->texts.store(path);
     corpus_->files.push_back({stored, utils::is_test_path(path), {}});
-    file_paths_.push_back(words_of(path));
+    files_.push_back({number + std::int64_t{1}, words_of(path), {}});
     file_numbers_.emplace(stored, number);
     return number;
   }
@@ -184,23 +179,16 @@ class CorpusBuilder {
     return number;
   }
 
-  std::string_view words_of(std::string_view text) {
-    scratch_.clear();
-    append_index_text(scratch_, text);
-    return words_.store(scratch_);
-  }
-
-  void join_file(std::size_t file, std::string& names, std::string& docstrings) const {
-    names.clear();
-    docstrings.clear();
-    for (std::uint32_t i = file_starts_[file]; i < file_starts_[file + 1]; ++i) {
-      const SymbolText& text = symbol_texts_[file_places_[i]];
-      if (i != file_starts_[file]) names += ' ';
-      names += text.name;
-      if (text.docstring.empty()) continue;
-      if (!docstrings.empty()) docstrings += ' ';
-      docstrings += text.docstring;
-    }
+  IndexText words_of(std::string_view text) {
+    text_.clear();
+    words_.clear();
+    append_index_text(text_, text, [&](std::string_view word) {
+      const WordId id = vocabulary_.add(word);
+      if (id < Vocabulary::FIRST_WORD) return false;
+      words_.push_back(id);
+      return true;
+    });
+    return {index_texts_.store(text_), index_words_.store(words_)};
   }
 
   // Each file's place in the ascending order of paths.
@@ -228,19 +216,23 @@ class CorpusBuilder {
     return ids;
   }
 
-  static std::span<const SymbolId> group(const std::vector<SymbolId>& ids,
-                                         const std::vector<std::uint32_t>& starts,
-                                         std::size_t number) {
-    return std::span(ids).subspan(starts[number], starts[number + 1] - starts[number]);
+  template <class Member>
+  static std::span<const Member> group(const std::vector<Member>& members,
+                                       const std::vector<std::uint32_t>& starts,
+                                       std::size_t number) {
+    return std::span(members).subspan(starts[number], starts[number + 1] - starts[number]);
   }
 
   std::shared_ptr<Corpus> corpus_ = std::make_shared<Corpus>();
-  utils::TextArena words_;  // the index words of every field; gone with the builder
-  std::string scratch_;
+  Vocabulary vocabulary_;
+  utils::TextArena index_texts_;  // these two are what `symbol_texts_` and `files_` point into
+  utils::Arena<WordId> index_words_;
+  std::string text_;  // reused
+  std::vector<WordId> words_;
   std::vector<SymbolText> symbol_texts_;     // beside `Corpus::symbols`
   std::vector<std::uint32_t> symbol_names_;  // beside `Corpus::symbols`: the numbers of their names
   std::unordered_map<std::string_view, std::uint32_t> names_;
-  std::vector<std::string_view> file_paths_;  // beside `Corpus::files`: the words of their paths
+  std::vector<FileText> files_;  // beside `Corpus::files`
   std::unordered_map<std::string_view, std::uint32_t> file_numbers_;
   std::vector<std::uint32_t> file_starts_;
   std::vector<std::uint32_t> file_places_;

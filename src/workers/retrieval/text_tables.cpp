@@ -13,41 +13,12 @@ using storage::DatabaseError;
 using storage::Statement;
 using storage::Transaction;
 
-// The auxiliary function count_tokens(table, text): how many tokens the table's tokenizer makes of
-// a text.
-void count_tokens(const Fts5ExtensionApi* api, Fts5Context* fts, sqlite3_context* result,
-                  int arguments, sqlite3_value** values) noexcept {
-  if (arguments != 1) return sqlite3_result_error(result, "count_tokens takes one text", -1);
-  const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(values[0]));
-  int tokens = 0;
-  const auto count = [](void* counter, int flags, const char*, int, int, int) noexcept -> int {
-    // A colocated token is a synonym of the one before it, not another one.
-    if ((flags & FTS5_TOKEN_COLOCATED) == 0) ++*static_cast<int*>(counter);
-    return SQLITE_OK;
-  };
-  const int code = api->xTokenize(fts, text, sqlite3_value_bytes(values[0]), &tokens, count);
-  if (code != SQLITE_OK) return sqlite3_result_error_code(result, code);
-  sqlite3_result_int(result, tokens);
-}
-
-// The connection's FTS5, for registering functions.
-fts5_api* fts5_of(Database& database) {
+// The connection's FTS5, for making functions.
+fts5_api& fts5_of(const Database& database) {
   fts5_api* api = nullptr;
-  Statement statement = database.prepare("SELECT fts5(?1)");
-  sqlite3_stmt* raw = statement.handle();
-  if (const int code =
-          sqlite3_bind_pointer(raw, 1, static_cast<void*>(&api), "fts5_api_ptr", nullptr);
-      code != SQLITE_OK) {
-    storage::throw_database_error(database.handle(), code);
-  }
-  statement.run();
-  return api;
-}
-
-void register_functions(Database& database) {
-  fts5_api* api = fts5_of(database);
-  const int code = api->xCreateFunction(api, "count_tokens", nullptr, count_tokens, nullptr);
-  if (code != SQLITE_OK) storage::throw_database_error(database.handle(), code);
+  database.prepare("SELECT fts5(?1)").bind_pointer(1, &api, "fts5_api_ptr").run();
+  if (api == nullptr) storage::throw_database_error(nullptr, SQLITE_ERROR);
+  return *api;
 }
 
 // Whether the error is the statement's, as that of a missing module is, rather than a sign of a
@@ -68,7 +39,7 @@ bool is_operational(const DatabaseError& error) {
 }
 
 // Makes the two empty tables; false, with a warning, when this SQLite cannot.
-bool create_tables(Database& database, const std::string& tokenizer) {
+bool create_tables(const Database& database, const std::string& tokenizer) {
   const std::string options = "tokenize = '" + tokenizer + "', detail = column)";
   try {
     database
@@ -88,106 +59,146 @@ bool create_tables(Database& database, const std::string& tokenizer) {
   }
 }
 
-void set_rank(Database& database, std::string_view table, const std::string& expression) {
+void set_rank(const Database& database, std::string_view table, const std::string& expression) {
   const std::string name(table);
   database.prepare("INSERT INTO " + name + " (" + name + ", rank) VALUES ('rank', ?)")
-      .bind(1, std::string_view(expression))
+      .bind(1, expression)
       .run();
 }
 
-void insert_symbols(Database& database, std::span<const SymbolText> symbols) {
+void insert_symbols(const Database& database, std::span<const SymbolText> symbols) {
   Statement insert = database.prepare(
       "INSERT INTO lexical (rowid, name, signature, path, docstring) VALUES (?, ?, ?, ?, ?)");
   for (const SymbolText& symbol : symbols) {
     insert.bind(1, symbol.id)
-        .bind(2, symbol.name)
-        .bind(3, symbol.signature)
-        .bind(4, symbol.path)
-        .bind(5, symbol.docstring)
+        .bind(2, symbol.name.text)
+        .bind(3, symbol.signature.text)
+        .bind(4, symbol.path.text)
+        .bind(5, symbol.docstring.text)
         .run();
   }
 }
 
-void insert_files(Database& database, const FileTexts& files) {
+void insert_files(const Database& database, const CorpusText& text) {
   Statement insert =
       database.prepare("INSERT INTO files (rowid, names, path, docstrings) VALUES (?, ?, ?, ?)");
-  while (const std::optional<FileText> file = files()) {
-    insert.bind(1, file->row)
-        .bind(2, file->names)
-        .bind(3, file->path)
-        .bind(4, file->docstrings)
-        .run();
+  std::string names;
+  std::string docstrings;
+  for (const FileText& file : text.files) {
+    names.clear();
+    docstrings.clear();
+    for (const std::uint32_t place : file.symbols) {
+      const SymbolText& symbol = text.symbols[place];
+      if (place != file.symbols.front()) names += ' ';
+      names += symbol.name.text;
+      if (symbol.docstring.text.empty()) continue;
+      if (!docstrings.empty()) docstrings += ' ';
+      docstrings += symbol.docstring.text;
+    }
+    insert.bind(1, file.row).bind(2, names).bind(3, file.path.text).bind(4, docstrings).run();
   }
+}
+
+void fill(Database& database, const RetrievalSettings& settings, const CorpusText& text) {
+  Transaction filling(database);
+  set_rank(database, SYMBOL_TABLE, settings.weights.rank_function());
+  set_rank(database, FILE_TABLE, settings.file_weights.rank_function());
+  insert_symbols(database, text.symbols);
+  insert_files(database, text);
+  filling.commit();
+}
+
+// The weights of a rank expression as SQLite reads them, which may differ in the last bit from what
+// was written.
+std::vector<double> weights_of(const Database& database, const std::string& expression,
+                               int columns) {
+  const std::size_t open = expression.find('(') + 1;
+  Statement statement =
+      database.prepare("SELECT " + expression.substr(open, expression.size() - open - 1));
+  statement.step();
+  std::vector<double> weights;
+  for (int column = 0; column < columns; ++column) {
+    weights.push_back(statement.column_double(column));
+  }
+  return weights;
 }
 
 }  // namespace
 
-std::unique_ptr<TextTables> text_tables(const RetrievalSettings& settings,
-                                        std::span<const SymbolText> symbols,
-                                        const FileTexts& files) {
+std::unique_ptr<TextTables> text_tables(const RetrievalSettings& settings, const CorpusText& text) {
   Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   // FTS5 sorts its matches in a temporary table, which would otherwise spill to a file on disk.
   database.execute("PRAGMA temp_store = MEMORY");
   if (!create_tables(database, settings.tokenizer)) return nullptr;
-  register_functions(database);
-
-  Transaction filling(database);
-  set_rank(database, SYMBOL_TABLE, settings.weights.rank_function());
-  set_rank(database, FILE_TABLE, settings.file_weights.rank_function());
-  insert_symbols(database, symbols);
-  insert_files(database, files);
-  filling.commit();
-  return std::make_unique<TextTables>(std::move(database));
+  fill(database, settings, text);
+  return std::make_unique<TextTables>(std::move(database), settings, text);
 }
 
-TextTable::TextTable(const Database& database, std::string_view name) {
-  const std::string table(name);
-  match_ =
-      database.prepare("SELECT rowid FROM " + table + " WHERE " + table + " MATCH ? ORDER BY rank",
-                       SQLITE_PREPARE_PERSISTENT);
-  count_tokens_ =
-      database.prepare("SELECT count_tokens(" + table + ", ?) FROM " + table + " LIMIT 1",
-                       SQLITE_PREPARE_PERSISTENT);
+TextTables::Table::Table(const Database& database, std::string_view name)
+    : match(database.prepare("SELECT rowid FROM " + std::string(name) + " WHERE " +
+                                 std::string(name) + " MATCH ? ORDER BY rank",
+                             SQLITE_PREPARE_PERSISTENT)),
+      tokenizer(database, std::string(name)) {}
+
+TextTables::TextTables(Database database, const RetrievalSettings& settings, const CorpusText& text)
+    : database_(std::move(database)) {
+  fts5_api& api = fts5_of(database_);
+  TableTokenizer::install(database_, api);
+  symbols_.emplace(database_, SYMBOL_TABLE);
+  files_.emplace(database_, FILE_TABLE);
+  counts_ = TextCounts::count(symbols_->tokenizer,
+                              {weights_of(database_, settings.weights.rank_function(), 4),
+                               weights_of(database_, settings.file_weights.rank_function(), 3)},
+                              text);
+  if (counts_) install_bm25(database_, api, active_);
 }
+
+TextTables::Table& TextTables::table(std::string_view name) {
+  return name == SYMBOL_TABLE ? *symbols_ : *files_;
+}
+
+Statement& TextTables::match(std::string_view name) { return table(name).match; }
 
 // A term without tokens (none has with the default tokenizer) matches nothing and changes no score,
 // but SQLite before 3.48 dereferences null when one stands beside a term that matches, so it is
-// left out.
-std::string TextTable::match_expression(std::span<const std::string> terms) {
+// left out. A table without rows has no tokenizer to ask, and no term matches there.
+std::string TextTables::activate(std::string_view name, std::span<const std::string> terms) {
   std::string expression;
-  for (const std::string& term : terms) {
-    count_tokens_.bind(1, std::string_view(term));
-    const bool left_out = count_tokens_.step() && count_tokens_.column_int64(0) == 0;
-    count_tokens_.reset();
-    if (left_out) continue;
+  std::vector<std::optional<TokenId>> phrases;
+  const auto add = [&](const std::string& term) {
     if (!expression.empty()) expression += " OR ";
     expression.append("\"").append(term).append("\"");
+  };
+  const bool ran = table(name).tokenizer.run([&](const TableTokenizer::Tokenize& tokenize) {
+    for (const std::string& term : terms) {
+      const Tokens tokens = tokenize(term);
+      if (tokens.count == 0) continue;
+      add(term);
+      if (counts_) phrases.push_back(counts_->find(tokens.first));
+    }
+  });
+  if (!ran) {
+    for (const std::string& term : terms) add(term);
+  }
+  if (counts_) {
+    active_ = Bm25Query(name == SYMBOL_TABLE ? counts_->symbols() : counts_->files(), phrases);
   }
   return expression;
 }
 
-TextTables::TextTables(Database database)
-    : database_(std::move(database)),
-      symbols_(database_, SYMBOL_TABLE),
-      files_(database_, FILE_TABLE) {}
-
-TextTable& TextTables::table(std::string_view name) {
-  return name == SYMBOL_TABLE ? symbols_ : files_;
-}
-
 Matching::Matching(TextTables& tables, std::mutex& lock, std::string_view table,
                    std::span<const std::string> terms)
-    : lock_(lock), table_(tables.table(table)), expression_(table_.match_expression(terms)) {
+    : lock_(lock), match_(tables.match(table)), expression_(tables.activate(table, terms)) {
   if (expression_.empty()) return;
-  table_.match_.bind(1, std::string_view(expression_));
+  match_.bind(1, expression_);
   try {
     advance();
   } catch (...) {
-    table_.match_.reset();  // no destructor runs for a constructor that throws
+    match_.reset();  // no destructor runs for a constructor that throws
     throw;
   }
 }
 
-Matching::~Matching() { table_.match_.reset(); }
+Matching::~Matching() { match_.reset(); }
 
 }  // namespace velmora::workers::retrieval::internal

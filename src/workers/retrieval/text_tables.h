@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <iterator>
 #include <memory>
 #include <mutex>
@@ -15,68 +14,61 @@
 
 #include "velmora/storage/sqlite.h"
 #include "velmora/workers/retrieval.h"
+#include "workers/retrieval/bm25.h"
+#include "workers/retrieval/index_texts.h"
+#include "workers/retrieval/table_tokenizer.h"
+#include "workers/retrieval/text_counts.h"
 
 namespace velmora::workers::retrieval::internal {
 
 inline constexpr std::string_view SYMBOL_TABLE = "lexical";
 inline constexpr std::string_view FILE_TABLE = "files";
 
-// A row of the symbol table; every field is in the form of `index_text`.
-struct SymbolText {
-  SymbolId id = 0;
-  std::string_view name;
-  std::string_view signature;
-  std::string_view path;
-  std::string_view docstring;
-};
-
-// A row of the file table; every field is in the form of `index_text`.
-struct FileText {
-  std::int64_t row = 0;
-  std::string_view names;
-  std::string_view path;
-  std::string_view docstrings;
-};
-
-// Yields the rows of the file table in order, then nothing. A row's texts live until the next call.
-using FileTexts = std::function<std::optional<FileText>()>;
-
-// One of the two tables, with the statements that questions run on it.
-class TextTable {
- public:
-  TextTable(const storage::Database& database, std::string_view name);
-
- private:
-  friend class Matching;
-
-  // The expression that matches any of the terms; empty when no term has a token.
-  std::string match_expression(std::span<const std::string> terms);
-
-  storage::Statement match_;         // the rowids that match ?1, best first
-  storage::Statement count_tokens_;  // how many tokens ?1 has; no row while the table is empty
-};
-
 // Both tables, filled and never changed again, in a database that no other connection sees. Whoever
-// uses them holds the corpus's `fts_lock`.
+// uses them holds the corpus's `fts_lock`. A table is named SYMBOL_TABLE or FILE_TABLE.
+//
+// Where every word is one token, BM25 takes its counts from beside the tables, with the same
+// scores; otherwise, as with a tokenizer that cuts words up, SQLite's own function stays.
 class TextTables {
  public:
-  explicit TextTables(storage::Database database);
+  // Takes a database whose tables hold `text`.
+  TextTables(storage::Database database, const RetrievalSettings& settings, const CorpusText& text);
+  TextTables(const TextTables&) = delete;
+  TextTables& operator=(const TextTables&) = delete;
 
-  // SYMBOL_TABLE or FILE_TABLE.
-  [[nodiscard]] TextTable& table(std::string_view name);
+  // Readies the ranking of a table's rows by the terms, until the next call, and returns the
+  // expression that matches any of them; empty when no term has a token.
+  [[nodiscard]] std::string activate(std::string_view table, std::span<const std::string> terms);
+
+  // Lists the rowids of the table's rows that match ?1, best first.
+  [[nodiscard]] storage::Statement& match(std::string_view table);
+
+  [[nodiscard]] const storage::Database& database() const { return database_; }
+  // The counts beside the tables; null when SQLite's own function ranks.
+  [[nodiscard]] const TextCounts* counts() const { return counts_ ? &*counts_ : nullptr; }
 
  private:
+  struct Table {
+    Table(const storage::Database& database, std::string_view name);
+
+    storage::Statement match;
+    TableTokenizer tokenizer;
+  };
+
+  [[nodiscard]] Table& table(std::string_view name);
+
   storage::Database database_;
-  TextTable symbols_;
-  TextTable files_;
+  std::optional<TextCounts> counts_;
+  Bm25Query active_;
+  std::optional<Table> symbols_;  // made once the functions that they call are there
+  std::optional<Table> files_;
 };
 
 // Makes and fills the tables; null, with a warning in the log, when SQLite has no FTS5 or does not
 // know the tokenizer. Throws what the database throws while the tables are filled, for instance for
 // a repeated id or a rank expression that SQLite refuses.
 [[nodiscard]] std::unique_ptr<TextTables> text_tables(const RetrievalSettings& settings,
-                                                      std::span<const SymbolText> symbols,
-                                                      const FileTexts& files);
+                                                      const CorpusText& text);
 
 // The rowids of a table's rows that match any of the terms, best first, read one at a time:
 //
@@ -98,7 +90,7 @@ class Matching {
   class Iterator {
    public:
     explicit Iterator(Matching& matching) : matching_(matching) {}
-    std::int64_t operator*() const { return matching_.table_.match_.column_int64(0); }
+    std::int64_t operator*() const { return matching_.match_.column_int64(0); }
     Iterator& operator++() {
       matching_.advance();
       return *this;
@@ -113,10 +105,10 @@ class Matching {
   [[nodiscard]] std::default_sentinel_t end() const { return {}; }
 
  private:
-  void advance() { on_row_ = table_.match_.step(); }
+  void advance() { on_row_ = match_.step(); }
 
   std::unique_lock<std::mutex> lock_;
-  TextTable& table_;
+  storage::Statement& match_;
   std::string expression_;
   bool on_row_ = false;
 };

@@ -15,21 +15,11 @@ void append_lowercase(std::string& out, std::string_view word) {
   for (const char c : word) out += static_cast<char>(c | 0x20);  // leaves digits as they are
 }
 
-void append_index_text(std::string& out, std::string_view text) {
-  const std::size_t begin = out.size();
-  WordScanner words(text);
-  for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
-    const std::size_t before = out.size();
-    if (before != begin) out += ' ';
-    const std::size_t start = out.size();
-    append_lowercase(out, word);
-    if (STOP_WORDS.contains(std::string_view(out).substr(start))) out.resize(before);
-  }
-}
-
 std::string index_text(std::optional<std::string_view> text) {
   std::string out;
-  if (text) append_index_text(out, *text);
+  if (text) {
+    append_index_text(out, *text, [](std::string_view word) { return !STOP_WORDS.contains(word); });
+  }
   return out;
 }
 

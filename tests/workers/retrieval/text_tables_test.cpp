@@ -15,12 +15,25 @@ namespace {
 
 using Ids = std::vector<std::int64_t>;
 
-// One table's answers, through the scoped query.
+struct Row {
+  std::int64_t id;
+  std::array<std::string, 4> fields;
+};
+
+testing::TextRows rows_of(const std::vector<Row>& rows) {
+  testing::TextRows text;
+  for (const Row& row : rows) text.add_symbol(row.id, row.fields);
+  text.end_file(1, "all");
+  return text;
+}
+
+// The answers of tables over some symbols in one file.
 class Tables {
  public:
-  Tables(const RetrievalSettings& settings, std::vector<SymbolText> symbols,
-         std::vector<FileText> files = {})
-      : tables_(text_tables(settings, symbols, testing::file_texts(std::move(files)))) {}
+  Tables(const RetrievalSettings& settings, const testing::TextRows& rows)
+      : tables_(text_tables(settings, rows.text())) {}
+  Tables(const RetrievalSettings& settings, const std::vector<Row>& rows)
+      : Tables(settings, rows_of(rows)) {}
 
   Ids matching(std::vector<std::string> terms, std::string_view table = SYMBOL_TABLE) {
     Ids ids;
@@ -57,23 +70,26 @@ TEST(TextTables, WritesWeightsByMagnitude) {
 }
 
 TEST(TextTables, RanksMatchesOfAnyTerm) {
-  Tables tables({},
-                {{1, "parse", "", "", "config"},
-                 {-5, "config", "", "", "parse"},
-                 {INT64_MAX, "parse config", "", "", ""},
-                 {INT64_MIN, "debounce", "timer", "src", ""},
-                 {7, "other", "", "", ""}},
-                {{1, "parse parse", "a", ""}, {2, "", "b", "parse"}});
+  testing::TextRows rows;
+  rows.add_symbol(1, {"parse", "", "", "config"});
+  rows.add_symbol(-5, {"config", "", "", "parse"});
+  rows.end_file(1, "a");
+  rows.add_symbol(INT64_MAX, {"parse config", "", "", ""});
+  rows.add_symbol(INT64_MIN, {"debounce", "timer", "src", ""});
+  rows.add_symbol(7, {"other", "", "", ""});
+  rows.end_file(2, "b");
+  Tables tables({}, rows);
   EXPECT_EQ(tables.matching({"debounced"}), (Ids{INT64_MIN}));      // one stem
   EXPECT_EQ(tables.matching({"config"}), (Ids{-5, INT64_MAX, 1}));  // in a name, docstring last
   EXPECT_EQ(tables.matching({"parse", "config"}).front(), INT64_MAX);
   EXPECT_EQ(tables.matching({"parse"}, FILE_TABLE), (Ids{1, 2}));
+  EXPECT_EQ(tables.matching({"timer"}, FILE_TABLE), Ids{});
   EXPECT_EQ(tables.matching({"absent"}), Ids{});
-  EXPECT_EQ(Tables({}, {}).matching({"parse"}), Ids{});
+  EXPECT_EQ(Tables({}, testing::TextRows()).matching({"parse"}), Ids{});
 }
 
 TEST(TextTables, ScopeHoldsTheLockUntilItEnds) {
-  Tables tables({}, {{1, "a1x", "", "", ""}, {2, "x", "", "", ""}, {3, "x", "", "", ""}});
+  Tables tables({}, {{1, {"other"}}, {2, {"x"}}, {3, {"x"}}});
   const std::vector<std::string> terms = {"x"};
   {
     Matching matching(*tables.tables_, tables.lock_, SYMBOL_TABLE, terms);
@@ -84,36 +100,34 @@ TEST(TextTables, ScopeHoldsTheLockUntilItEnds) {
 }
 
 TEST(TextTables, NoTokenizerNoTables) {
-  for (const char* tokenizer : {"nonesuch", "porter nonesuch", "unicode61', x", "'", ""}) {
+  for (const char* tokenizer : {"nonesuch", "porter nonesuch", "unicode61', x", "'"}) {
     const testing::LogCapture log(logging::Level::debug);
-    const bool made = text_tables({.tokenizer = tokenizer}, {}, testing::file_texts({})) != nullptr;
-    EXPECT_EQ(made, log.lines().empty()) << tokenizer;
-    if (made) continue;
-    EXPECT_TRUE(log.lines().at(0).starts_with(
+    EXPECT_EQ(text_tables({.tokenizer = tokenizer}, testing::TextRows().text()), nullptr);
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_TRUE(log.lines()[0].starts_with(
         "WARNING velmora.workers.retrieval: This SQLite has no FTS5: retrieval ranks without text\n"
         "  caused by: "))
-        << log.lines().at(0);
+        << log.lines()[0];
   }
 }
 
 TEST(TextTables, FillingErrorsReachTheCaller) {
-  const std::vector<SymbolText> twice = {{1, "a", "", "", ""}, {1, "b", "", "", ""}};
-  EXPECT_THROW((void)text_tables({}, twice, testing::file_texts({})), storage::DatabaseError);
+  const testing::TextRows twice = rows_of({{1, {"a"}}, {1, {"b"}}});
+  EXPECT_THROW((void)text_tables({}, twice.text()), storage::DatabaseError);
   RetrievalSettings settings;
   for (const double weight : {1e16, 1e-5, std::numeric_limits<double>::infinity()}) {
     settings.weights.path = weight;
-    EXPECT_THROW((void)text_tables(settings, {}, testing::file_texts({})), storage::DatabaseError)
-        << weight;
+    EXPECT_THROW((void)text_tables(settings, rows_of({}).text()), storage::DatabaseError) << weight;
   }
 }
 
 // Terms that a tokenizer turns into no token once made SQLite dereference null.
 TEST(TextTables, EveryTokenizerAnswersEveryTerm) {
-  const std::vector<SymbolText> rows = {{1, "parse 42", "", "", ""}, {2, "pa 7", "", "", ""}};
+  const std::vector<Row> rows = {{1, {"parse 42"}}, {2, {"pa 7"}}};
   const auto ask = [&](const char* tokenizer, std::vector<std::string> terms) {
     return Tables({.tokenizer = tokenizer}, rows).matching(std::move(terms));
   };
-  for (const char* tokenizer : {"unicode61", "ascii", "porter ascii", "porter"}) {
+  for (const char* tokenizer : {"unicode61", "ascii", "porter ascii", "porter", ""}) {
     EXPECT_EQ(ask(tokenizer, {"42", "absent"}), Ids{1}) << tokenizer;
   }
   EXPECT_EQ(ask("unicode61 categories ''L*''", {"42", "pa"}), Ids{2});
