@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Installs, with apt, what building (or testing) needs and this Debian machine lacks. With everything
+# there it does nothing, and needs neither the network nor root.
+set -euo pipefail
+
+usage="usage: scripts/install.sh [build|test]"
+build=(ca-certificates g++ cmake ninja-build libsqlite3-dev libicu-dev libtree-sitter-dev
+  libcurl4-openssl-dev nlohmann-json3-dev libcli11-dev)
+tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk)
+
+case "${1:-build}" in
+  build) wanted=("${build[@]}") ;;
+  test) wanted=("${build[@]}" "${tests[@]}") ;;
+  -h | --help)
+    echo "$usage"
+    exit 0 ;;
+  *)
+    echo "$usage" >&2
+    exit 2 ;;
+esac
+# The grammars come with npm, which a machine may have from elsewhere than apt.
+command -v npm >/dev/null || wanted+=(npm)
+
+command -v dpkg-query >/dev/null || {
+  echo "install.sh: this needs Debian 12; elsewhere install yourself: ${wanted[*]}" >&2
+  exit 1
+}
+missing=()
+for package in "${wanted[@]}"; do
+  status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
+  [ "$status" = "install ok installed" ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || {
+    echo "install.sh: as root, run: apt-get install ${missing[*]}" >&2
+    exit 1
+  }
+  as_root=(sudo)
+fi
+echo "Installing ${missing[*]}" >&2
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+"${as_root[@]}" apt-get update >"$log" 2>&1 &&
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y --no-install-recommends "${missing[@]}" >>"$log" 2>&1 || {
+  cat "$log" >&2
+  echo "install.sh: apt-get could not install: ${missing[*]}" >&2
+  exit 1
+}
