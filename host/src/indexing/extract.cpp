@@ -24,9 +24,13 @@ namespace {
 // Deeper or longer than people write; the limits bound the length of qualified names.
 constexpr std::size_t DEEPEST_SCOPE = 64;
 constexpr std::size_t LONGEST_NAME = 1024;
+// Brackets open at once; the parser's memory explodes on hundreds of thousands that never close.
+constexpr std::size_t DEEPEST_BRACKET = 5000;
 
 // Patterns that wait for a child at once: deep nesting must not make the query slow.
 constexpr std::uint32_t MOST_OPEN_MATCHES = 64;
+
+constexpr const char* TOO_SLOW = "parsing it takes too long";
 
 template <auto Delete>
 struct Deleter {
@@ -98,7 +102,19 @@ const Query& query_of(const Language& language) {
   return compiled.emplace(language.name, compile(language)).first->second;
 }
 
+void check_depth(std::string_view text) {
+  std::size_t depth = 0;
+  for (const char c : text) {
+    if (c == '(' || c == '[' || c == '{') {
+      if (++depth > DEEPEST_BRACKET) throw ExtractError("it is nested too deeply");
+    } else if ((c == ')' || c == ']' || c == '}') && depth > 0) {
+      --depth;
+    }
+  }
+}
+
 Tree parse(const Language& language, std::string_view text, const ExtractOptions& options) {
+  check_depth(text);
   const Parser parser(ts_parser_new());
   if (!ts_parser_set_language(parser.get(), language.grammar())) {
     throw std::logic_error("the grammar of " + std::string(language.name) +
@@ -107,7 +123,7 @@ Tree parse(const Language& language, std::string_view text, const ExtractOptions
   ts_parser_set_timeout_micros(parser.get(), static_cast<std::uint64_t>(options.timeout.count()));
   Tree tree(ts_parser_parse_string(parser.get(), nullptr, text.data(),
                                    static_cast<std::uint32_t>(text.size())));
-  if (!tree) throw ExtractError("parsing it takes too long");
+  if (!tree) throw ExtractError(TOO_SLOW);
   return tree;
 }
 
@@ -121,9 +137,12 @@ struct Item {
 
 // The matches of the query, those that begin earlier first, then those that enclose others, then
 // those of the patterns that stand first in the query.
-std::vector<Item> find_items(const Query& query, TSNode root) {
+std::vector<Item> find_items(const Query& query, TSNode root, const ExtractOptions& options) {
+  const auto start = std::chrono::steady_clock::now();
   const Cursor cursor(ts_query_cursor_new());
   ts_query_cursor_set_match_limit(cursor.get(), MOST_OPEN_MATCHES);
+  ts_query_cursor_set_timeout_micros(cursor.get(),
+                                     static_cast<std::uint64_t>(options.timeout.count()));
   ts_query_cursor_exec(cursor.get(), query.query.get(), root);
   std::vector<std::pair<std::uint16_t, Item>> found;
   TSQueryMatch match;
@@ -142,6 +161,8 @@ std::vector<Item> find_items(const Query& query, TSNode root) {
     }
     if (item.range.start < item.range.end) found.emplace_back(match.pattern_index, item);
   }
+  // A cursor that ran out of time ends like one that is done.
+  if (std::chrono::steady_clock::now() - start >= options.timeout) throw ExtractError(TOO_SLOW);
   std::ranges::stable_sort(found, {}, [](const auto& entry) {
     return std::tuple(entry.second.range.start, ~entry.second.range.end, entry.first);
   });
@@ -378,7 +399,7 @@ std::vector<index::Symbol> extract_symbols(std::string_view language_name, std::
   Source file{.path = path, .original = source, .text = prepare(language, source, storage)};
   const Tree tree = parse(language, file.text, options);
   const TSNode root = ts_tree_root_node(tree.get());
-  std::vector<Item> items = find_items(query_of(language), root);
+  std::vector<Item> items = find_items(query_of(language), root, options);
   for (const Item& item : items) {
     if (item.mark == Mark::comment) file.comments.push_back(item.range);
     if (item.mark == Mark::scope) file.scopes.emplace(file.raw(item.name));

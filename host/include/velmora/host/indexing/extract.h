@@ -18,9 +18,9 @@ class ExtractError : public std::runtime_error {
 };
 
 struct ExtractOptions {
-  // How long the parser may work on one file before it gives up. Real files take milliseconds; the
-  // limit is for those made to be hard.
-  std::chrono::microseconds timeout = std::chrono::seconds(10);
+  // How long parsing a file, and then finding its definitions, may take. Real files take
+  // milliseconds; the limit is for those made to be hard, and bounds their memory too.
+  std::chrono::microseconds timeout = std::chrono::seconds(3);
 };
 
 // The symbols of `source`, a file in `language` (one of "c", "cpp", "python") at `path` (relative
@@ -28,9 +28,9 @@ struct ExtractOptions {
 // each definition; what is local to a function is left out. Nothing has an id or an embedding.
 //
 // What cannot be parsed is passed over: the rest of the file still counts. Invalid UTF-8 is carried
-// through. Throws ExtractError when the parser ran out of time, std::invalid_argument for an
-// unknown language. A pure function: any thread may call it, time and memory are bounded for every
-// input.
+// through. Throws ExtractError when it takes too long or is nested too deeply,
+// std::invalid_argument for an unknown language. A pure function: any thread may call it, time and
+// memory are bounded for every input.
 [[nodiscard]] std::vector<index::Symbol> extract_symbols(std::string_view language,
                                                          std::string_view path,
                                                          std::string_view source,
