@@ -19,7 +19,7 @@ struct ScanOptions {
   std::uintmax_t largest_file = 2 * 1024 * 1024;
   // Threads that read and parse; 0: one for each processor.
   unsigned threads = 0;
-  ExtractOptions extract;
+  ExtractOptions extract = {};
 };
 
 // Reads the source files that list_files finds under a folder. Threads of its own work a bounded

@@ -1,0 +1,136 @@
+#include "velmora/host/indexing/repository_scan.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/process.h"
+#include "support/temporary_folder.h"
+#include "velmora/host/index/index.h"
+#include "velmora/host/indexing/file_list.h"
+
+namespace velmora::host::indexing {
+namespace {
+
+namespace fs = std::filesystem;
+using test::run_velmora;
+using test::TemporaryFolder;
+
+using Names = std::vector<std::string>;
+
+void git(const TemporaryFolder& folder, const std::string& arguments) {
+  ASSERT_EQ(std::system(("git -C " + folder.path().string() + " " + arguments).c_str()), 0);
+}
+
+// Every symbol of a scan, as "path name language".
+Names scan_all(RepositoryScan& scan) {
+  Names found;
+  while (const auto symbol = scan.next()) {
+    found.push_back(symbol->path + " " + symbol->name + " " + symbol->language);
+  }
+  return found;
+}
+
+TEST(FileList, ListsWhatGitDoesNotIgnore) {
+  const TemporaryFolder folder;
+  for (const char* file : {"b c.py", "a/\xC3\xA4.py", "gone.py", "built.py", "new.py",
+                           "a/.velmora/index.db", ".velmora/index.db"}) {
+    folder.write(file, "");
+  }
+  folder.write(".gitignore", "built.py\n");
+  git(folder, "init -q");
+  git(folder, "add \"b c.py\" a/*.py gone.py");
+  fs::remove(folder.path() / "gone.py");
+  EXPECT_EQ(list_files(folder.path()).files,
+            (Names{".gitignore", "a/\xC3\xA4.py", "b c.py", "gone.py", "new.py"}));
+  EXPECT_EQ(list_files(folder.path() / "a").files, Names{"\xC3\xA4.py"});
+  // The folder was asked for, though the repository around it ignores it.
+  folder.write(".gitignore", "*\n");
+  folder.write("ignored/x.py", "");
+  EXPECT_EQ(list_files(folder.path() / "ignored").files, Names{"x.py"});
+}
+
+TEST(FileList, WalksAFolderWithoutGit) {
+  const TemporaryFolder folder;
+  for (const char* file : {"b.py", "a/z.py", "a-/z.py", ".velmora/index.db"})
+    folder.write(file, "");
+  fs::create_directory_symlink(folder.path(), folder.path() / "circle");
+  EXPECT_EQ(list_files(folder.path()).files, (Names{"a-/z.py", "a/z.py", "b.py", "circle"}));
+  EXPECT_THROW(static_cast<void>(list_files(folder.path() / "none")), fs::filesystem_error);
+}
+
+TEST(RepositoryScan, SkipsWithAReason) {
+  const TemporaryFolder folder;
+  folder.write("a.py", "def f(): pass");
+  folder.write("binary.py", std::string("def f(): pass\0", 14));
+  folder.write("deep.py", std::string(10'000, '('));
+  folder.write("large.py", std::string(200'000, '#'));
+  folder.write("other.txt", "");
+  fs::create_symlink("a.py", folder.path() / "link.py");
+  RepositoryScan scan(folder.path(), {.largest_file = 100'000});
+  EXPECT_EQ(scan_all(scan), Names{"a.py f python"});
+  EXPECT_EQ(scan.skipped(), (std::vector<Skipped>{{"binary.py", "it is binary"},
+                                                  {"deep.py", "it is nested too deeply"},
+                                                  {"large.py", "it is larger than 100000 bytes"},
+                                                  {"link.py", "it is a link"}}));
+  EXPECT_EQ(scan.file_count(), 5U);
+  EXPECT_EQ(scan.files_done(), 5U);
+}
+
+TEST(RepositoryScan, TellsTheLanguageOfAHeaderByItsNeighbours) {
+  const TemporaryFolder folder;
+  folder.write("c/a.c", "");
+  folder.write("c/plain.h", "int f(void);");
+  folder.write("c/really.h", "namespace n { class A {}; }");
+  folder.write("cpp/a.cc", "");
+  folder.write("cpp/deep/plain.h", "int f(void);");
+  folder.write("top.h", "int f(void);");
+  RepositoryScan scan(folder.path());
+  EXPECT_EQ(scan_all(scan),
+            (Names{"c/plain.h f c", "c/really.h A cpp", "cpp/deep/plain.h f cpp", "top.h f c"}));
+}
+
+TEST(RepositoryScan, IsTheSameForAnyNumberOfThreads) {
+  const TemporaryFolder folder;
+  Names expected;
+  for (int i = 0; i < 400; ++i) {  // more than the threads work ahead
+    const std::string name = std::to_string(1000 + i);
+    folder.write(name + ".py", "def f" + name + "(): pass");
+    expected.push_back(name + ".py f" + name + " python");
+  }
+  for (const unsigned threads : {1U, 3U}) {
+    RepositoryScan scan(folder.path(), {.threads = threads});
+    EXPECT_EQ(scan_all(scan), expected);
+  }
+  RepositoryScan abandoned(folder.path());
+  EXPECT_EQ(abandoned.next()->name, "f1000");
+}
+
+TEST(IndexCommand, ReplacesTheIndexOfAFolder) {
+  const TemporaryFolder folder;
+  folder.write("a.py", "def f(): pass\ndef g(): pass");
+  fs::create_symlink("a.py", folder.path() / "b.py");
+  const auto first = run_velmora({"index", folder.path()});
+  EXPECT_EQ(first.exit_code, 0);
+  EXPECT_EQ(first.output.find("Indexed 1 file, 2 symbols, in "), 0U) << first.output;
+  EXPECT_NE(first.output.find("\nSkipped 1 (1: it is a link)"), std::string::npos) << first.output;
+  EXPECT_EQ(list_files(folder.path()).files, (Names{"a.py", "b.py"}));
+  EXPECT_TRUE(fs::exists(folder.path() / ".velmora" / ".gitignore"));
+
+  folder.write("a.py", "def h(): pass");
+  EXPECT_EQ(run_velmora({"index", folder.path()}).exit_code, 0);
+  const auto index = index::Index::open(folder.path() / ".velmora" / "index.db");
+  EXPECT_EQ(index->get_symbols_by_ids(std::vector<models::SymbolId>{1, 2}).size(), 1U);
+
+  const std::string missing = folder.path() / "none";
+  EXPECT_EQ(run_velmora({"index", missing}).exit_code, 3);
+  EXPECT_EQ(run_velmora({"index", folder.path() / "a.py"}).exit_code, 3);
+  EXPECT_EQ(run_velmora({"index", "a", "b"}).exit_code, 2);
+  EXPECT_FALSE(fs::exists(missing));
+}
+
+}  // namespace
+}  // namespace velmora::host::indexing
