@@ -4,7 +4,7 @@
 set -euo pipefail
 
 usage="usage: scripts/install.sh [build|test]"
-build=(ca-certificates g++ cmake ninja-build pkg-config libsqlite3-dev libicu-dev libtree-sitter-dev
+build=(ca-certificates g++ cmake ninja-build libsqlite3-dev libicu-dev
   libcurl4-openssl-dev nlohmann-json3-dev libcli11-dev)
 tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk)
 

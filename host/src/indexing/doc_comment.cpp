@@ -26,6 +26,7 @@ std::size_t indentation(std::string_view line) {
 // A line of at least three characters that draws something: "-----", "*=*=*".
 bool is_rule(std::string_view line) {
   line.remove_prefix(indentation(line));
+  line = line.substr(0, line.find_last_not_of(BLANKS) + 1);
   return line.size() >= 3 && line.find_first_not_of("-=*#~_/+ ") == std::string_view::npos;
 }
 
@@ -56,7 +57,8 @@ std::string join(std::vector<std::string_view> lines, bool first_stands_apart) {
 std::string block_text(std::string_view comment) {
   comment.remove_prefix(2);
   if (comment.ends_with("*/")) comment.remove_suffix(2);
-  // The opening may be drawn out, "/*****", and may name a documentation tool, "/*!".
+  // Both ends may be drawn out, "/*****", and the opening may name a documentation tool, "/*!".
+  while (comment.ends_with('*')) comment.remove_suffix(1);
   comment.remove_prefix(std::min(comment.find_first_not_of('*'), comment.size()));
   if (comment.starts_with('!')) comment.remove_prefix(1);
 
