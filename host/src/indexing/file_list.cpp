@@ -108,8 +108,7 @@ FileList list_files(const fs::path& root) {
   std::erase_if(list.files, is_own);
   std::ranges::sort(list.files);
   // A file with merge conflicts is listed once a side.
-  const auto repeated = std::ranges::unique(list.files);
-  list.files.erase(repeated.begin(), repeated.end());
+  list.files.erase(std::unique(list.files.begin(), list.files.end()), list.files.end());
   std::ranges::sort(list.skipped, {}, &Skipped::path);
   return list;
 }
