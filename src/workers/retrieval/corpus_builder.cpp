@@ -8,8 +8,8 @@
 #include <numeric>
 #include <stdexcept>
 #include <string>
-#include <unordered_map>
 
+#include "utils/interner.h"
 #include "utils/unicode.h"
 #include "velmora/utils/language_filter.h"
 #include "velmora/utils/path_filter.h"
@@ -89,8 +89,8 @@ class CorpusBuilder {
     }
     corpus_->name_symbols = ids_at(places);
     corpus_->names.reserve(names_.size());
-    for (const auto& [name, number] : names_) {
-      corpus_->names.push_back({name, group(corpus_->name_symbols, starts, number)});
+    for (std::uint32_t name = 0; name < names_.size(); ++name) {
+      corpus_->names.push_back({names_.text(name), group(corpus_->name_symbols, starts, name)});
     }
     std::sort(
         corpus_->names.begin(), corpus_->names.end(),
@@ -158,25 +158,23 @@ class CorpusBuilder {
       const std::uint32_t last = corpus_->symbols.back().file;
       if (corpus_->files[last].path == path) return last;
     }
-    if (const auto found = file_numbers_.find(path); found != file_numbers_.end()) {
-      return found->second;
+    const std::uint32_t number =
+        file_numbers_.add(path, [&](std::string_view text) { return corpus_->texts.store(text); });
+    if (number == corpus_->files.size()) {
+      corpus_->files.push_back({file_numbers_.text(number), utils::is_test_path(path), {}});
+      files_.push_back({number + std::int64_t{1}, words_of(path), {}});
     }
-    const auto number = static_cast<std::uint32_t>(corpus_->files.size());
-    const std::string_view stored = corpus_->texts.store(path);
-    corpus_->files.push_back({stored, utils::is_test_path(path), {}});
-    files_.push_back({number + std::int64_t{1}, words_of(path), {}});
-    file_numbers_.emplace(stored, number);
     return number;
   }
 
-  // Numbers the lower-case names in the order of first appearance.
+  // Numbers the lower-case names. A name that is in lower case already needs no copy.
   std::uint32_t number_of_name(std::string_view name) {
-    const std::string lower = utils::lowercase(name);
-    if (const auto found = names_.find(lower); found != names_.end()) return found->second;
-    const auto number = static_cast<std::uint32_t>(names_.size());
-    // A name that is in lower case already needs no copy.
-    names_.emplace(lower == name ? name : corpus_->texts.store(lower), number);
-    return number;
+    const bool lower = std::all_of(name.begin(), name.end(), [](char c) {
+      return static_cast<unsigned char>(c) < 0x80 && !is_capital(c);
+    });
+    if (lower) return names_.add(name, [](std::string_view text) { return text; });
+    return names_.add(utils::lowercase(name),
+                      [&](std::string_view text) { return corpus_->texts.store(text); });
   }
 
   IndexText words_of(std::string_view text) {
@@ -231,9 +229,9 @@ class CorpusBuilder {
   std::vector<WordId> words_;
   std::vector<SymbolText> symbol_texts_;     // beside `Corpus::symbols`
   std::vector<std::uint32_t> symbol_names_;  // beside `Corpus::symbols`: the numbers of their names
-  std::unordered_map<std::string_view, std::uint32_t> names_;
+  utils::Interner names_;
   std::vector<FileText> files_;  // beside `Corpus::files`
-  std::unordered_map<std::string_view, std::uint32_t> file_numbers_;
+  utils::Interner file_numbers_;
   std::vector<std::uint32_t> file_starts_;
   std::vector<std::uint32_t> file_places_;
 };

@@ -12,7 +12,11 @@ using internal::WordScanner;
 namespace internal {
 
 void append_lowercase(std::string& out, std::string_view word) {
-  for (const char c : word) out += static_cast<char>(c | 0x20);  // leaves digits as they are
+  const std::size_t before = out.size();
+  out.append(word);
+  for (std::size_t i = before; i < out.size(); ++i) {
+    out[i] = static_cast<char>(out[i] | 0x20);  // leaves digits as they are
+  }
 }
 
 std::string index_text(std::optional<std::string_view> text) {
