@@ -8,7 +8,6 @@
 #include <fstream>
 #include <map>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -16,16 +15,13 @@
 #include "cli/output.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
-#include "velmora/host/indexing/repository_scan.h"
-#include "velmora/logging.h"
+#include "velmora/host/indexing/refresh.h"
 
 namespace velmora::host::cli {
 namespace {
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
-
-constexpr logging::Logger LOGGER("velmora.host.indexing");
 
 // One line on the terminal that tells how far the work is; nothing when standard error is none.
 class Progress {
@@ -37,16 +33,22 @@ class Progress {
     if (shown_) std::fputs("\r\033[K", stderr);
   }
 
-  void show(std::size_t done, std::size_t count) {
-    if (!shown_) return;
+  void show(const indexing::RefreshProgress& progress) {
+    if (!shown_ || progress.files_done == 0) return;
     const Clock::time_point now = Clock::now();
     if (now < next_) return;
     next_ = now + std::chrono::milliseconds(100);
-    std::fprintf(stderr, "\r\033[KIndexing: %zu of %zu files", done, count);
+    const double seconds = std::chrono::duration<double>(now - start_).count();
+    const double rate = static_cast<double>(progress.files_done) / seconds;
+    const auto files_left = static_cast<double>(progress.file_count - progress.files_done);
+    std::fprintf(
+        stderr, "\r\033[KIndexing: %zu of %zu files, %zu symbols, %.0f files/s, %.0f s left",
+        progress.files_done, progress.file_count, progress.symbols, rate, files_left / rate);
   }
 
  private:
   const bool shown_;
+  const Clock::time_point start_ = Clock::now();
   Clock::time_point next_;
 };
 
@@ -76,37 +78,41 @@ void make_index_folder(const fs::path& folder) {
   if (!file) throw std::runtime_error(ignore.string() + " cannot be written");
 }
 
-void index_folder(const fs::path& folder) {
+// "Indexed 3 files, 9 symbols, in 0.1 s: 1 added, 0 changed, 0 removed, 2 unchanged"
+std::string summary(const indexing::RefreshReport& report, Clock::duration time) {
+  char seconds[32];
+  std::snprintf(seconds, sizeof seconds, "%.1f s", std::chrono::duration<double>(time).count());
+  std::string text = "Indexed " + counted(report.indexed(), "file") + ", " +
+                     counted(static_cast<std::size_t>(report.symbols), "symbol") + ", in " +
+                     seconds + ": " + std::to_string(report.added) + " added, " +
+                     std::to_string(report.changed) + " changed, " +
+                     std::to_string(report.removed) + " removed, " +
+                     std::to_string(report.unchanged) + " unchanged\n";
+  if (!report.skipped.empty()) text += skipped_summary(report.skipped);
+  return text;
+}
+
+struct IndexOptions {
+  std::string folder = ".";
+  std::uintmax_t largest_file = indexing::ScanOptions().largest_file;
+};
+
+void index_folder(const IndexOptions& options) {
+  const fs::path folder = options.folder;
   const Clock::time_point start = Clock::now();
   const fs::file_status status = fs::status(folder);
   if (!fs::exists(status)) throw std::runtime_error(folder.string() + " does not exist");
   if (!fs::is_directory(status)) throw std::runtime_error(folder.string() + " is not a folder");
 
-  indexing::RepositoryScan scan(folder);
   const fs::path file = index_of_repository(folder);
   make_index_folder(file.parent_path());
-  const std::int64_t symbols = [&] {
+  const indexing::RefreshReport report = [&] {
     Progress progress;
-    return index::Index::open_or_create(file)->replace([&]() -> std::optional<index::Symbol> {
-      progress.show(scan.files_done(), scan.file_count());
-      return scan.next();
-    });
+    const auto show = [&](const indexing::RefreshProgress& now) { progress.show(now); };
+    return indexing::refresh(folder, *index::Index::open_or_create(file),
+                             {.largest_file = options.largest_file, .progress = show});
   }();
-
-  std::size_t skipped_files = 0;
-  for (const indexing::Skipped& one : scan.skipped()) {
-    if (!one.is_folder) ++skipped_files;
-    LOGGER.log(logging::Level::info,
-               [&] { return "skipped " + printable(one.path) + ": " + one.reason; });
-  }
-  char seconds[32];
-  std::snprintf(seconds, sizeof seconds, "%.1f s",
-                std::chrono::duration<double>(Clock::now() - start).count());
-  std::string summary = "Indexed " + counted(scan.file_count() - skipped_files, "file") + ", " +
-                        counted(static_cast<std::size_t>(symbols), "symbol") + ", in " + seconds +
-                        "\n";
-  if (!scan.skipped().empty()) summary += skipped_summary(scan.skipped());
-  write_output(summary);
+  write_output(summary(report, Clock::now() - start));
 }
 
 }  // namespace
@@ -114,15 +120,20 @@ void index_folder(const fs::path& folder) {
 void add_index_command(CLI::App& app, ExitCode& exit_code) {
   CLI::App* command =
       app.add_subcommand("index", "Index the symbols of a repository, so that explore finds them");
-  const auto folder = std::make_shared<std::string>(".");
-  command->add_option("dir", *folder, "The repository; the current folder when absent")
+  const auto options = std::make_shared<IndexOptions>();
+  command->add_option("dir", options->folder, "The repository; the current folder when absent")
       ->type_name("DIR");
+  command
+      ->add_option("--max-file-size", options->largest_file,
+                   "Leave out files that are larger; default 2097152")
+      ->type_name("BYTES");
   command->footer(
-      "The index is DIR/.velmora/index.db; an earlier one is replaced when the new one is "
-      "complete.\n"
+      "The index is DIR/.velmora/index.db. Later runs read what has changed only; an index that "
+      "is\n"
+      "being brought up to date answers from its last state until it is done.\n"
       "In a git work tree the files that git does not ignore are read. Languages: C, C++, Python.");
-  command->callback([folder, &exit_code] {
-    index_folder(*folder);
+  command->callback([options, &exit_code] {
+    index_folder(*options);
     exit_code = ExitCode::answered;
   });
 }

@@ -74,7 +74,7 @@ std::shared_ptr<Index> Index::open_or_create(const std::filesystem::path& file) 
   return index;
 }
 
-std::int64_t Index::replace(const std::function<std::optional<Symbol>()>& next) {
+void Index::write(const std::function<bool(storage::Database&)>& work) {
   const FileIdentity identity = file_identity(parts_->file);
   storage::Database database = connect(parts_->file, 0);
   // Without it, the write-ahead log would keep the size of the largest transaction.
@@ -87,22 +87,40 @@ std::int64_t Index::replace(const std::function<std::optional<Symbol>()>& next) 
     throw IndexError("The index at " + parts_->file.string() +
                      " is being written by another program. Try again when it is done");
   }
-  if (inspect(database, parts_->file) == Content::blank ||
-      file_identity(parts_->file) != identity) {
+  const Content content = inspect(database, parts_->file);
+  if (content == Content::blank || file_identity(parts_->file) != identity) {
     throw IndexError("The index at " + parts_->file.string() +
                      " was replaced by another program. Try again");
   }
-
-  std::int64_t count = 0;
-  SymbolWriter writer(database);
-  while (const std::optional<Symbol> symbol = next()) {
-    writer.add(*symbol);
-    ++count;
+  if (work(database) || content == Content::unfilled) {
+    database.execute(
+        "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16)))");
   }
-  writer.finish();
   transaction->commit();
   parts_->remove_at_end = false;
+}
+
+std::int64_t Index::replace(const std::function<std::optional<Symbol>()>& next) {
+  std::int64_t count = 0;
+  write([&](storage::Database& database) {
+    SymbolWriter writer(database);
+    while (const std::optional<Symbol> symbol = next()) {
+      writer.add(*symbol);
+      ++count;
+    }
+    writer.finish();
+    return true;
+  });
   return count;
+}
+
+void Index::update(const std::function<void(Update&)>& change) {
+  write([&](storage::Database& database) {
+    Update update(database);
+    change(update);
+    update.finish();
+    return update.changed_symbols();
+  });
 }
 
 storage::IndexFingerprint Index::retrieval_fingerprint() {

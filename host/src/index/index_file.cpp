@@ -17,15 +17,27 @@ using storage::Database;
 using storage::DatabaseError;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 1;
+constexpr std::int64_t FORMAT = 2;
 
 constexpr const char* TABLES = R"sql(
 CREATE TABLE meta(
   identity TEXT NOT NULL,       -- random, made with the file
   generation INTEGER NOT NULL,  -- grows with every committed change
-  state TEXT NOT NULL           -- random, drawn for every generation: copies of a file part ways
+  state TEXT NOT NULL,          -- random, drawn for every generation: copies of a file part ways
+  largest_id INTEGER NOT NULL,  -- of all symbols so far: ids are not given twice
+  extraction TEXT NOT NULL      -- the version of what made the symbols; empty: an import
 );
-CREATE TABLE files(id INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE);
+-- What is known of a file that nobody read: its path.
+CREATE TABLE files(
+  id INTEGER PRIMARY KEY,
+  path TEXT NOT NULL UNIQUE,
+  language TEXT NOT NULL DEFAULT '',
+  expected TEXT NOT NULL DEFAULT '',     -- the language that the names of files tell
+  size INTEGER NOT NULL DEFAULT -1,      -- in bytes
+  modified INTEGER NOT NULL DEFAULT -1,  -- in nanoseconds since 1970; -1: read it again
+  hash INTEGER NOT NULL DEFAULT 0,       -- of the content
+  skipped TEXT NOT NULL DEFAULT ''       -- why it was left out
+);
 CREATE TABLE symbols(
   id INTEGER PRIMARY KEY,
   file INTEGER NOT NULL,
@@ -38,6 +50,7 @@ CREATE TABLE symbols(
   signature TEXT,
   docstring TEXT
 );
+CREATE INDEX symbols_by_file ON symbols(file);
 CREATE TABLE models(id INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE);
 CREATE TABLE embeddings(
   model INTEGER NOT NULL,
@@ -45,7 +58,7 @@ CREATE TABLE embeddings(
   vector BLOB NOT NULL,  -- float32, little-endian
   UNIQUE(model, symbol)
 );
-INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))));
+INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), 0, '');
 )sql";
 
 std::int64_t number(Database& database, std::string_view sql) {

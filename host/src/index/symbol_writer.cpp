@@ -41,7 +41,7 @@ SymbolId SymbolWriter::next_id() const {
 }
 
 std::int64_t SymbolWriter::file_id(const std::string& path) {
-  return numbered(files_, path, database_, "INSERT INTO files VALUES(?, ?)");
+  return numbered(files_, path, database_, "INSERT INTO files(id, path) VALUES(?, ?)");
 }
 
 std::int64_t SymbolWriter::model_id(const std::string& name) {
@@ -86,7 +86,8 @@ void SymbolWriter::add_embedding(SymbolId symbol, const SymbolEmbedding& embeddi
 
 void SymbolWriter::finish() {
   database_.execute(
-      "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16)))");
+      "UPDATE meta SET extraction = '',"
+      " largest_id = max(largest_id, (SELECT coalesce(max(id), 0) FROM symbols))");
 }
 
 }  // namespace velmora::host::index

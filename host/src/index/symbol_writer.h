@@ -21,7 +21,7 @@ class SymbolWriter {
   // afterwards.
   void add(const Symbol& symbol);
 
-  // Marks what was added as a new state of the index. The last call.
+  // Writes down what the index knows of its symbols as a whole. The last call.
   void finish();
 
  private:

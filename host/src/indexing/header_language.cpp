@@ -47,15 +47,19 @@ HeaderLanguage::HeaderLanguage(std::span<const std::string> files) {
   }
 }
 
-std::string_view HeaderLanguage::decide(std::string_view path, std::string_view source) const {
+bool HeaderLanguage::among_cpp(std::string_view path) const {
   std::string_view folder = path;
   do {
     folder = parent(folder);
     const auto sources = folders_.find(std::string(folder));
     if (sources == folders_.end()) continue;
-    if (sources->second.cpp > sources->second.c) return "cpp";
-    break;
+    return sources->second.cpp > sources->second.c;
   } while (!folder.empty());
+  return false;
+}
+
+std::string_view HeaderLanguage::decide(std::string_view path, std::string_view source) const {
+  if (among_cpp(path)) return "cpp";
   const std::size_t errors = count_errors("c", source);
   if (errors == 0 && !mentions_cpp(source)) return "c";
   const std::size_t cpp_errors = count_errors("cpp", source);

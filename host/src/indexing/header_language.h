@@ -14,8 +14,11 @@ class HeaderLanguage {
  public:
   explicit HeaderLanguage(std::span<const std::string> files);
 
-  // "cpp" when most sources in the nearest folder around the header that holds any, in its
-  // subfolders too, are C++; otherwise what parses with fewer errors; with as many, "cpp" when
+  // Whether most sources in the nearest folder around the header that holds any, in its subfolders
+  // too, are C++.
+  [[nodiscard]] bool among_cpp(std::string_view path) const;
+
+  // "cpp" among C++ sources; otherwise what parses with fewer errors; with as many, "cpp" when
   // there are classes or namespaces.
   [[nodiscard]] std::string_view decide(std::string_view path, std::string_view source) const;
 

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <condition_variable>
 #include <exception>
-#include <fstream>
 #include <mutex>
 #include <string>
-#include <system_error>
+#include <string_view>
 #include <thread>
 #include <utility>
 
 #include "indexing/header_language.h"
 #include "indexing/language.h"
+#include "indexing/source_file.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -21,32 +21,10 @@ namespace fs = std::filesystem;
 // How many files each thread may be ahead of the reader.
 constexpr std::size_t FILES_AHEAD = 64;
 
-// The file's content; throws ExtractError for a file that is not to be indexed.
-std::string read_source(const fs::path& file, std::uintmax_t largest) {
-  std::error_code error;
-  const fs::file_status status = fs::symlink_status(file, error);
-  if (status.type() == fs::file_type::not_found) throw ExtractError("it is gone");
-  if (error) throw ExtractError("it cannot be read");
-  if (status.type() == fs::file_type::symlink) throw ExtractError("it is a link");
-  if (status.type() != fs::file_type::regular) throw ExtractError("it is not a file");
-  const std::uintmax_t size = fs::file_size(file, error);
-  if (error) throw ExtractError("it cannot be read");
-  if (size > largest) {
-    throw ExtractError("it is larger than " + std::to_string(largest) + " bytes");
-  }
-  std::string content(size, '\0');
-  std::ifstream stream(file, std::ios::binary);
-  stream.read(content.data(), static_cast<std::streamsize>(size));
-  if (!stream) throw ExtractError("it cannot be read");
-  if (content.find('\0') != std::string::npos) throw ExtractError("it is binary");
-  return content;
-}
-
 struct Outcome {
   bool done = false;
-  std::vector<index::Symbol> symbols;
-  std::string skipped;       // the reason, empty when the file was read
-  std::exception_ptr error;  // a fault that ends the scan
+  std::optional<ScannedFile> scanned;  // nothing when the file is gone
+  std::exception_ptr error;            // a fault that ends the scan
 };
 
 }  // namespace
@@ -56,7 +34,7 @@ class RepositoryScan::Impl {
   Impl(const fs::path& root, const ScanOptions& options) : root_(root), options_(options) {
     FileList list = list_files(root);
     files_ = std::move(list.files);
-    skipped_ = std::move(list.skipped);
+    skipped_folders_ = std::move(list.skipped);
     std::erase_if(files_, [](const std::string& file) { return language_of(file) == nullptr; });
     headers_.emplace(files_);
     outcomes_.resize(files_.size());
@@ -68,27 +46,18 @@ class RepositoryScan::Impl {
     }
   }
 
-  std::optional<index::Symbol> next() {
-    while (place_ == symbols_.size()) {
-      if (reading_ == files_.size()) {
-        std::ranges::stable_sort(skipped_, {}, &Skipped::path);
-        done_ = files_.size();
-        return std::nullopt;
-      }
-      done_ = reading_;
-      Outcome outcome = take(reading_);
+  std::optional<ScannedFile> next() {
+    while (reading_ < files_.size()) {
+      Outcome outcome = take(reading_++);
       if (outcome.error) std::rethrow_exception(outcome.error);
-      if (!outcome.skipped.empty()) skipped_.push_back({files_[reading_], outcome.skipped, false});
-      ++reading_;
-      symbols_ = std::move(outcome.symbols);
-      place_ = 0;
+      if (outcome.scanned) return std::move(outcome.scanned);
     }
-    return std::move(symbols_[place_++]);
+    return std::nullopt;
   }
 
   std::size_t file_count() const { return files_.size(); }
-  std::size_t files_done() const { return done_; }
-  const std::vector<Skipped>& skipped() const { return skipped_; }
+  std::size_t files_done() const { return reading_; }
+  const std::vector<Skipped>& skipped_folders() const { return skipped_folders_; }
 
  private:
   Outcome take(std::size_t file) {
@@ -122,16 +91,30 @@ class RepositoryScan::Impl {
   Outcome read(const std::string& file) const {
     Outcome outcome;
     try {
-      const std::string source = read_source(root_ / file, options_.largest_file);
-      const std::string_view language =
-          file.ends_with(".h") ? headers_->decide(file, source) : language_of(file)->name;
-      outcome.symbols = extract_symbols(language, file, source, options_.extract);
-    } catch (const ExtractError& reason) {
-      outcome.skipped = reason.what();
+      const bool header = file.ends_with(".h");
+      const std::string_view expected =
+          header && headers_->among_cpp(file) ? "cpp" : language_of(file)->name;
+      std::optional<LookedAt> looked = look_at(root_, file, expected, options_);
+      if (looked) {
+        outcome.scanned = std::move(looked->scanned);
+        parse(looked->content, header, *outcome.scanned);
+      }
     } catch (...) {
       outcome.error = std::current_exception();
     }
     return outcome;
+  }
+
+  void parse(std::string_view source, bool header, ScannedFile& scanned) const {
+    index::FileRecord& file = scanned.file;
+    if (scanned.state != ScannedFile::State::read || !file.skipped.empty()) return;
+    try {
+      file.language = header ? headers_->decide(file.path, source) : file.expected;
+      scanned.symbols = extract_symbols(file.language, file.path, source, options_.extract);
+    } catch (const ExtractError& reason) {
+      file.language.clear();
+      file.skipped = reason.what();
+    }
   }
 
   const fs::path root_;
@@ -141,11 +124,8 @@ class RepositoryScan::Impl {
   std::size_t ahead_ = 0;
 
   // The reader's own.
-  std::vector<Skipped> skipped_;
-  std::vector<index::Symbol> symbols_;
-  std::size_t place_ = 0;
+  std::vector<Skipped> skipped_folders_;
   std::size_t reading_ = 0;
-  std::size_t done_ = 0;
 
   std::mutex mutex_;
   std::condition_variable_any changed_;
@@ -160,9 +140,11 @@ RepositoryScan::RepositoryScan(const fs::path& root, const ScanOptions& options)
     : impl_(std::make_unique<Impl>(root, options)) {}
 RepositoryScan::~RepositoryScan() = default;
 
-std::optional<index::Symbol> RepositoryScan::next() { return impl_->next(); }
+std::optional<ScannedFile> RepositoryScan::next() { return impl_->next(); }
 std::size_t RepositoryScan::file_count() const { return impl_->file_count(); }
 std::size_t RepositoryScan::files_done() const { return impl_->files_done(); }
-const std::vector<Skipped>& RepositoryScan::skipped() const { return impl_->skipped(); }
+const std::vector<Skipped>& RepositoryScan::skipped_folders() const {
+  return impl_->skipped_folders();
+}
 
 }  // namespace velmora::host::indexing

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -25,11 +26,15 @@ void git(const TemporaryFolder& folder, const std::string& arguments) {
   ASSERT_EQ(std::system(("git -C " + folder.path().string() + " " + arguments).c_str()), 0);
 }
 
-// Every symbol of a scan, as "path name language".
+// Every symbol of a scan, as "path name language", and every skipped file, as "path: reason".
 Names scan_all(RepositoryScan& scan) {
   Names found;
-  while (const auto symbol = scan.next()) {
-    found.push_back(symbol->path + " " + symbol->name + " " + symbol->language);
+  while (const auto scanned = scan.next()) {
+    const index::FileRecord& file = scanned->file;
+    if (!file.skipped.empty()) found.push_back(file.path + ": " + file.skipped);
+    for (const index::Symbol& symbol : scanned->symbols) {
+      found.push_back(symbol.path + " " + symbol.name + " " + symbol.language);
+    }
   }
   return found;
 }
@@ -66,18 +71,18 @@ TEST(RepositoryScan, SkipsWithAReason) {
   const TemporaryFolder folder;
   folder.write("a.py", "def f(): pass");
   folder.write("binary.py", std::string("def f(): pass\0", 14));
-  folder.write("deep.py", std::string(10'000, '('));
+  folder.write("deep.py", std::regex_replace(std::string(10'000, '('), std::regex("\\("), "(\n"));
   folder.write("large.py", std::string(200'000, '#'));
+  folder.write("minified.py", "a = 1\nb = " + std::string(2'500, '1'));
   folder.write("other.txt", "");
   fs::create_symlink("a.py", folder.path() / "link.py");
   RepositoryScan scan(folder.path(), {.largest_file = 100'000});
-  EXPECT_EQ(scan_all(scan), Names{"a.py f python"});
-  EXPECT_EQ(scan.skipped(), (std::vector<Skipped>{{"binary.py", "it is binary"},
-                                                  {"deep.py", "it is nested too deeply"},
-                                                  {"large.py", "it is larger than 100000 bytes"},
-                                                  {"link.py", "it is a link"}}));
-  EXPECT_EQ(scan.file_count(), 5U);
-  EXPECT_EQ(scan.files_done(), 5U);
+  EXPECT_EQ(scan_all(scan),
+            (Names{"a.py f python", "binary.py: it is binary", "deep.py: it is nested too deeply",
+                   "large.py: it is larger than 100000 bytes", "link.py: it is a link",
+                   "minified.py: it is generated or minified"}));
+  EXPECT_EQ(scan.file_count(), 6U);
+  EXPECT_EQ(scan.files_done(), 6U);
 }
 
 TEST(RepositoryScan, TellsTheLanguageOfAHeaderByItsNeighbours) {
@@ -106,7 +111,7 @@ TEST(RepositoryScan, IsTheSameForAnyNumberOfThreads) {
     EXPECT_EQ(scan_all(scan), expected);
   }
   RepositoryScan abandoned(folder.path());
-  EXPECT_EQ(abandoned.next()->name, "f1000");
+  EXPECT_EQ(abandoned.next()->file.path, "1000.py");
 }
 
 TEST(IndexCommand, ReplacesTheIndexOfAFolder) {
@@ -123,7 +128,7 @@ TEST(IndexCommand, ReplacesTheIndexOfAFolder) {
   folder.write("a.py", "def h(): pass");
   EXPECT_EQ(run_velmora({"index", folder.path()}).exit_code, 0);
   const auto index = index::Index::open(folder.path() / ".velmora" / "index.db");
-  EXPECT_EQ(index->get_symbols_by_ids(std::vector<models::SymbolId>{1, 2}).size(), 1U);
+  EXPECT_EQ(index->get_symbols_by_ids(std::vector<models::SymbolId>{1, 2, 3}).size(), 1U);
 
   const std::string missing = folder.path() / "none";
   EXPECT_EQ(run_velmora({"index", missing}).exit_code, 3);

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "velmora/host/index/symbol.h"
+#include "velmora/host/index/update.h"
 #include "velmora/storage/repository_retrieval.h"
 
 namespace velmora::host::index {
@@ -56,6 +57,11 @@ class Index final : public storage::Repository {
   // seconds.
   std::int64_t replace(const std::function<std::optional<Symbol>()>& next);
 
+  // Changes single files of the index. All or nothing: what `change` throws reaches the caller and
+  // leaves the index as it was, and readers see the earlier state until `change` has returned. The
+  // fingerprint stays as it is when no symbol changed. Throws IndexError as replace does.
+  void update(const std::function<void(Update&)>& change);
+
   // A text that names this state of this file, among all states of all files.
   storage::IndexFingerprint retrieval_fingerprint() override;
 
@@ -78,6 +84,10 @@ class Index final : public storage::Repository {
 
  private:
   struct Parts;
+
+  // Runs `work` in a transaction; `work` tells whether the state is another one afterwards.
+  void write(const std::function<bool(storage::Database&)>& work);
+
   explicit Index(std::unique_ptr<Parts> parts);
 
   const std::unique_ptr<Parts> parts_;

@@ -17,6 +17,10 @@ class ExtractError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// Names what this code makes of a source. A change of the queries, of a grammar or of anything else
+// that gives a source other symbols draws another one, so that indexes are made anew.
+inline constexpr std::string_view EXTRACTION_VERSION = "1";
+
 struct ExtractOptions {
   // How long parsing a file, and then finding its definitions, may take. Real files take
   // milliseconds; the limit is for those made to be hard, and bounds their memory too.

@@ -1,4 +1,4 @@
-// The symbols of a whole repository, one after the other, parsed by all processors.
+// The source files of a whole repository, one after the other, parsed by all processors.
 #pragma once
 
 #include <cstddef>
@@ -6,8 +6,11 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
+#include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/indexing/extract.h"
 #include "velmora/host/indexing/file_list.h"
@@ -19,12 +22,29 @@ struct ScanOptions {
   std::uintmax_t largest_file = 2 * 1024 * 1024;
   // Threads that read and parse; 0: one for each processor.
   unsigned threads = 0;
+  // What an earlier scan found, by path: what has not changed since is not read again. Lives as
+  // long as the scan; null: everything is read.
+  const std::unordered_map<std::string, index::FileRecord>* known = nullptr;
+  // Files are parsed though their content is known.
+  bool parse_known = false;
   ExtractOptions extract = {};
+};
+
+// A source file, and how it differs from what was known of it.
+struct ScannedFile {
+  enum class State {
+    unchanged,  // the record is the known one
+    noted,      // the record is another one, the symbols are the same
+    read,       // the symbols are here; none when the record tells why the file was left out
+  };
+  State state = State::read;
+  index::FileRecord file = {};
+  std::vector<index::Symbol> symbols = {};
 };
 
 // Reads the source files that list_files finds under a folder. Threads of its own work a bounded
 // number of files ahead of next(), so the repository is never in memory as a whole. The order of
-// the symbols, by path and then by place, does not depend on the threads.
+// the files, by path, does not depend on the threads.
 //
 // One thread uses a scan at a time. The destructor may be called at any moment; it waits for the
 // files being parsed.
@@ -34,16 +54,16 @@ class RepositoryScan {
   explicit RepositoryScan(const std::filesystem::path& root, const ScanOptions& options = {});
   ~RepositoryScan();
 
-  // The next symbol, nothing after the last one. Waits for a thread that parses.
-  [[nodiscard]] std::optional<index::Symbol> next();
+  // The next file, nothing after the last one. Waits for a thread that parses. A file that was
+  // listed and is gone by now is passed over, and so are files of languages that are not indexed.
+  [[nodiscard]] std::optional<ScannedFile> next();
 
-  // The source files found, and how many of them next() has left behind, skipped ones included.
+  // The source files found, and how many of them next() has left behind.
   [[nodiscard]] std::size_t file_count() const;
   [[nodiscard]] std::size_t files_done() const;
 
-  // What was left out so far, in path order once next() has returned nothing. Files of languages
-  // that are not indexed are not mentioned.
-  [[nodiscard]] const std::vector<Skipped>& skipped() const;
+  // Folders that were left out.
+  [[nodiscard]] const std::vector<Skipped>& skipped_folders() const;
 
  private:
   class Impl;

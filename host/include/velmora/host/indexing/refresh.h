@@ -1,0 +1,47 @@
+// Brings an index up to date with the files of its repository.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+#include "velmora/host/index/index.h"
+#include "velmora/host/indexing/file_list.h"
+#include "velmora/host/indexing/repository_scan.h"
+
+namespace velmora::host::indexing {
+
+// What a refresh did, in files. A file that is left out counts as skipped and nothing else.
+struct RefreshReport {
+  std::size_t added = 0;
+  std::size_t changed = 0;
+  std::size_t removed = 0;
+  std::size_t unchanged = 0;
+  std::vector<Skipped> skipped;  // by path
+  std::int64_t symbols = 0;      // in the whole index
+
+  [[nodiscard]] std::size_t indexed() const { return added + changed + unchanged; }
+};
+
+// How far a refresh is.
+struct RefreshProgress {
+  std::size_t files_done = 0;
+  std::size_t file_count = 0;
+  std::size_t symbols = 0;  // read so far
+};
+
+struct RefreshOptions {
+  std::uintmax_t largest_file = ScanOptions().largest_file;  // in bytes
+  // Called before each file; what it throws ends the refresh and leaves the index as it was.
+  std::function<void(const RefreshProgress&)> progress = {};
+};
+
+// Makes `index` what an index of `root` made now would be, ids aside, in one transaction. Files
+// whose size and time are the known ones are not read, those whose content is the known one are not
+// parsed. Logs each file that is not unchanged. Throws what Index::update and RepositoryScan throw.
+[[nodiscard]] RefreshReport refresh(const std::filesystem::path& root, index::Index& index,
+                                    const RefreshOptions& options = {});
+
+}  // namespace velmora::host::indexing

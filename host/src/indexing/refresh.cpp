@@ -1,0 +1,94 @@
+#include "velmora/host/indexing/refresh.h"
+
+#include <algorithm>
+#include <string>
+#include <unordered_set>
+#include <utility>
+
+#include "velmora/logging.h"
+
+namespace velmora::host::indexing {
+namespace {
+
+constexpr logging::Logger LOGGER("velmora.host.indexing");
+
+void log(logging::Level level, std::string_view what, const std::string& path) {
+  LOGGER.log(level, [&] { return std::string(what) + " " + path; });
+}
+
+// Files the scanned file under what happened to it.
+void count(const ScannedFile& scanned, bool known, RefreshReport& report) {
+  const index::FileRecord& file = scanned.file;
+  if (!file.skipped.empty()) {
+    report.skipped.push_back({file.path, file.skipped, false});
+  } else if (scanned.state != ScannedFile::State::read) {
+    ++report.unchanged;
+  } else {
+    ++(known ? report.changed : report.added);
+    log(logging::Level::debug, known ? "changed" : "added", file.path);
+  }
+}
+
+void store(const ScannedFile& scanned, index::Update& update) {
+  switch (scanned.state) {
+    case ScannedFile::State::unchanged:
+      break;
+    case ScannedFile::State::noted:
+      update.note(scanned.file);
+      break;
+    case ScannedFile::State::read:
+      update.put(scanned.file, scanned.symbols);
+      break;
+  }
+}
+
+RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::Update& update) {
+  RefreshReport report;
+  RefreshProgress progress{.file_count = scan.file_count()};
+  std::unordered_set<std::string> seen;
+  while (true) {
+    if (options.progress) options.progress(progress);
+    const std::optional<ScannedFile> scanned = scan.next();
+    if (!scanned) break;
+    const auto known = update.files().find(scanned->file.path);
+    const bool is_known = known != update.files().end();
+    count(*scanned, is_known && known->second.skipped.empty(), report);
+    store(*scanned, update);
+    if (is_known) seen.insert(scanned->file.path);
+    progress.files_done = scan.files_done();
+    progress.symbols += scanned->symbols.size();
+  }
+  for (const auto& [path, file] : update.files()) {
+    if (seen.contains(path)) continue;
+    update.remove(path);
+    if (!file.skipped.empty()) continue;
+    ++report.removed;
+    log(logging::Level::debug, "removed", path);
+  }
+  const std::vector<Skipped>& folders = scan.skipped_folders();
+  report.skipped.insert(report.skipped.end(), folders.begin(), folders.end());
+  std::ranges::sort(report.skipped, {}, &Skipped::path);
+  for (const Skipped& one : report.skipped) {
+    log(logging::Level::info, "skipped", one.path + ": " + one.reason);
+  }
+  report.symbols = update.symbol_count();
+  return report;
+}
+
+}  // namespace
+
+RefreshReport refresh(const std::filesystem::path& root, index::Index& index,
+                      const RefreshOptions& options) {
+  RefreshReport report;
+  index.update([&](index::Update& update) {
+    const bool same_extraction = update.extraction() == EXTRACTION_VERSION;
+    RepositoryScan scan(root, {.largest_file = options.largest_file,
+                               .known = &update.files(),
+                               .parse_known = !same_extraction});
+    report = apply(scan, options, update);
+    if (!same_extraction) update.set_extraction(EXTRACTION_VERSION);
+  });
+  return report;
+}
+
+}  // namespace velmora::host::indexing

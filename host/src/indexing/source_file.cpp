@@ -1,0 +1,154 @@
+#include "indexing/source_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+namespace velmora::host::indexing {
+namespace {
+
+using index::FileRecord;
+
+constexpr std::int64_t NANOSECONDS = 1'000'000'000;
+// A file system's clock ticks more coarsely than its times are written: a file that was modified
+// that shortly before it is read may be modified again without a new time.
+constexpr std::int64_t CLOCK_TICK = NANOSECONDS / 50;
+
+// People break lines; generators and minifiers need not.
+constexpr std::size_t LONG_LINE = 2000;
+
+std::int64_t nanoseconds(const timespec& time) { return time.tv_sec * NANOSECONDS + time.tv_nsec; }
+
+std::int64_t now() {
+  timespec time{};
+  clock_gettime(CLOCK_REALTIME, &time);
+  return nanoseconds(time);
+}
+
+// The time of modification, or -1 when it is no proof that the file stays as it is.
+std::int64_t trusted_time(const struct stat& status, std::int64_t looked) {
+  const std::int64_t modified = nanoseconds(status.st_mtim);
+  // Some file systems keep whole seconds, and even ones only.
+  const std::int64_t tick = status.st_mtim.tv_nsec == 0 ? 2 * NANOSECONDS : CLOCK_TICK;
+  return modified < looked - tick ? modified : -1;
+}
+
+// FNV-1a, never 0.
+std::uint64_t hash_of(std::string_view content) {
+  std::uint64_t hash = 0xcbf29ce484222325U;
+  for (const char c : content) {
+    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
+  }
+  return std::max<std::uint64_t>(hash, 1);
+}
+
+// At most `size` bytes; nothing when the file cannot be read.
+std::optional<std::string> read_content(const std::filesystem::path& file, std::size_t size) {
+  // Should something else stand there by now: no link is followed, no pipe waited for.
+  const int descriptor = ::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor < 0) return std::nullopt;
+  std::string content(size, '\0');
+  std::size_t filled = 0;
+  ssize_t count = 1;
+  while (filled < size && count != 0) {
+    count = ::read(descriptor, content.data() + filled, size - filled);
+    if (count < 0 && errno != EINTR) break;
+    if (count > 0) filled += static_cast<std::size_t>(count);
+  }
+  ::close(descriptor);
+  if (count < 0) return std::nullopt;
+  content.resize(filled);
+  return content;
+}
+
+// Whether most of the content stands in long lines.
+bool is_generated(std::string_view content) {
+  std::size_t in_long_lines = 0;
+  for (std::size_t start = 0; start < content.size();) {
+    const std::size_t stop = std::min(content.find('\n', start), content.size());
+    if (stop - start > LONG_LINE) in_long_lines += stop - start;
+    start = stop + 1;
+  }
+  return in_long_lines > content.size() / 2;
+}
+
+// What is left out without being read; empty: nothing.
+std::string reason_in(const struct stat& status, std::uintmax_t largest) {
+  if (S_ISLNK(status.st_mode)) return "it is a link";
+  if (!S_ISREG(status.st_mode)) return "it is not a file";
+  if (static_cast<std::uintmax_t>(status.st_size) > largest) {
+    return "it is larger than " + std::to_string(largest) + " bytes";
+  }
+  return "";
+}
+
+}  // namespace
+
+std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::string& path,
+                                std::string_view expected, const ScanOptions& options) {
+  using State = ScannedFile::State;
+  const FileRecord* known = nullptr;
+  if (options.known != nullptr) {
+    const auto found = options.known->find(path);
+    if (found != options.known->end()) known = &found->second;
+  }
+  LookedAt result;
+  FileRecord& file = result.scanned.file;
+  file.path = path;
+  file.expected = expected;
+  const auto leave_out = [&](std::string reason) {
+    file.skipped = std::move(reason);
+    if (known != nullptr && *known == file) result.scanned.state = State::unchanged;
+    return std::move(result);
+  };
+
+  const std::int64_t looked = now();
+  struct stat status {};
+  if (::lstat((root / path).c_str(), &status) != 0) {
+    if (errno == ENOENT || errno == ENOTDIR) return std::nullopt;
+    return leave_out("it cannot be read");
+  }
+  if (std::string reason = reason_in(status, options.largest_file); !reason.empty()) {
+    return leave_out(std::move(reason));
+  }
+  file.size = status.st_size;
+  file.modified = trusted_time(status, looked);
+
+  // A record without a hash is of a file that was not read.
+  const bool comparable = known != nullptr && !options.parse_known && known->hash != 0 &&
+                          known->expected == expected && known->size == file.size;
+  if (comparable && file.modified >= 0 && known->modified == file.modified) {
+    result.scanned.file = *known;
+    result.scanned.state = State::unchanged;
+    return result;
+  }
+  std::optional<std::string> content =
+      read_content(root / path, static_cast<std::size_t>(status.st_size));
+  if (!content) {
+    file.size = file.modified = -1;
+    return leave_out("it cannot be read");
+  }
+  file.hash = hash_of(*content);
+  if (comparable && known->hash == file.hash) {
+    file.language = known->language;
+    file.skipped = known->skipped;
+    result.scanned.state = *known == file ? State::unchanged : State::noted;
+    return result;
+  }
+  result.content = std::move(*content);
+  if (result.content.find('\0') != std::string::npos) {
+    file.skipped = "it is binary";
+  } else if (is_generated(result.content)) {
+    file.skipped = "it is generated or minified";
+  }
+  return result;
+}
+
+}  // namespace velmora::host::indexing

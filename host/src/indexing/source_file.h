@@ -1,0 +1,26 @@
+// One source file on the disk: whether it still is what is known of it, and its content.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "velmora/host/indexing/repository_scan.h"
+
+namespace velmora::host::indexing {
+
+// A scanned file without its symbols. In the state `read` the content is to be parsed, unless the
+// record tells why the file is left out.
+struct LookedAt {
+  ScannedFile scanned;
+  std::string content;
+};
+
+// Looks at the file `path` under `root`, whose name and neighbours tell the language `expected`.
+// Nothing when it is gone. Content is read when size or time are not the known ones.
+[[nodiscard]] std::optional<LookedAt> look_at(const std::filesystem::path& root,
+                                              const std::string& path, std::string_view expected,
+                                              const ScanOptions& options);
+
+}  // namespace velmora::host::indexing
