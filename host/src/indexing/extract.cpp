@@ -30,6 +30,10 @@ constexpr std::size_t DEEPEST_BRACKET = 5000;
 // Patterns that wait for a child at once: deep nesting must not make the query slow.
 constexpr std::uint32_t MOST_OPEN_MATCHES = 64;
 
+// The kinds of definitions that qualify the names of what stands in them.
+constexpr std::string_view SCOPED_KINDS[] = {"class",     "struct", "union",
+                                             "interface", "trait",  "enum"};
+
 constexpr const char* TOO_SLOW = "parsing it takes too long";
 
 template <auto Delete>
@@ -45,7 +49,7 @@ using Cursor = std::unique_ptr<TSQueryCursor, Deleter<ts_query_cursor_delete>>;
 using QueryPtr = std::unique_ptr<TSQuery, Deleter<ts_query_delete>>;
 
 // What a capture's name says of a node.
-enum class Mark { definition, name, scope, wrapper, friends, guard, local, comment };
+enum class Mark { definition, name, package, scope, type, wrapper, friends, guard, local, comment };
 
 struct Capture {
   Mark mark = Mark::name;
@@ -64,9 +68,9 @@ Capture read_capture(std::string_view name) {
     return {Mark::definition, std::string(name.substr(DEFINITION.size()))};
   }
   constexpr std::pair<std::string_view, Mark> MARKS[] = {
-      {"name", Mark::name},      {"scope", Mark::scope}, {"wrapper", Mark::wrapper},
-      {"friend", Mark::friends}, {"guard", Mark::guard}, {"local", Mark::local},
-      {"comment", Mark::comment}};
+      {"name", Mark::name},   {"package", Mark::package}, {"scope", Mark::scope},
+      {"type", Mark::type},   {"wrapper", Mark::wrapper}, {"friend", Mark::friends},
+      {"guard", Mark::guard}, {"local", Mark::local},     {"comment", Mark::comment}};
   for (const auto& [word, mark] : MARKS) {
     if (word == name) return {mark, {}};
   }
@@ -194,6 +198,7 @@ class Comments {
     }
     if (is_top(block.start) && is_licence(text(block))) return std::nullopt;
     std::string doc = comment_text(text(block), language_.line_comments);
+    if (language_.documentation != nullptr) doc = language_.documentation(doc);
     if (doc.empty()) return std::nullopt;
     return doc;
   }
@@ -244,7 +249,7 @@ class Extraction {
     if (language_.module_docstring == nullptr) return;
     const TSNode docstring = language_.module_docstring(root);
     if (ts_node_is_null(docstring)) return;
-    index::Symbol symbol = place(ts_node_start_point(docstring), ts_node_end_point(docstring));
+    index::Symbol symbol = place(ts_node_start_point(docstring), docstring);
     symbol.kind = "module";
     symbol.fqn = module_;
     symbol.name = module_.substr(module_.rfind('.') + 1);
@@ -263,6 +268,9 @@ class Extraction {
         if (!ts_node_is_null(last) && ts_node_eq(last, item.node)) continue;
         last = item.node;
         define(item);
+      } else if (item.mark == Mark::package) {
+        // What follows in the file is in this scope.
+        module_ = join(module_, source_.line(item.name));
       } else {
         open(item);
       }
@@ -280,6 +288,9 @@ class Extraction {
     switch (item.mark) {
       case Mark::scope:
         around.role = Role::scope;
+        break;
+      case Mark::type:
+        around.role = Role::type;
         break;
       case Mark::wrapper:
         around.role = Role::wrapper;
@@ -325,12 +336,12 @@ class Extraction {
     const std::optional<std::string> above = comments_.above(start_byte);
     for (Declared& one : declared) {
       if (one.name.empty() || one.name.size() + one.qualifier.size() > LONGEST_NAME) continue;
-      index::Symbol symbol = place(start, ts_node_end_point(item.node));
+      index::Symbol symbol = place(start, item.node);
       name(one, symbol);
       symbol.docstring = one.docstring ? std::move(one.docstring) : above;
       symbols_.push_back(std::move(symbol));
     }
-    if (kind == "class" || kind == "struct" || kind == "union") {
+    if (std::ranges::find(SCOPED_KINDS, kind) != std::end(SCOPED_KINDS)) {
       push({.role = Role::type, .range = item.range, .name = scope});
     }
   }
@@ -358,9 +369,14 @@ class Extraction {
     return std::string(scope).append(language_.separator).append(own);
   }
 
-  index::Symbol place(TSPoint start, TSPoint end) const {
-    // A node that takes its line break along ends on the line before.
-    if (end.column == 0 && end.row > start.row) --end.row;
+  index::Symbol place(TSPoint start, TSNode node) const {
+    TSPoint end = ts_node_end_point(node);
+    // A node that takes blanks and line breaks along ends on a line before.
+    for (std::uint32_t i = ts_node_end_byte(node); i > ts_node_start_byte(node); --i) {
+      const char c = source_.text[i - 1];
+      if (c == '\n' && end.row > start.row) --end.row;
+      if (c != '\n' && c != '\r' && c != ' ' && c != '\t') break;
+    }
     index::Symbol symbol;
     symbol.language = language_.name;
     symbol.path = source_.path;

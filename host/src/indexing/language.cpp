@@ -5,13 +5,22 @@
 
 #include "indexing/c_family.h"
 #include "indexing/c_macros.h"
+#include "indexing/go.h"
+#include "indexing/java_family.h"
+#include "indexing/kotlin_family.h"
 #include "indexing/python.h"
 #include "indexing/queries.h"
 
 extern "C" {
 const TSLanguage* tree_sitter_c();
 const TSLanguage* tree_sitter_cpp();
+const TSLanguage* tree_sitter_c_sharp();
+const TSLanguage* tree_sitter_go();
+const TSLanguage* tree_sitter_java();
+const TSLanguage* tree_sitter_kotlin();
 const TSLanguage* tree_sitter_python();
+const TSLanguage* tree_sitter_scala();
+const TSLanguage* tree_sitter_swift();
 }
 
 namespace velmora::host::indexing {
@@ -22,11 +31,23 @@ using Words = std::string_view[];
 constexpr Words C_EXTENSIONS = {".c", ".h"};
 constexpr Words CPP_EXTENSIONS = {".cpp", ".cc",  ".cxx", ".c++", ".C",   ".hpp", ".hh",
                                   ".hxx", ".h++", ".H",   ".ipp", ".tpp", ".tcc", ".inl"};
+constexpr Words CSHARP_EXTENSIONS = {".cs", ".csx"};
+constexpr Words GO_EXTENSIONS = {".go"};
+constexpr Words JAVA_EXTENSIONS = {".java"};
+constexpr Words KOTLIN_EXTENSIONS = {".kt", ".kts"};
 constexpr Words PYTHON_EXTENSIONS = {".py", ".pyi", ".pyw"};
+constexpr Words SCALA_EXTENSIONS = {".scala", ".sc"};
+constexpr Words SWIFT_EXTENSIONS = {".swift"};
 
 constexpr Words C_QUERIES = {queries::c};
 constexpr Words CPP_QUERIES = {queries::c, queries::cpp};
+constexpr Words CSHARP_QUERIES = {queries::csharp};
+constexpr Words GO_QUERIES = {queries::go};
+constexpr Words JAVA_QUERIES = {queries::java};
+constexpr Words KOTLIN_QUERIES = {queries::kotlin};
 constexpr Words PYTHON_QUERIES = {queries::python};
+constexpr Words SCALA_QUERIES = {queries::scala};
+constexpr Words SWIFT_QUERIES = {queries::swift};
 
 constexpr Words SLASHES = {"///", "//!", "//"};
 constexpr Words HASHES = {"#:", "#"};
@@ -52,6 +73,48 @@ const std::array LANGUAGES = {
              .prepare = blank_macros,
              .module = nullptr,
              .module_docstring = nullptr},
+    Language{.name = "csharp",
+             .extensions = CSHARP_EXTENSIONS,
+             .grammar = tree_sitter_c_sharp,
+             .queries = CSHARP_QUERIES,
+             .separator = ".",
+             .line_comments = SLASHES,
+             .describe = describe_csharp,
+             .prepare = nullptr,
+             .module = nullptr,
+             .module_docstring = nullptr,
+             .documentation = xml_text},
+    Language{.name = "go",
+             .extensions = GO_EXTENSIONS,
+             .grammar = tree_sitter_go,
+             .queries = GO_QUERIES,
+             .separator = ".",
+             .line_comments = SLASHES,
+             .describe = describe_go,
+             .prepare = nullptr,
+             .module = nullptr,
+             .module_docstring = nullptr,
+             .documentation = without_directives},
+    Language{.name = "java",
+             .extensions = JAVA_EXTENSIONS,
+             .grammar = tree_sitter_java,
+             .queries = JAVA_QUERIES,
+             .separator = ".",
+             .line_comments = SLASHES,
+             .describe = describe_java,
+             .prepare = nullptr,
+             .module = nullptr,
+             .module_docstring = nullptr},
+    Language{.name = "kotlin",
+             .extensions = KOTLIN_EXTENSIONS,
+             .grammar = tree_sitter_kotlin,
+             .queries = KOTLIN_QUERIES,
+             .separator = ".",
+             .line_comments = SLASHES,
+             .describe = describe_kotlin,
+             .prepare = blank_fun_interfaces,
+             .module = nullptr,
+             .module_docstring = nullptr},
     Language{.name = "python",
              .extensions = PYTHON_EXTENSIONS,
              .grammar = tree_sitter_python,
@@ -62,6 +125,26 @@ const std::array LANGUAGES = {
              .prepare = nullptr,
              .module = python_module,
              .module_docstring = python_docstring},
+    Language{.name = "scala",
+             .extensions = SCALA_EXTENSIONS,
+             .grammar = tree_sitter_scala,
+             .queries = SCALA_QUERIES,
+             .separator = ".",
+             .line_comments = SLASHES,
+             .describe = describe_scala,
+             .prepare = nullptr,
+             .module = nullptr,
+             .module_docstring = nullptr},
+    Language{.name = "swift",
+             .extensions = SWIFT_EXTENSIONS,
+             .grammar = tree_sitter_swift,
+             .queries = SWIFT_QUERIES,
+             .separator = ".",
+             .line_comments = SLASHES,
+             .describe = describe_swift,
+             .prepare = nullptr,
+             .module = nullptr,
+             .module_docstring = nullptr},
 };
 
 }  // namespace

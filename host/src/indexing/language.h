@@ -62,6 +62,8 @@ struct Language {
   std::string (*module)(std::string_view path);
   // The docstring of the file itself, a null node when there is none; null: there is no such thing.
   TSNode (*module_docstring)(TSNode root);
+  // The prose in the text of a comment above a definition; null: all of it.
+  std::string (*documentation)(const std::string& text) = nullptr;
 };
 
 // The language named so, or null.

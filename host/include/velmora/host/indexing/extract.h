@@ -27,7 +27,7 @@ struct ExtractOptions {
   std::chrono::microseconds timeout = std::chrono::seconds(3);
 };
 
-// The symbols of `source`, a file in `language` (one of "c", "cpp", "python") at `path` (relative
+// The symbols of `source`, a file in `language` (named as in SOURCE_LANGUAGES) at `path` (relative
 // to the repository, forward slashes), in the order in which they stand in the file. One symbol for
 // each definition; what is local to a function is left out. Nothing has an id or an embedding.
 //

@@ -1,0 +1,34 @@
+// What most languages have in common: a declaration is a name, a header behind it, and a body.
+#pragma once
+
+#include <tree_sitter/api.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "indexing/language.h"
+
+namespace velmora::host::indexing {
+
+// What `definition` says on one line from the byte `from` on, up to its body. It begins with a
+// space where it has to stand apart from what comes before.
+[[nodiscard]] std::string header(TSNode definition, std::uint32_t from, const Source& source);
+
+// The same of a constant: a value that takes much room is content, not signature.
+[[nodiscard]] std::string constant_header(TSNode definition, std::uint32_t from,
+                                          const Source& source);
+
+// Whether `word` is among what stands in `definition` before the byte `end`.
+[[nodiscard]] bool has_word_before(TSNode definition, std::uint32_t end, std::string_view word,
+                                   const Source& source);
+
+// Whether a class, or what else may have methods, encloses a definition.
+[[nodiscard]] bool in_type(std::span<const Enclosing> enclosing);
+
+// "method" in a class, "function" elsewhere.
+[[nodiscard]] std::string function_kind(std::span<const Enclosing> enclosing);
+
+}  // namespace velmora::host::indexing

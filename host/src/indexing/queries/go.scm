@@ -1,0 +1,18 @@
+; Go. A declaration of one type or constant starts at its keyword, below its comment; those of a
+; group start at their names, which the guard around the group sees to.
+
+(package_clause (package_identifier) @name) @package
+(type_declaration) @wrapper
+(const_declaration) @wrapper
+(type_declaration "(") @guard
+(const_declaration "(") @guard
+(type_spec name: (_) @name type: (struct_type)) @definition.struct
+(type_spec name: (_) @name type: (interface_type)) @definition.interface
+(type_spec name: (_) @name) @definition.type
+(type_alias name: (_) @name) @definition.type
+(type_spec type: (interface_type (method_elem name: (_) @name) @definition.method))
+(const_spec name: (identifier) @name) @definition.constant
+(function_declaration name: (_) @name) @definition.function
+(method_declaration name: (_) @name) @definition.method
+(block) @local
+(comment) @comment

@@ -1,0 +1,7 @@
+namespace Example.Time;
+
+/// Tells the time.
+public class Clock
+{
+    public long Now() => 0;
+}
