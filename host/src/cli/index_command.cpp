@@ -1,3 +1,6 @@
+#include <poll.h>
+#include <signal.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -6,15 +9,21 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include "cli/index_location.h"
 #include "cli/output.h"
+#include "indexing/folder_watch.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
+#include "velmora/host/index/writer_lock.h"
 #include "velmora/host/indexing/refresh.h"
 
 namespace velmora::host::cli {
@@ -95,24 +104,112 @@ std::string summary(const indexing::RefreshReport& report, Clock::duration time)
 struct IndexOptions {
   std::string folder = ".";
   std::uintmax_t largest_file = indexing::ScanOptions().largest_file;
+  bool no_wait = false;
+  bool watch = false;
 };
 
-void index_folder(const IndexOptions& options) {
+// The user ended the watch.
+struct Interrupted {};
+
+// The lock of an index, once whoever holds it is done. `check` is called while it waits.
+index::WriterLock take_lock(const fs::path& file, bool no_wait,
+                            const std::function<void()>& check) {
+  for (bool told = false;; told = true) {
+    std::optional<index::WriterLock> lock = index::WriterLock::try_take(file);
+    if (lock) return std::move(*lock);
+    const std::string busy = "The index is being brought up to date by " +
+                             printable(index::WriterLock::holder(file)) + ". ";
+    if (no_wait) throw std::runtime_error(busy + "Try again when it is done");
+    if (!told) std::fputs(("velmora: " + busy + "Waiting for it\n").c_str(), stderr);
+    check();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+}
+
+// Brings the index of a folder up to date. `check` is called often; what it throws ends the work.
+std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
+    const IndexOptions& options, const std::function<void()>& check) {
   const fs::path folder = options.folder;
-  const Clock::time_point start = Clock::now();
   const fs::file_status status = fs::status(folder);
   if (!fs::exists(status)) throw std::runtime_error(folder.string() + " does not exist");
   if (!fs::is_directory(status)) throw std::runtime_error(folder.string() + " is not a folder");
 
   const fs::path file = index_of_repository(folder);
   make_index_folder(file.parent_path());
-  const indexing::RefreshReport report = [&] {
-    Progress progress;
-    const auto show = [&](const indexing::RefreshProgress& now) { progress.show(now); };
-    return indexing::refresh(folder, *index::Index::open_or_create(file),
-                             {.largest_file = options.largest_file, .progress = show});
-  }();
-  write_output(summary(report, Clock::now() - start));
+  const auto lock = take_lock(file.parent_path() / "lock", options.no_wait, check);
+  const Clock::time_point start = Clock::now();
+  Progress progress;
+  const auto show = [&](const indexing::RefreshProgress& now) {
+    check();
+    progress.show(now);
+  };
+  indexing::RefreshReport report =
+      indexing::refresh(folder, *index::Index::open_or_create(file),
+                        {.largest_file = options.largest_file, .progress = show});
+  return {std::move(report), Clock::now() - start};
+}
+
+// Becomes readable when the user wants to end the program, which no longer ends by itself then.
+class EndSignals {
+ public:
+  EndSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    // Before there is any other thread, so that all of them inherit it.
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    descriptor_ = ::signalfd(-1, &signals, SFD_CLOEXEC);
+    if (descriptor_ < 0) throw std::runtime_error("Signals cannot be waited for");
+  }
+  EndSignals(const EndSignals&) = delete;
+  EndSignals& operator=(const EndSignals&) = delete;
+  ~EndSignals() { ::close(descriptor_); }
+
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+
+  // Throws Interrupted when one has come.
+  void check() const {
+    pollfd ready{descriptor_, POLLIN, 0};
+    if (::poll(&ready, 1, 0) > 0) throw Interrupted();
+  }
+
+ private:
+  int descriptor_ = -1;
+};
+
+// Brings the index up to date whenever something changes, until the user ends it.
+void watch_folder(const IndexOptions& options) {
+  constexpr auto QUIET = std::chrono::milliseconds(100);
+  constexpr auto LONGEST = std::chrono::seconds(1);
+  const EndSignals signals;
+  indexing::FolderWatch watch(options.folder, signals.descriptor());
+  bool first = true;
+  do {
+    try {
+      // Watched before they are read: what changes in between makes another round.
+      watch.watch_folders();
+      const auto [report, time] = refresh_folder(options, [&] { signals.check(); });
+      if (first || report.added + report.changed + report.removed > 0) {
+        write_output(summary(report, time));
+      }
+      if (first) write_output("Watching " + printable(options.folder) + "; Ctrl-C ends it\n");
+      first = false;
+    } catch (const Interrupted&) {
+      return;
+    } catch (const NobodyReads&) {
+      throw;
+    } catch (const std::exception& error) {
+      if (first) throw;
+      std::fputs(("velmora: " + printable(error.what()) + "\n").c_str(), stderr);
+    }
+  } while (watch.wait(QUIET, LONGEST));
+}
+
+void index_folder(const IndexOptions& options) {
+  if (options.watch) return watch_folder(options);
+  const auto [report, time] = refresh_folder(options, [] {});
+  write_output(summary(report, time));
 }
 
 }  // namespace
@@ -127,6 +224,10 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
       ->add_option("--max-file-size", options->largest_file,
                    "Leave out files that are larger; default 2097152")
       ->type_name("BYTES");
+  command->add_flag("--no-wait", options->no_wait,
+                    "Fail at once when another velmora is indexing; exit code 3");
+  command->add_flag("--watch", options->watch,
+                    "Go on: bring the index up to date whenever files change, until Ctrl-C");
   command->footer(
       "The index is DIR/.velmora/index.db. Later runs read what has changed only; an index that "
       "is\n"

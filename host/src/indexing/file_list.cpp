@@ -8,9 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <memory>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <system_error>
+
+#include "indexing/ignore_rules.h"
 
 extern char** environ;
 
@@ -73,25 +77,39 @@ std::vector<std::string> git_files(const fs::path& root) {
   return files;
 }
 
-void walk(const fs::path& root, FileList& list) {
-  std::vector<fs::path> folders = {fs::path()};  // relative to the root
-  while (!folders.empty()) {
-    const fs::path folder = std::move(folders.back());
-    folders.pop_back();
+struct Folder {
+  std::string path;                          // relative to the root
+  std::shared_ptr<const IgnoreRules> rules;  // of the folders above it
+};
+
+// Lists every file that no .gitignore leaves out; returns the folders that were walked.
+std::vector<std::string> walk(const fs::path& root, FileList& list) {
+  std::vector<std::string> folders;
+  std::vector<Folder> waiting = {{}};
+  while (!waiting.empty()) {
+    const Folder folder = std::move(waiting.back());
+    waiting.pop_back();
+    const auto rules = rules_of(root, folder.path, folder.rules);
     std::error_code error;
-    fs::directory_iterator entry(root / folder, error);
-    if (error && folder.empty()) throw fs::filesystem_error("cannot list files", root, error);
+    fs::directory_iterator entry(root / folder.path, error);
+    if (error && folder.path.empty()) throw fs::filesystem_error("cannot list files", root, error);
+    folders.push_back(folder.path);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-      const fs::path name = entry->path().filename();
+      const std::string name = entry->path().filename().string();
       std::error_code unknown;
-      if (entry->symlink_status(unknown).type() != fs::file_type::directory) {
-        list.files.push_back((folder / name).generic_string());
-      } else if (name != ".git") {
-        folders.push_back(folder / name);
+      const bool is_folder = entry->symlink_status(unknown).type() == fs::file_type::directory;
+      std::string path = folder.path.empty() ? name : folder.path + "/" + name;
+      if (is_folder && (name == ".git" || name == ".velmora")) continue;
+      if (rules && rules->ignores(path, is_folder)) continue;
+      if (is_folder) {
+        waiting.push_back({std::move(path), rules});
+      } else {
+        list.files.push_back(std::move(path));
       }
     }
-    if (error) list.skipped.push_back({folder.generic_string(), "it cannot be read", true});
+    if (error) list.skipped.push_back({folder.path, "it cannot be read", true});
   }
+  return folders;
 }
 
 bool is_own(const std::string& file) {
@@ -104,13 +122,27 @@ bool is_own(const std::string& file) {
 FileList list_files(const fs::path& root) {
   FileList list;
   list.files = git_files(root);
-  if (list.files.empty()) walk(root, list);
+  if (list.files.empty()) static_cast<void>(walk(root, list));
   std::erase_if(list.files, is_own);
   std::ranges::sort(list.files);
   // A file with merge conflicts is listed once a side.
   list.files.erase(std::unique(list.files.begin(), list.files.end()), list.files.end());
   std::ranges::sort(list.skipped, {}, &Skipped::path);
   return list;
+}
+
+std::vector<std::string> list_folders(const fs::path& root) {
+  FileList walked;
+  const std::vector<std::string> found = walk(root, walked);
+  std::set<std::string> folders(found.begin(), found.end());
+  // Git tracks files in folders that it ignores, too.
+  for (std::string& file : list_files(root).files) {
+    for (std::size_t slash = file.rfind('/'); slash != std::string::npos; slash = file.rfind('/')) {
+      file.resize(slash);
+      if (!folders.insert(file).second) break;
+    }
+  }
+  return {folders.begin(), folders.end()};
 }
 
 }  // namespace velmora::host::indexing

@@ -23,10 +23,14 @@ struct FileList {
 
 // The files under `root`. In a git work tree those that git tracks, and those it does not know and
 // does not ignore; a tracked file may be gone. Elsewhere, and where git ignores the whole of
-// `root`, every file but those in .git. The program's own folder .velmora is never listed. Links
+// `root`, every file that no .gitignore in it leaves out, but those in .git. The program's own folder .velmora is never listed. Links
 // are listed and not followed.
 //
 // Runs git and waits for it. Throws std::filesystem::filesystem_error when `root` cannot be read.
 [[nodiscard]] FileList list_files(const std::filesystem::path& root);
+
+// The folders under `root` in which a file that list_files finds stands or may come to stand,
+// relative to the root, which is "" and the first.
+[[nodiscard]] std::vector<std::string> list_folders(const std::filesystem::path& root);
 
 }  // namespace velmora::host::indexing

@@ -1,0 +1,61 @@
+#include "velmora/host/index/writer_lock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+namespace velmora::host::index {
+namespace {
+
+std::string time_of_day() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  std::array<char, 16> text{};
+  std::strftime(text.data(), text.size(), "%H:%M:%S", &local);
+  return text.data();
+}
+
+}  // namespace
+
+std::optional<WriterLock> WriterLock::try_take(const std::filesystem::path& lock) {
+  const auto fail = [&] {
+    throw std::system_error(errno, std::generic_category(), lock.string() + " cannot be locked");
+  };
+  const int descriptor = ::open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  if (descriptor < 0) fail();
+  WriterLock taken(descriptor);
+  if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) return std::nullopt;
+    fail();
+  }
+  const std::string who = "process " + std::to_string(::getpid()) + ", since " + time_of_day();
+  if (::ftruncate(descriptor, 0) != 0 ||
+      ::write(descriptor, who.data(), who.size()) != static_cast<ssize_t>(who.size())) {
+    fail();
+  }
+  return taken;
+}
+
+std::string WriterLock::holder(const std::filesystem::path& lock) {
+  std::ifstream file(lock);
+  std::string who;
+  // The holder may not have written it yet.
+  return std::getline(file, who) ? who : "another process";
+}
+
+WriterLock::WriterLock(WriterLock&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+WriterLock::~WriterLock() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+}  // namespace velmora::host::index

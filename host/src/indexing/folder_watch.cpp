@@ -1,0 +1,99 @@
+#include "indexing/folder_watch.h"
+
+#include <poll.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "velmora/host/indexing/file_list.h"
+
+namespace velmora::host::indexing {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr std::uint32_t CHANGES = IN_ATTRIB | IN_CREATE | IN_MODIFY | IN_CLOSE_WRITE | IN_DELETE |
+                                  IN_MOVED_FROM | IN_MOVED_TO | IN_ONLYDIR | IN_DONT_FOLLOW;
+
+[[noreturn]] void fail(const std::string& what) {
+  const std::string advice =
+      errno == ENOSPC || errno == EMFILE ? " (the limits are in /proc/sys/fs/inotify)" : "";
+  throw std::system_error(errno, std::generic_category(), what + " cannot be watched" + advice);
+}
+
+}  // namespace
+
+FolderWatch::FolderWatch(std::filesystem::path root, int wake)
+    : root_(std::move(root)), wake_(wake), inotify_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+  if (inotify_ < 0) fail(root_.string());
+}
+
+FolderWatch::~FolderWatch() { ::close(inotify_); }
+
+void FolderWatch::watch_folders() {
+  for (const std::string& folder : list_folders(root_)) {
+    const std::filesystem::path path = root_ / folder;
+    if (::inotify_add_watch(inotify_, path.c_str(), CHANGES) >= 0) continue;
+    // What is gone or unreadable is for the listing to report.
+    if (errno != ENOENT && errno != ENOTDIR && errno != EACCES) fail(path.string());
+  }
+}
+
+bool FolderWatch::wait(milliseconds quiet, milliseconds longest) {
+  Event event = next(milliseconds(-1));
+  const Clock::time_point end = Clock::now() + longest;
+  while (event == Event::change) {
+    const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
+    if (left <= milliseconds(0)) return true;
+    event = next(std::min(quiet, left));
+  }
+  return event != Event::wake;
+}
+
+FolderWatch::Event FolderWatch::next(milliseconds timeout) {
+  const Clock::time_point end = Clock::now() + timeout;
+  while (true) {
+    std::array<pollfd, 2> ready = {pollfd{inotify_, POLLIN, 0}, pollfd{wake_, POLLIN, 0}};
+    int left = -1;
+    if (timeout >= milliseconds(0)) {
+      const auto rest = std::chrono::ceil<milliseconds>(end - Clock::now());
+      left = static_cast<int>(std::max(rest, milliseconds(0)).count());
+    }
+    const int count = ::poll(ready.data(), ready.size(), left);
+    if (count < 0 && errno != EINTR) fail(root_.string());
+    if (count == 0) return Event::timeout;
+    if (count < 0) continue;
+    if (ready[1].revents != 0) return Event::wake;
+    if (read_changes()) return Event::change;
+  }
+}
+
+// Whether there was a change other than to the program's own folder and git's. A full queue is one:
+// what it was does not matter, the round that follows looks at everything.
+bool FolderWatch::read_changes() {
+  bool changed = false;
+  alignas(inotify_event) std::array<char, 65536> buffer;
+  while (true) {
+    const ssize_t count = ::read(inotify_, buffer.data(), buffer.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return changed;
+    for (std::size_t at = 0; at < static_cast<std::size_t>(count);) {
+      inotify_event event{};
+      std::memcpy(&event, buffer.data() + at, sizeof event);
+      const std::string_view name(event.len > 0 ? buffer.data() + at + sizeof event : "");
+      if ((event.mask & IN_IGNORED) == 0 && name != ".git" && name != ".velmora") changed = true;
+      at += sizeof event + event.len;
+    }
+  }
+}
+
+}  // namespace velmora::host::indexing

@@ -1,0 +1,180 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "support/process.h"
+#include "support/temporary_folder.h"
+#include "velmora/host/index/index.h"
+#include "velmora/host/index/writer_lock.h"
+#include "velmora/storage/sqlite.h"
+
+namespace velmora::host::cli {
+namespace {
+
+namespace fs = std::filesystem;
+using test::run_velmora;
+using test::TemporaryFolder;
+
+// The running program, whose standard output and error are read line by line.
+class Running {
+ public:
+  explicit Running(const std::vector<std::string>& arguments) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    std::vector<char*> argv = {const_cast<char*>(VELMORA_PROGRAM)};
+    for (const std::string& one : arguments) argv.push_back(const_cast<char*>(one.c_str()));
+    argv.push_back(nullptr);
+    child_ = ::fork();
+    if (child_ == 0) {
+      ::dup2(ends[1], STDOUT_FILENO);
+      ::dup2(ends[1], STDERR_FILENO);
+      ::execv(argv[0], argv.data());
+      ::_exit(127);
+    }
+    ::close(ends[1]);
+    output_ = ends[0];
+  }
+  Running(const Running&) = delete;
+  ~Running() {
+    if (child_ > 0) static_cast<void>(end(SIGKILL));
+    ::close(output_);
+  }
+
+  // Waits for a line that holds `text` and returns it; fails when the program ends before, or says
+  // nothing for half a minute.
+  std::string line_with(const std::string& text) {
+    while (true) {
+      for (std::size_t stop = 0; (stop = text_.find('\n')) != std::string::npos;) {
+        const std::string line = text_.substr(0, stop);
+        text_.erase(0, stop + 1);
+        if (line.find(text) != std::string::npos) return line;
+      }
+      char buffer[4096];
+      pollfd ready{output_, POLLIN, 0};
+      const ssize_t count = ::poll(&ready, 1, 30'000) > 0 ? ::read(output_, buffer, 4096) : -1;
+      if (count <= 0) throw std::runtime_error("no line has: " + text);
+      text_.append(buffer, static_cast<std::size_t>(count));
+    }
+  }
+
+  // Sends a signal and waits for the end; the exit code, or minus the signal that ended it.
+  int end(int signal) {
+    ::kill(child_, signal);
+    int status = 0;
+    ::waitpid(child_, &status, 0);
+    child_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+
+ private:
+  pid_t child_ = -1;
+  int output_ = -1;
+  std::string text_;
+};
+
+TEST(IndexCommand, SaysWhatChanged) {
+  const TemporaryFolder folder;
+  folder.write("a.py", "def f(): pass");
+  folder.write("b.py", "def g(): pass");
+  folder.write("c.py", "def h(): pass");
+  folder.write("binary.py", std::string(1, '\0'));
+  const std::string at = folder.path();
+  EXPECT_EQ(run_velmora({"index", at}).exit_code, 0);
+  folder.write("a.py", "def other(): pass");
+  folder.write("d.py", "");
+  fs::remove(folder.path() / "b.py");
+  const auto result = run_velmora({"index", at, "--max-file-size", "15", "--verbose"});
+  EXPECT_NE(result.output.find(": 1 added, 0 changed, 1 removed, 1 unchanged\nSkipped 2 (1: it is "
+                               "binary, 1: it is larger than 15 bytes)"),
+            std::string::npos)
+      << result.output;
+  for (const char* line : {"added d.py\n", "removed b.py\n", "skipped binary.py: it is binary\n"}) {
+    EXPECT_NE(result.errors.find(line), std::string::npos) << line << result.errors;
+  }
+  EXPECT_EQ(run_velmora({"index", at, "--max-file-size", "x"}).exit_code, 2);
+}
+
+TEST(IndexCommand, LeavesTheLastIndexWhenItIsKilled) {
+  const TemporaryFolder folder;
+  const auto write = [&](const std::string& name) {
+    for (int i = 0; i < 300; ++i) {
+      folder.write(std::to_string(1000 + i) + ".py", "def " + name + "(): pass\n");
+    }
+  };
+  const std::string at = folder.path();
+  const fs::path file = folder.path() / ".velmora" / "index.db";
+  write("first");
+  EXPECT_EQ(run_velmora({"index", at}).exit_code, 0);
+  const std::string fingerprint = index::Index::open(file)->retrieval_fingerprint().value;
+  write("later");
+  for (const char* line : {"changed 1000.py", "changed 1120.py", "changed 1298.py"}) {
+    Running program({"index", at, "--verbose"});
+    program.line_with(line);
+    EXPECT_EQ(program.end(SIGKILL), -SIGKILL);
+    storage::Database database(file, SQLITE_OPEN_READWRITE);
+    storage::Statement check = database.prepare("PRAGMA integrity_check");
+    ASSERT_TRUE(check.step());
+    EXPECT_EQ(check.column_text(0), "ok");
+    // Killed after its last word, it may have been done.
+    const bool done = index::Index::open(file)->retrieval_fingerprint().value != fingerprint;
+    const char* name = done ? "later" : "first";
+    EXPECT_EQ(run_velmora({"explore", "--repo", at, name}).exit_code, 0);
+    EXPECT_EQ(run_velmora({"explore", "--repo", at, done ? "first" : "later"}).exit_code, 1);
+  }
+  EXPECT_EQ(run_velmora({"index", at}).exit_code, 0);
+  EXPECT_EQ(run_velmora({"explore", "--repo", at, "later"}).exit_code, 0);
+}
+
+TEST(IndexCommand, WaitsForAnotherIndexer) {
+  const TemporaryFolder folder;
+  folder.write("a.py", "def f(): pass");
+  fs::create_directory(folder.path() / ".velmora");
+  const std::string at = folder.path();
+  auto lock = index::WriterLock::try_take(folder.path() / ".velmora" / "lock");
+  ASSERT_TRUE(lock);
+  const std::string who = "by process " + std::to_string(::getpid()) + ", since ";
+  const auto refused = run_velmora({"index", at, "--no-wait"});
+  EXPECT_EQ(refused.exit_code, 3);
+  EXPECT_NE(refused.errors.find(who), std::string::npos) << refused.errors;
+  Running waiting({"index", at});
+  EXPECT_NE(waiting.line_with("Waiting for it").find(who), std::string::npos);
+  lock.reset();
+  EXPECT_EQ(waiting.line_with("Indexed").find("Indexed 1 file, "), 0U);
+}
+
+TEST(IndexCommand, WatchesFilesAndNewFolders) {
+  const TemporaryFolder folder;
+  folder.write(".gitignore", "built\n");
+  folder.write("a.py", "def f(): pass");
+  const std::string at = folder.path();
+  Running watch({"index", at, "--watch"});
+  watch.line_with("Watching");
+  folder.write("a.py", "def changed_one(): pass");
+  watch.line_with(": 0 added, 1 changed, 0 removed, 0 unchanged");
+  EXPECT_EQ(run_velmora({"explore", "--repo", at, "changed_one"}).exit_code, 0);
+  folder.write("new/deep/b.py", "def g(): pass");
+  watch.line_with(": 1 added, 0 changed, 0 removed, 1 unchanged");
+  folder.write("new/deep/b.py", "def another(): pass");
+  watch.line_with(": 0 added, 1 changed, 0 removed, 1 unchanged");
+  // An error of one round does not end the watch.
+  fs::rename(folder.path() / ".velmora/lock", folder.path() / "kept");
+  fs::create_directory(folder.path() / ".velmora/lock");
+  folder.write("c.py", "");
+  watch.line_with("lock cannot be locked");
+  fs::remove(folder.path() / ".velmora/lock");
+  fs::remove_all(folder.path() / "new");
+  watch.line_with(": 1 added, 0 changed, 1 removed, 1 unchanged");
+  EXPECT_EQ(watch.end(SIGINT), 0);
+}
+
+}  // namespace
+}  // namespace velmora::host::cli
