@@ -102,7 +102,7 @@ void describe_csharp(const Found& found, std::span<const Enclosing> /*enclosing*
       }
     }
     std::erase_if(out, [&](const Declared& one) {
-      return !constant && (one.name.front() < 'A' || one.name.front() > 'Z');
+      return !constant && (one.name.empty() || one.name.front() < 'A' || one.name.front() > 'Z');
     });
     return;
   }

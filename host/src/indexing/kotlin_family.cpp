@@ -56,7 +56,7 @@ void describe_scala(const Found& found, std::span<const Enclosing> enclosing, co
                     std::vector<Declared>& out) {
   const std::string_view name = source.raw(found.name);
   if (found.kind == "constant") {
-    if (name.front() < 'A' || name.front() > 'Z') return;
+    if (name.empty() || name.front() < 'A' || name.front() > 'Z') return;
     out.push_back(declared("constant", found, source));
   } else if (found.kind == "function") {
     out.push_back(
