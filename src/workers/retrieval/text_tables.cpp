@@ -116,9 +116,9 @@ std::vector<double> weights_of(const Database& database, const std::string& expr
   Statement statement =
       database.prepare("SELECT " + expression.substr(open, expression.size() - open - 1));
   statement.step();
-  std::vector<double> weights;
+  std::vector<double> weights(static_cast<std::size_t>(columns));
   for (int column = 0; column < columns; ++column) {
-    weights.push_back(statement.column_double(column));
+    weights[static_cast<std::size_t>(column)] = statement.column_double(column);
   }
   return weights;
 }
