@@ -34,7 +34,7 @@ std::string header(TSNode definition, std::uint32_t from, const Source& source) 
     break;
   }
   std::string text = source.line(Range{from, end});
-  text.resize(text.find_last_not_of(" =:;") + 1);
+  text.resize(text.find_last_not_of(" =:;,") + 1);
   if (text.empty()) return text;
   const char before = source.text[from];
   const bool blank = before == ' ' || before == '\t' || before == '\n' || before == '\r';

@@ -49,7 +49,19 @@ using Cursor = std::unique_ptr<TSQueryCursor, Deleter<ts_query_cursor_delete>>;
 using QueryPtr = std::unique_ptr<TSQuery, Deleter<ts_query_delete>>;
 
 // What a capture's name says of a node.
-enum class Mark { definition, name, package, scope, type, wrapper, friends, guard, local, comment };
+enum class Mark {
+  definition,
+  name,
+  package,
+  scope,
+  type,
+  wrapper,
+  friends,
+  guard,
+  local,
+  attribute,
+  comment
+};
 
 struct Capture {
   Mark mark = Mark::name;
@@ -68,9 +80,10 @@ Capture read_capture(std::string_view name) {
     return {Mark::definition, std::string(name.substr(DEFINITION.size()))};
   }
   constexpr std::pair<std::string_view, Mark> MARKS[] = {
-      {"name", Mark::name},   {"package", Mark::package}, {"scope", Mark::scope},
-      {"type", Mark::type},   {"wrapper", Mark::wrapper}, {"friend", Mark::friends},
-      {"guard", Mark::guard}, {"local", Mark::local},     {"comment", Mark::comment}};
+      {"name", Mark::name},      {"package", Mark::package}, {"scope", Mark::scope},
+      {"type", Mark::type},      {"wrapper", Mark::wrapper}, {"friend", Mark::friends},
+      {"guard", Mark::guard},    {"local", Mark::local},     {"attribute", Mark::attribute},
+      {"comment", Mark::comment}};
   for (const auto& [word, mark] : MARKS) {
     if (word == name) return {mark, {}};
   }
@@ -99,11 +112,11 @@ Query compile(const Language& language) {
 
 const Query& query_of(const Language& language) {
   static std::mutex mutex;
-  static std::unordered_map<std::string_view, Query> compiled;
+  static std::unordered_map<const Language*, Query> compiled;
   const std::lock_guard lock(mutex);
-  const auto found = compiled.find(language.name);
+  const auto found = compiled.find(&language);
   if (found != compiled.end()) return found->second;
-  return compiled.emplace(language.name, compile(language)).first->second;
+  return compiled.emplace(&language, compile(language)).first->second;
 }
 
 void check_depth(std::string_view text) {
@@ -271,6 +284,8 @@ class Extraction {
       } else if (item.mark == Mark::package) {
         // What follows in the file is in this scope.
         module_ = join(module_, source_.line(item.name));
+      } else if (item.mark == Mark::attribute) {
+        attributes_.push_back(item.node);
       } else {
         open(item);
       }
@@ -333,6 +348,13 @@ class Extraction {
       start = {.row = around.start_row, .column = 0};
       start_byte = around.range.start;
     }
+    for (std::size_t i = attributes_.size(); i > 0; --i) {
+      const Range attribute = range_of(attributes_[i - 1]);
+      if (attribute.end > start_byte || !source_.line(Range{attribute.end, start_byte}).empty())
+        break;
+      start = ts_node_start_point(attributes_[i - 1]);
+      start_byte = attribute.start;
+    }
     const std::optional<std::string> above = comments_.above(start_byte);
     for (Declared& one : declared) {
       if (one.name.empty() || one.name.size() + one.qualifier.size() > LONGEST_NAME) continue;
@@ -390,10 +412,14 @@ class Extraction {
   const Comments comments_;
   std::string module_;
   std::vector<Enclosing> open_;
+  std::vector<TSNode> attributes_;  // those that stand before what they belong to, so far
   std::vector<index::Symbol> symbols_;
 };
 
-const Language& language_named(std::string_view name) {
+const Language& language_named(std::string_view name, std::string_view path = {}) {
+  // A language may have dialects, which the extension tells apart.
+  const Language* const dialect = language_of(path);
+  if (dialect != nullptr && dialect->name == name) return *dialect;
   const Language* const language = find_language(name);
   if (language == nullptr) throw std::invalid_argument("unknown language: " + std::string(name));
   return *language;
@@ -410,14 +436,19 @@ std::string_view prepare(const Language& language, std::string_view source, std:
 
 std::vector<index::Symbol> extract_symbols(std::string_view language_name, std::string_view path,
                                            std::string_view source, const ExtractOptions& options) {
-  const Language& language = language_named(language_name);
+  const Language& language = language_named(language_name, path);
   std::string storage;
   Source file{.path = path, .original = source, .text = prepare(language, source, storage)};
   const Tree tree = parse(language, file.text, options);
   const TSNode root = ts_tree_root_node(tree.get());
   std::vector<Item> items = find_items(query_of(language), root, options);
   for (const Item& item : items) {
-    if (item.mark == Mark::comment) file.comments.push_back(item.range);
+    if (item.mark == Mark::comment) {
+      // Some grammars take the line break along.
+      Range comment = item.range;
+      while (comment.end > comment.start && file.text[comment.end - 1] == '\n') --comment.end;
+      file.comments.push_back(comment);
+    }
     if (item.mark == Mark::scope) file.scopes.emplace(file.raw(item.name));
   }
   std::erase_if(items, [](const Item& item) { return item.mark == Mark::comment; });

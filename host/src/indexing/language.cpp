@@ -10,6 +10,8 @@
 #include "indexing/kotlin_family.h"
 #include "indexing/python.h"
 #include "indexing/queries.h"
+#include "indexing/rust.h"
+#include "indexing/script_family.h"
 
 extern "C" {
 const TSLanguage* tree_sitter_c();
@@ -17,10 +19,14 @@ const TSLanguage* tree_sitter_cpp();
 const TSLanguage* tree_sitter_c_sharp();
 const TSLanguage* tree_sitter_go();
 const TSLanguage* tree_sitter_java();
+const TSLanguage* tree_sitter_javascript();
 const TSLanguage* tree_sitter_kotlin();
 const TSLanguage* tree_sitter_python();
+const TSLanguage* tree_sitter_rust();
 const TSLanguage* tree_sitter_scala();
 const TSLanguage* tree_sitter_swift();
+const TSLanguage* tree_sitter_tsx();
+const TSLanguage* tree_sitter_typescript();
 }
 
 namespace velmora::host::indexing {
@@ -34,20 +40,27 @@ constexpr Words CPP_EXTENSIONS = {".cpp", ".cc",  ".cxx", ".c++", ".C",   ".hpp"
 constexpr Words CSHARP_EXTENSIONS = {".cs", ".csx"};
 constexpr Words GO_EXTENSIONS = {".go"};
 constexpr Words JAVA_EXTENSIONS = {".java"};
+constexpr Words JAVASCRIPT_EXTENSIONS = {".js", ".jsx", ".mjs", ".cjs"};
 constexpr Words KOTLIN_EXTENSIONS = {".kt", ".kts"};
 constexpr Words PYTHON_EXTENSIONS = {".py", ".pyi", ".pyw"};
+constexpr Words RUST_EXTENSIONS = {".rs"};
 constexpr Words SCALA_EXTENSIONS = {".scala", ".sc"};
 constexpr Words SWIFT_EXTENSIONS = {".swift"};
+constexpr Words TSX_EXTENSIONS = {".tsx"};
+constexpr Words TYPESCRIPT_EXTENSIONS = {".ts", ".mts", ".cts"};
 
 constexpr Words C_QUERIES = {queries::c};
 constexpr Words CPP_QUERIES = {queries::c, queries::cpp};
 constexpr Words CSHARP_QUERIES = {queries::csharp};
 constexpr Words GO_QUERIES = {queries::go};
 constexpr Words JAVA_QUERIES = {queries::java};
+constexpr Words JAVASCRIPT_QUERIES = {queries::javascript, queries::javascript_fields};
 constexpr Words KOTLIN_QUERIES = {queries::kotlin};
 constexpr Words PYTHON_QUERIES = {queries::python};
+constexpr Words RUST_QUERIES = {queries::rust};
 constexpr Words SCALA_QUERIES = {queries::scala};
 constexpr Words SWIFT_QUERIES = {queries::swift};
+constexpr Words TYPESCRIPT_QUERIES = {queries::javascript, queries::typescript};
 
 constexpr Words SLASHES = {"///", "//!", "//"};
 constexpr Words HASHES = {"#:", "#"};
@@ -105,6 +118,16 @@ const std::array LANGUAGES = {
              .prepare = nullptr,
              .module = nullptr,
              .module_docstring = nullptr},
+    Language{.name = "javascript",
+             .extensions = JAVASCRIPT_EXTENSIONS,
+             .grammar = tree_sitter_javascript,
+             .queries = JAVASCRIPT_QUERIES,
+             .separator = ".",
+             .line_comments = SLASHES,
+             .describe = describe_script,
+             .prepare = nullptr,
+             .module = nullptr,
+             .module_docstring = nullptr},
     Language{.name = "kotlin",
              .extensions = KOTLIN_EXTENSIONS,
              .grammar = tree_sitter_kotlin,
@@ -125,6 +148,16 @@ const std::array LANGUAGES = {
              .prepare = nullptr,
              .module = python_module,
              .module_docstring = python_docstring},
+    Language{.name = "rust",
+             .extensions = RUST_EXTENSIONS,
+             .grammar = tree_sitter_rust,
+             .queries = RUST_QUERIES,
+             .separator = "::",
+             .line_comments = SLASHES,
+             .describe = describe_rust,
+             .prepare = nullptr,
+             .module = rust_module,
+             .module_docstring = nullptr},
     Language{.name = "scala",
              .extensions = SCALA_EXTENSIONS,
              .grammar = tree_sitter_scala,
@@ -142,6 +175,27 @@ const std::array LANGUAGES = {
              .separator = ".",
              .line_comments = SLASHES,
              .describe = describe_swift,
+             .prepare = nullptr,
+             .module = nullptr,
+             .module_docstring = nullptr},
+    Language{.name = "typescript",
+             .extensions = TYPESCRIPT_EXTENSIONS,
+             .grammar = tree_sitter_typescript,
+             .queries = TYPESCRIPT_QUERIES,
+             .separator = ".",
+             .line_comments = SLASHES,
+             .describe = describe_script,
+             .prepare = nullptr,
+             .module = nullptr,
+             .module_docstring = nullptr},
+    // Elements may stand in it; what an assertion in angle brackets is in the other.
+    Language{.name = "typescript",
+             .extensions = TSX_EXTENSIONS,
+             .grammar = tree_sitter_tsx,
+             .queries = TYPESCRIPT_QUERIES,
+             .separator = ".",
+             .line_comments = SLASHES,
+             .describe = describe_script,
              .prepare = nullptr,
              .module = nullptr,
              .module_docstring = nullptr},

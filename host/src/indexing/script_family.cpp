@@ -1,0 +1,116 @@
+#include "indexing/script_family.h"
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "indexing/c_macros.h"
+#include "indexing/declaration.h"
+
+namespace velmora::host::indexing {
+namespace {
+
+bool is_function(TSNode value) {
+  if (ts_node_is_null(value)) return false;
+  const std::string_view type = type_of(value);
+  return type == "arrow_function" || type == "function_expression" || type == "generator_function";
+}
+
+// "<T>(item: T): Result" of a function without a name of its own.
+std::string function_signature(TSNode function, const Source& source) {
+  if (const TSNode only = field(function, "parameter"); !ts_node_is_null(only)) {
+    return '(' + source.line(only) + ')';
+  }
+  const TSNode parameters = field(function, "parameters");
+  if (ts_node_is_null(parameters)) return {};
+  const TSNode types = field(function, "type_parameters");
+  const TSNode result = field(function, "return_type");
+  return source.line(Range{ts_node_start_byte(ts_node_is_null(types) ? parameters : types),
+                           ts_node_end_byte(ts_node_is_null(result) ? parameters : result)});
+}
+
+// Whether the statement that declares a variable is exported, and whether it says "const".
+struct Statement {
+  bool exported = false;
+  bool constant = false;
+};
+
+Statement statement_around(std::span<const Enclosing> enclosing, const Source& source) {
+  Statement statement;
+  for (std::size_t i = enclosing.size(); i > 0; --i) {
+    const Enclosing& around = enclosing[i - 1];
+    if (around.role != Enclosing::Role::wrapper) break;
+    const std::string_view text = source.text.substr(around.range.start);
+    if (text.starts_with("const")) statement.constant = true;
+    if (text.starts_with("export") || text.starts_with("declare")) statement.exported = true;
+  }
+  return statement;
+}
+
+void describe_variable(const Found& found, std::span<const Enclosing> enclosing,
+                       const Source& source, std::vector<Declared>& out) {
+  const TSNode value = field(found.node, "value");
+  Declared declared{.name = source.line(found.name)};
+  if (is_function(value)) {
+    declared.kind = "function";
+    declared.signature = function_signature(value, source);
+  } else if (!ts_node_is_null(value) && type_of(value) == "class") {
+    const TSNode own = field(value, "name");
+    const std::uint32_t keyword = ts_node_start_byte(value) + std::uint32_t{sizeof("class") - 1};
+    declared.kind = "class";
+    declared.signature =
+        header(value, ts_node_is_null(own) ? keyword : ts_node_end_byte(own), source);
+  } else {
+    const Statement statement = statement_around(enclosing, source);
+    const bool counts = statement.constant && statement.exported;
+    if (!counts && !is_macro_name(declared.name)) return;
+    declared.kind = "constant";
+    declared.signature = constant_header(found.node, ts_node_end_byte(found.name), source);
+  }
+  out.push_back(std::move(declared));
+}
+
+// "exports.name = ...", "Type.prototype.name = ..."
+void describe_assigned(const Found& found, const Source& source, std::vector<Declared>& out) {
+  const TSNode property = field(found.name, "property");
+  const TSNode object = field(found.name, "object");
+  if (ts_node_is_null(property) || ts_node_is_null(object)) return;
+  Declared declared{.kind = "function",
+                    .qualifier = source.line(object),
+                    .name = source.line(property),
+                    .signature = function_signature(field(found.node, "right"), source)};
+  constexpr std::string_view PROTOTYPE = ".prototype";
+  if (declared.qualifier.ends_with(PROTOTYPE)) {
+    declared.qualifier.resize(declared.qualifier.size() - PROTOTYPE.size());
+    declared.kind = "method";
+  } else if (declared.qualifier == "exports" || declared.qualifier == "module.exports") {
+    declared.qualifier.clear();
+  }
+  if (declared.name != "exports") out.push_back(std::move(declared));
+}
+
+}  // namespace
+
+void describe_script(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
+                     std::vector<Declared>& out) {
+  if (found.kind == "variable") {
+    describe_variable(found, enclosing, source, out);
+    return;
+  }
+  if (found.kind == "assigned") {
+    describe_assigned(found, source, out);
+    return;
+  }
+  Declared declared{.kind = std::string(found.kind), .name = source.line(found.name)};
+  // The methods of a class without a name.
+  if (declared.kind == "method" && !in_type(enclosing)) return;
+  if (declared.kind == "method" && declared.name == "constructor") declared.kind = "constructor";
+  // "name = (event) => {}" in a class and "name: (event) => {}" in an object.
+  const TSNode value = field(found.node, "value");
+  declared.signature = is_function(value)
+                           ? function_signature(value, source)
+                           : header(found.node, ts_node_end_byte(found.name), source);
+  out.push_back(std::move(declared));
+}
+
+}  // namespace velmora::host::indexing
