@@ -1,0 +1,64 @@
+// velmora_benchmarks [--sizes N,N,...] [--index FILE] [options of Google Benchmark]
+#include <benchmark/benchmark.h>
+#include <xapian.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "benchmarks.h"
+
+namespace {
+
+using namespace velmora::bench;
+
+constexpr std::size_t THREADS_AT = 10'000;
+
+void add(const std::string& name, void (*run)(benchmark::State&, const SubjectName&),
+         const SubjectName& on) {
+  const std::string suffix = on.generated() ? std::to_string(on.symbols) : "real";
+  benchmark::RegisterBenchmark((name + "/" + suffix).c_str(),
+                               [run, on](benchmark::State& state) { run(state, on); })
+      ->Iterations(1)
+      ->Unit(benchmark::kMillisecond);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+  benchmark::Initialize(&argc, argv);
+  CLI::App app("Benchmarks of the retriever; takes the options of Google Benchmark, too.",
+               "velmora_benchmarks");
+  std::vector<std::size_t> sizes = {1'000, 10'000, 100'000};
+  std::string index;
+  app.add_option("--sizes", sizes, "Sizes of the generated corpora, in symbols")
+      ->delimiter(',')
+      ->check(CLI::PositiveNumber);
+  app.add_option("--index", index, "An index file, for a real corpus")->check(CLI::ExistingFile);
+  CLI11_PARSE(app, argc, argv);
+
+  std::vector<SubjectName> subjects;
+  for (const std::size_t symbols : sizes) subjects.push_back({symbols});
+  if (!index.empty()) subjects.push_back({.index = index});
+  for (const SubjectName& on : subjects) {
+    add("text_query", text_query, on);
+    add("retrieve", retrieve, on);
+    add("corpus_build", corpus_build, on);
+    add("memory", memory, on);
+    if (on.symbols == THREADS_AT) add("threads", threads, on);
+  }
+  benchmark::AddCustomContext("compiler", VELMORA_COMPILER);
+  benchmark::AddCustomContext("build_type", VELMORA_BUILD_TYPE);
+  benchmark::AddCustomContext("sqlite", sqlite3_libversion());
+  benchmark::AddCustomContext("xapian", Xapian::version_string());
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "velmora_benchmarks: %s\n", error.what());
+  return 1;
+} catch (const Xapian::Error& error) {
+  std::fprintf(stderr, "velmora_benchmarks: %s\n", error.get_description().c_str());
+  return 1;
+}

@@ -1,0 +1,77 @@
+// What a question costs from end to end, limit 10 and no embeddings, and each channel by itself;
+// beside them, at the same moment, the two full-text queries that it stands on.
+#include "benchmarks.h"
+#include "measure.h"
+#include "workers/retrieval/exact_channel.h"
+#include "workers/retrieval/text_channels.h"
+
+namespace velmora::bench {
+namespace {
+
+using namespace workers::retrieval;
+using internal::Admission;
+using internal::Corpus;
+using internal::Matching;
+
+void walk(const Corpus& corpus, std::string_view table, std::span<const std::string> terms,
+          std::size_t rows) {
+  for (const std::int64_t row : Matching(*corpus.fts, corpus.fts_lock, table, terms)) {
+    benchmark::DoNotOptimize(row);
+    if (--rows == 0) break;
+  }
+}
+
+}  // namespace
+
+void retrieve(benchmark::State& state, const SubjectName& name) {
+  const Subject& on = subject(name);
+  const Corpus& corpus = *on.corpus;
+  HybridRetriever retriever(on.repository);
+  const RetrievalSettings settings;
+
+  Sample whole, queries, exact, lexical, file, fusion;
+  const auto ask = [&](const Question& question) {
+    whole.add(milliseconds([&] { benchmark::DoNotOptimize(retriever.retrieve(question.text)); }));
+    queries.add(milliseconds([&] {
+      walk(corpus, internal::SYMBOL_TABLE, question.terms,
+           static_cast<std::size_t>(settings.depth));
+      walk(corpus, internal::FILE_TABLE, question.terms,
+           static_cast<std::size_t>(settings.best_files));
+    }));
+    const Admission admit(on.corpus, is_test_query(question.terms), std::nullopt);
+    internal::ExactNames names;
+    Ranks by_name;
+    internal::Channel by_text, by_file;
+    exact.add(milliseconds([&] {
+      names = internal::exact_names(corpus, question.text, admit, settings.depth);
+      by_name = ranks_in_order(names.ids);
+    }));
+    lexical.add(milliseconds([&] {
+      by_text = internal::lexical_channel(corpus, question.terms, admit, settings.depth);
+    }));
+    file.add(milliseconds([&] {
+      by_file = internal::file_channel(corpus, question.terms, admit, settings.best_files);
+    }));
+    fusion.add(milliseconds([&] {
+      benchmark::DoNotOptimize(reciprocal_rank_fusion(
+          {{EXACT, by_name}, {LEXICAL, by_text.ranks}, {FILE, by_file.ranks}}, settings.rrf_k));
+    }));
+  };
+
+  for (const Question& question : on.questions) ask(question);
+  whole = queries = exact = lexical = file = fusion = {};
+  const int rounds = on.rows->size() > 20'000 ? 2 : 5;
+  for (auto _ : state) {
+    for (int round = 0; round < rounds; ++round) {
+      for (const Question& question : on.questions) ask(question);
+    }
+  }
+  whole.report(state, "retrieve");
+  queries.report(state, "queries");
+  exact.report(state, "exact");
+  lexical.report(state, "lexical");
+  file.report(state, "file");
+  fusion.report(state, "fusion");
+}
+
+}  // namespace velmora::bench

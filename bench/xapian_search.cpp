@@ -1,0 +1,53 @@
+#include "xapian_search.h"
+
+#include <vector>
+
+#include "velmora/workers/retrieval.h"
+#include "word_tables.h"
+#include "workers/retrieval/bm25.h"
+
+namespace velmora::bench {
+
+using workers::retrieval::internal::CorpusText;
+using workers::retrieval::internal::IndexText;
+using workers::retrieval::internal::SymbolText;
+using workers::retrieval::internal::WordId;
+
+XapianSearch::XapianSearch(const CorpusText& text)
+    : stem_("porter"), database_("", Xapian::DB_BACKEND_INMEMORY) {
+  std::vector<std::string> stems;
+  for (WordId word = 0; word < text.vocabulary.size(); ++word) {
+    stems.push_back(stem_(std::string(text.vocabulary.word(word))));
+  }
+  const workers::retrieval::LexicalWeights weights;
+  for (const SymbolText& symbol : text.symbols) {
+    Xapian::Document document;
+    const auto add = [&](const IndexText& field, double weight) {
+      for (const WordId word : field.words) {
+        document.add_term(stems[word], static_cast<Xapian::termcount>(weight));
+      }
+    };
+    add(symbol.name, weights.name);
+    add(symbol.signature, weights.signature);
+    add(symbol.path, weights.path);
+    add(symbol.docstring, weights.docstring);
+    database_.add_document(document);
+  }
+  database_.commit();
+}
+
+std::size_t XapianSearch::ask(std::span<const std::string> terms) {
+  using workers::retrieval::internal::BM25_B;
+  using workers::retrieval::internal::BM25_K1;
+  std::vector<std::string> stems;
+  for (const std::string& term : terms) stems.push_back(stem_(term));
+  Xapian::Enquire enquire(database_);
+  enquire.set_weighting_scheme(Xapian::BM25Weight(BM25_K1, 0, 1, BM25_B, 0));
+  enquire.set_query(Xapian::Query(Xapian::Query::OP_OR, stems.begin(), stems.end()));
+  std::size_t rows = 0;
+  const Xapian::MSet best = enquire.get_mset(0, FIRST_ROWS);
+  for (auto row = best.begin(); row != best.end(); ++row) rows += *row != 0;
+  return rows;
+}
+
+}  // namespace velmora::bench

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs the benchmarks, and writes what they measured into
+# docs/benchmarks.md and docs/benchmarks.svg.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+sizes=1000,10000,100000
+case "${1:-}" in
+  "") sizes+=,1000000 ;;
+  quick) ;;
+  -h | --help)
+    echo "usage: scripts/bench.sh [quick]"
+    echo "Takes an hour or so and 8 GB of memory; quick leaves out the million symbols and takes ten"
+    echo "minutes. For figures to compare, leave the machine alone meanwhile."
+    exit 0 ;;
+  *)
+    echo "bench.sh: unknown argument '$1' (see --help)" >&2
+    exit 2 ;;
+esac
+
+scripts/install.sh bench
+scripts/grammars.sh
+echo "Building" >&2
+log=build/bench.log
+(cmake --preset bench && cmake --build build/bench --target velmora velmora_benchmarks) \
+  >"$log" 2>&1 || {
+  tail -n 40 "$log" >&2
+  echo "bench.sh: the build failed; the whole of it is in $log" >&2
+  exit 1
+}
+
+# The real corpus: Python's standard library, without what is installed beside it.
+tree=$(mktemp -d)
+trap 'rm -rf "$tree"' EXIT
+library=$(python3 -c 'import sysconfig; print(sysconfig.get_paths()["stdlib"])')
+(cd "$library" && find . -name '*-packages' -prune -o -name '*.py' -print0 |
+  tar --null -T - -cf -) | tar -xf - -C "$tree"
+build/bench/velmora index "$tree"
+
+results=build/bench/benchmarks.json
+build/bench/bench/velmora_benchmarks --sizes "$sizes" --index "$tree/.velmora/index.db" \
+  --benchmark_out="$results" --benchmark_out_format=json
+scripts/bench_report.py "$results" docs
