@@ -232,7 +232,8 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
       "The index is DIR/.velmora/index.db. Later runs read what has changed only; an index that "
       "is\n"
       "being brought up to date answers from its last state until it is done.\n"
-      "In a git work tree the files that git does not ignore are read. Languages: C, C++, Python.");
+      "In a git work tree the files that git does not ignore are read. Languages: C, "
+      "C++, C#, Go, Java, JavaScript, Kotlin, Python, Rust, Scala, Swift, TypeScript.");
   command->callback([options, &exit_code] {
     index_folder(*options);
     exit_code = ExitCode::answered;

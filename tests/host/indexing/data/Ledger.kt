@@ -58,7 +58,7 @@ abstract class Ledger<T : Entry>(
         const val VERSION = 3
 
         @JvmStatic
-        fun open(path: String): Ledger<Entry> = TODO()
+        fun open(path: String): Ledger<Entry> = Ledger()
     }
 
     inner class Page {
