@@ -360,7 +360,7 @@ class Extraction {
       if (one.name.empty() || one.name.size() + one.qualifier.size() > LONGEST_NAME) continue;
       index::Symbol symbol = place(start, item.node);
       name(one, symbol);
-      symbol.docstring = one.docstring ? std::move(one.docstring) : above;
+      symbol.docstring = one.docstring ? one.docstring : above;
       symbols_.push_back(std::move(symbol));
     }
     if (std::ranges::find(SCOPED_KINDS, kind) != std::end(SCOPED_KINDS)) {

@@ -26,6 +26,7 @@ namespace fs = std::filesystem;
 // What git prints to standard output; nothing when it cannot be run or fails.
 std::optional<std::string> run_git(std::vector<std::string> arguments) {
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
 

@@ -19,7 +19,7 @@ namespace velmora::host::indexing {
 
 struct ScanOptions {
   // Larger files are generated or data; in bytes.
-  std::uintmax_t largest_file = 2 * 1024 * 1024;
+  std::uintmax_t largest_file = std::uintmax_t{2} * 1024 * 1024;
   // Threads that read and parse; 0: one for each processor.
   unsigned threads = 0;
   // What an earlier scan found, by path: what has not changed since is not read again. Lives as
