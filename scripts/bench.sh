@@ -10,8 +10,8 @@ case "${1:-}" in
   quick) ;;
   -h | --help)
     echo "usage: scripts/bench.sh [quick]"
-    echo "Takes an hour or so and 8 GB of memory; quick leaves out the million symbols and takes ten"
-    echo "minutes. For figures to compare, leave the machine alone meanwhile."
+    echo "Takes about 25 minutes and 8 GB of memory; quick leaves out the million symbols and takes"
+    echo "seven minutes. For figures to compare, leave the machine alone meanwhile."
     exit 0 ;;
   *)
     echo "bench.sh: unknown argument '$1' (see --help)" >&2

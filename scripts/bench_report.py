@@ -177,7 +177,8 @@ def build_section(results):
     return ("## Corpus build\n\nMilliseconds, medians of three runs (one at a million symbols). The "
             "bare fill puts ready-made words into the same two tables. The ratio is that of the "
             "build without reading the index to the bare fill; the parts were measured each by "
-            "itself.\n\n"
+            "itself, and the rest is what they leave of the build: a few percent either way are "
+            "noise.\n\n"
             + table(("Symbols", "Build", "Read", "Split", "Count", "Fill", "Rest", "Bare fill",
                      "Ratio"), rows))
 
