@@ -231,7 +231,7 @@ def page(results):
 
 # --- The picture ------------------------------------------------------------------------------
 
-WIDTH, HEIGHT = 760, 440
+WIDTH, HEIGHT = 800, 440
 LEFT, RIGHT, TOP, BOTTOM = 80, 600, 30, 380
 
 
