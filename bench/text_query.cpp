@@ -56,7 +56,8 @@ void text_query(benchmark::State& state, const SubjectName& name) {
   Sample ours, stocks, floors, xapians;
   for (auto _ : state) {
     for (int round = 0; round < rounds; ++round) {
-      for (const auto& [text, terms] : on.questions) {
+      for (const Question& question : on.questions) {
+        const std::vector<std::string>& terms = question.terms;
         ours.add(milliseconds([&] { benchmark::DoNotOptimize(first_rows(corpus, terms)); }));
         stocks.add(milliseconds([&] { benchmark::DoNotOptimize(stock.first_rows(terms)); }));
         floors.add(milliseconds([&] { benchmark::DoNotOptimize(floor.first_rows(terms)); }));
