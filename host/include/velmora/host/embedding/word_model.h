@@ -102,9 +102,6 @@ class WordModel {
   struct File;
   explicit WordModel(std::unique_ptr<const File> file);
 
-  // Adds `weight` times the vector of `word`, if it has one.
-  void add(std::string_view word, float weight, std::span<float> sum) const;
-
   const std::unique_ptr<const File> file_;
   const std::string name_;
   const std::size_t dimensions_;
