@@ -119,7 +119,7 @@ void Index::update(const std::function<void(Update&)>& change) {
     Update update(database);
     change(update);
     update.finish();
-    return update.changed_symbols();
+    return update.changed();
   });
 }
 

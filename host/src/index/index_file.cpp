@@ -17,7 +17,7 @@ using storage::Database;
 using storage::DatabaseError;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 2;
+constexpr std::int64_t FORMAT = 3;
 
 constexpr const char* TABLES = R"sql(
 CREATE TABLE meta(
@@ -51,7 +51,13 @@ CREATE TABLE symbols(
   docstring TEXT
 );
 CREATE INDEX symbols_by_file ON symbols(file);
-CREATE TABLE models(id INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE);
+CREATE TABLE models(
+  id INTEGER PRIMARY KEY,
+  name TEXT NOT NULL UNIQUE,
+  built_in INTEGER NOT NULL DEFAULT 0,  -- whether it is the program's own; at most one is
+  -- Symbols of smaller ids had their turn to be embedded; the default is the smallest id.
+  embedded_to INTEGER NOT NULL DEFAULT (-9223372036854775807 - 1)
+);
 CREATE TABLE embeddings(
   model INTEGER NOT NULL,
   symbol INTEGER NOT NULL,

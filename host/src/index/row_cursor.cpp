@@ -15,18 +15,26 @@ std::string parameters(std::size_t count) {
 
 }  // namespace
 
+storage::SymbolRow symbol_row(const storage::Statement& select) {
+  return {.id = select.column_int64(0),
+          .fqn = select.column_text(1),
+          .name = select.column_text(2),
+          .kind = select.column_text(3),
+          .path = select.column_text(4),
+          .start_line = select.column_int64(5),
+          .end_line = select.column_int64(6),
+          .signature = select.column_optional_text(7),
+          .docstring = select.column_optional_text(8)};
+}
+
 RowCursor::RowCursor(ReaderPool::Lease reader, std::span<const std::string_view> languages,
                      std::span<const std::string_view> kinds)
     : reader_(std::move(reader)) {
-  // A cross join keeps the symbols as the outer loop, so that their order needs no sort.
-  select_ = reader_->database.prepare(
-      "SELECT s.id, s.fqn, s.name, s.kind, f.path, s.start_line, s.end_line, s.signature,"
-      " s.docstring FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file"
-      " WHERE s.language IN (" +
-      parameters(languages.size()) +
-      ")"
-      " AND s.kind IN (" +
-      parameters(kinds.size()) + ") ORDER BY s.id");
+  select_ = reader_->database.prepare(std::string(SELECT_SYMBOL_ROWS) + " WHERE s.language IN (" +
+                                      parameters(languages.size()) +
+                                      ")"
+                                      " AND s.kind IN (" +
+                                      parameters(kinds.size()) + ") ORDER BY s.id");
   int parameter = 0;
   for (const std::string_view language : languages) select_.bind(++parameter, language);
   for (const std::string_view kind : kinds) select_.bind(++parameter, kind);
@@ -34,15 +42,7 @@ RowCursor::RowCursor(ReaderPool::Lease reader, std::span<const std::string_view>
 
 const storage::SymbolRow* RowCursor::next() {
   if (!select_.step()) return nullptr;
-  row_ = {.id = select_.column_int64(0),
-          .fqn = select_.column_text(1),
-          .name = select_.column_text(2),
-          .kind = select_.column_text(3),
-          .path = select_.column_text(4),
-          .start_line = select_.column_int64(5),
-          .end_line = select_.column_int64(6),
-          .signature = select_.column_optional_text(7),
-          .docstring = select_.column_optional_text(8)};
+  row_ = symbol_row(select_);
   return &row_;
 }
 

@@ -9,6 +9,15 @@
 
 namespace velmora::host::index {
 
+// Selects what `symbol_row` reads, from symbols s and files f. A cross join keeps the symbols as
+// the outer loop, so that their order by id needs no sort.
+inline constexpr std::string_view SELECT_SYMBOL_ROWS =
+    "SELECT s.id, s.fqn, s.name, s.kind, f.path, s.start_line, s.end_line, s.signature,"
+    " s.docstring FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file";
+
+// The row at which `select` stands; its texts live until the statement's next step.
+[[nodiscard]] storage::SymbolRow symbol_row(const storage::Statement& select);
+
 // Streams the symbols of some languages and kinds by ascending id. Its open statement is the read
 // transaction that keeps all rows of one state.
 class RowCursor final : public storage::SymbolCursor {

@@ -45,7 +45,7 @@ std::int64_t SymbolWriter::file_id(const std::string& path) {
 }
 
 std::int64_t SymbolWriter::model_id(const std::string& name) {
-  return numbered(models_, name, database_, "INSERT INTO models VALUES(?, ?)");
+  return numbered(models_, name, database_, "INSERT INTO models(id, name) VALUES(?, ?)");
 }
 
 void SymbolWriter::add(const Symbol& symbol) {

@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "index/row_cursor.h"
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::index {
@@ -19,16 +20,16 @@ using storage::Statement;
 using Files = std::unordered_map<std::string, FileRecord>;
 
 // What tells one symbol of a file from the others.
-using Key =
-    std::tuple<std::string, std::string, std::optional<std::string>, std::optional<std::string>>;
+using Key = std::tuple<std::string, std::string, std::string, std::optional<std::string>,
+                       std::optional<std::string>>;
 
 // A stored symbol, and the parts of it that may change under its id.
 struct Stored {
   SymbolId id = 0;
-  std::tuple<std::string, std::string, std::int64_t, std::int64_t> rest;
+  std::tuple<std::string, std::int64_t, std::int64_t> rest;
 
   static auto rest_of(const Symbol& symbol) {
-    return std::tuple(symbol.name, symbol.language, symbol.start_line, symbol.end_line);
+    return std::tuple(symbol.language, symbol.start_line, symbol.end_line);
   }
 };
 
@@ -78,8 +79,7 @@ class Update::Impl {
         insert_symbol_(
             database.prepare("INSERT INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
         update_symbol_(database.prepare(
-            "UPDATE symbols SET name = ?, language = ?, start_line = ?, end_line = ?"
-            " WHERE id = ?")),
+            "UPDATE symbols SET language = ?, start_line = ?, end_line = ? WHERE id = ?")),
         delete_symbol_(database.prepare("DELETE FROM symbols WHERE id = ?")),
         delete_embeddings_(database.prepare(
             "DELETE FROM embeddings WHERE model IN (SELECT id FROM models) AND symbol = ?")) {
@@ -115,7 +115,7 @@ class Update::Impl {
     if (files_.contains(file.path)) before = stored_symbols(file_number);
     std::map<Key, std::size_t> taken;
     for (const Symbol& symbol : symbols) {
-      Key key(symbol.kind, symbol.fqn, symbol.signature, symbol.docstring);
+      Key key(symbol.kind, symbol.fqn, symbol.name, symbol.signature, symbol.docstring);
       const auto equals = before.find(key);
       std::size_t& place = taken[std::move(key)];
       if (equals == before.end() || place == equals->second.size()) {
@@ -141,8 +141,37 @@ class Update::Impl {
     delete_file_.bind(1, file_number).run();
   }
 
+  std::int64_t embed(std::string_view name, std::size_t dimensions, const VectorOf& vector_of) {
+    const auto [model, embedded_to] = own_model(name);
+    Statement select = database_.prepare(std::string(SELECT_SYMBOL_ROWS) +
+                                         " WHERE s.id >= ?2 AND NOT EXISTS (SELECT 1 FROM "
+                                         "embeddings AS e WHERE e.model = ?1 AND e.symbol = s.id)"
+                                         " ORDER BY s.id");
+    Statement insert = database_.prepare("INSERT INTO embeddings VALUES(?, ?, ?)");
+    select.bind(1, model).bind(2, embedded_to);
+    std::vector<float> vector(dimensions);
+    std::int64_t stored = 0;
+    while (select.step()) {
+      const storage::SymbolRow symbol = symbol_row(select);
+      if (!vector_of(symbol, vector)) continue;
+      insert.bind(1, model)
+          .bind(2, symbol.id)
+          .bind_blob(3, std::as_bytes(std::span(std::as_const(vector))))
+          .run();
+      ++stored;
+    }
+    if (stored > 0) changed_ = true;
+    if (embedded_to != largest_id_) {
+      database_.prepare("UPDATE models SET embedded_to = ? WHERE id = ?")
+          .bind(1, largest_id_)
+          .bind(2, model)
+          .run();
+    }
+    return stored;
+  }
+
   std::int64_t symbol_count() const { return number("SELECT count(*) FROM symbols"); }
-  bool changed_symbols() const { return changed_symbols_; }
+  bool changed() const { return changed_; }
 
   void finish() {
     if (gave_ids_) database_.prepare("UPDATE meta SET largest_id = ?").bind(1, largest_id_).run();
@@ -162,17 +191,38 @@ class Update::Impl {
     return id;
   }
 
+  // The row of the program's own model, which takes the place of any other, and where it is.
+  std::pair<std::int64_t, SymbolId> own_model(std::string_view name) {
+    Statement others = database_.prepare("SELECT id FROM models WHERE built_in AND name <> ?");
+    others.bind(1, name);
+    while (others.step()) {
+      const std::int64_t other = others.column_int64(0);
+      changed_ = true;
+      database_.prepare("DELETE FROM embeddings WHERE model = ?").bind(1, other).run();
+      database_.prepare("DELETE FROM models WHERE id = ?").bind(1, other).run();
+    }
+    database_
+        .prepare(
+            "INSERT INTO models(name, built_in) VALUES(?, 1)"
+            " ON CONFLICT(name) DO UPDATE SET built_in = 1 WHERE NOT built_in")
+        .bind(1, name)
+        .run();
+    Statement select = database_.prepare("SELECT id, embedded_to FROM models WHERE name = ?");
+    select.bind(1, name);
+    select.step();
+    return {select.column_int64(0), select.column_int64(1)};
+  }
+
   // The symbols of a file, equal ones in the order in which they stand in it.
   std::map<Key, std::vector<Stored>> stored_symbols(std::int64_t file) {
     std::map<Key, std::vector<Stored>> stored;
     select_symbols_.bind(1, file);
     while (select_symbols_.step()) {
       const Statement& row = select_symbols_;
-      Key key(column(row, 3), column(row, 1), owned(row.column_optional_text(7)),
+      Key key(column(row, 3), column(row, 1), column(row, 2), owned(row.column_optional_text(7)),
               owned(row.column_optional_text(8)));
       stored[std::move(key)].push_back(
-          Stored{row.column_int64(0),
-                 {column(row, 2), column(row, 4), row.column_int64(5), row.column_int64(6)}});
+          Stored{row.column_int64(0), {column(row, 4), row.column_int64(5), row.column_int64(6)}});
     }
     select_symbols_.reset();
     return stored;
@@ -182,7 +232,7 @@ class Update::Impl {
     if (largest_id_ == std::numeric_limits<SymbolId>::max()) {
       throw std::runtime_error("The index has no ids left. Remove it and make it anew");
     }
-    changed_symbols_ = gave_ids_ = true;
+    changed_ = gave_ids_ = true;
     insert_symbol_.bind(1, ++largest_id_)
         .bind(2, file)
         .bind(3, symbol.fqn)
@@ -197,17 +247,16 @@ class Update::Impl {
   }
 
   void change(SymbolId id, const Symbol& symbol) {
-    changed_symbols_ = true;
-    update_symbol_.bind(1, symbol.name)
-        .bind(2, symbol.language)
-        .bind(3, symbol.start_line)
-        .bind(4, symbol.end_line)
-        .bind(5, id)
+    changed_ = true;
+    update_symbol_.bind(1, symbol.language)
+        .bind(2, symbol.start_line)
+        .bind(3, symbol.end_line)
+        .bind(4, id)
         .run();
   }
 
   void erase(SymbolId id) {
-    changed_symbols_ = true;
+    changed_ = true;
     delete_symbol_.bind(1, id).run();
     delete_embeddings_.bind(1, id).run();
   }
@@ -224,7 +273,7 @@ class Update::Impl {
   Statement delete_embeddings_;
   SymbolId largest_id_ = 0;
   bool gave_ids_ = false;
-  bool changed_symbols_ = false;
+  bool changed_ = false;
 };
 
 Update::Update(storage::Database& database) : impl_(std::make_unique<Impl>(database)) {}
@@ -238,8 +287,12 @@ void Update::put(const FileRecord& file, const std::vector<Symbol>& symbols) {
 }
 void Update::note(const FileRecord& file) { impl_->note(file); }
 void Update::remove(const std::string& path) { impl_->remove(path); }
+std::int64_t Update::embed(std::string_view model, std::size_t dimensions,
+                           const VectorOf& vector_of) {
+  return impl_->embed(model, dimensions, vector_of);
+}
 std::int64_t Update::symbol_count() const { return impl_->symbol_count(); }
-bool Update::changed_symbols() const { return impl_->changed_symbols(); }
+bool Update::changed() const { return impl_->changed(); }
 void Update::finish() { impl_->finish(); }
 
 }  // namespace velmora::host::index

@@ -2,8 +2,11 @@
 // its transaction, and one thread uses it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -11,6 +14,7 @@
 
 #include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
+#include "velmora/storage/repository_retrieval.h"
 
 namespace velmora::storage {
 class Database;
@@ -31,9 +35,9 @@ class Update {
   void set_extraction(std::string_view version);
 
   // Stores a file; `symbols` become all that it holds. One that the file held before (the same
-  // kind, fqn, signature and docstring; among equals by their order) keeps its id and embeddings,
-  // its lines may differ. Others get ids that no symbol had before. The symbols have the file's
-  // path; their ids and embeddings are not looked at.
+  // kind, fqn, name, signature and docstring; among equals by their order) keeps its id and
+  // embeddings, its lines may differ. Others get ids that no symbol had before. The symbols have
+  // the file's path; their ids and embeddings are not looked at.
   void put(const FileRecord& file, const std::vector<Symbol>& symbols);
 
   // Stores what is known of a file whose symbols stay as they are. REQUIRES: the index has it.
@@ -42,10 +46,18 @@ class Update {
   // Removes a file and its symbols. REQUIRES: the index has it.
   void remove(const std::string& path);
 
+  // Writes the vector of a symbol; false when it has none. All zero is no vector.
+  using VectorOf = std::function<bool(const storage::SymbolRow& symbol, std::span<float> vector)>;
+
+  // Embeds with the program's own model what did not have its turn with it yet, by ascending id,
+  // and drops the vectors of another one that was the program's own before. The rows live for the
+  // call. Returns how many vectors were stored. To be called after the files are stored.
+  std::int64_t embed(std::string_view model, std::size_t dimensions, const VectorOf& vector_of);
+
   [[nodiscard]] std::int64_t symbol_count() const;
 
-  // Whether a symbol was added, removed or changed.
-  [[nodiscard]] bool changed_symbols() const;
+  // Whether a symbol or a vector was added, removed or changed.
+  [[nodiscard]] bool changed() const;
 
   // Writes down the ids given; the last call.
   void finish();
