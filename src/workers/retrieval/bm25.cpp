@@ -1,7 +1,9 @@
 #include "workers/retrieval/bm25.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <limits>
 
 namespace velmora::workers::retrieval::internal {
 namespace {
@@ -11,7 +13,9 @@ void bm25(const Fts5ExtensionApi* api, Fts5Context* fts, sqlite3_context* result
   auto& active = *static_cast<Bm25Query*>(api->xUserData(fts));
   const std::optional<double> score = active.score(api->xRowid(fts));
   if (!score) return sqlite3_result_error(result, "bm25 was asked about an unknown row", -1);
-  sqlite3_result_double(result, *score);
+  // No number, as infinite weights make it, is null to SQLite.
+  if (std::isnan(*score)) return sqlite3_result_null(result);
+  sqlite3_result_int64(result, order_key(*score));
 }
 
 double inverse_document_frequency(std::size_t rows, std::size_t holding) {
@@ -23,6 +27,11 @@ double inverse_document_frequency(std::size_t rows, std::size_t holding) {
 }
 
 }  // namespace
+
+std::int64_t order_key(double score) {
+  const auto bits = std::bit_cast<std::int64_t>(score);
+  return bits < 0 ? -(bits & std::numeric_limits<std::int64_t>::max()) : bits;
+}
 
 Bm25Query::Bm25Query(const TermCounts& counts, std::span<const std::optional<TokenId>> phrases)
     : counts_(&counts) {

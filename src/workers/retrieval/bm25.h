@@ -1,4 +1,4 @@
-// BM25 over counts kept beside a table, bit for bit the numbers of FTS5's own `bm25`.
+// BM25 over counts kept beside a table, bit for bit the scores of FTS5's own `bm25`.
 //
 // Source: SQLite's documentation of the bm25 function of FTS5, with its k1 = 1.2 and b = 0.75, and
 // its least inverse document frequency of 1e-6. The order of the operations decides the last bits.
@@ -55,8 +55,14 @@ class Bm25Query {
   std::uint32_t row_ = END;  // the least row of all walks
 };
 
+// An integer that orders as the score does: keys are equal where scores are, and lower where they
+// are lower. `score` is any number.
+[[nodiscard]] std::int64_t order_key(double score);
+
 // The connection's `bm25`: ranks by the query that is active, whatever weights it is called with,
-// for they are in the counts already. `active` must outlive the connection's statements.
+// for they are in the counts already. Its value is the score's order key, since SQLite sorts
+// integers several times faster than other values. `active` must outlive the connection's
+// statements.
 void install_bm25(const storage::Database& database, fts5_api& api, Bm25Query& active);
 
 }  // namespace velmora::workers::retrieval::internal

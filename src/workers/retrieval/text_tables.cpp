@@ -127,25 +127,24 @@ std::vector<double> weights_of(const Database& database, const std::string& expr
 
 std::unique_ptr<TextTables> text_tables(const RetrievalSettings& settings, const CorpusText& text) {
   Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-  // FTS5 sorts its matches in a temporary table, which would otherwise spill to a file on disk.
-  database.execute("PRAGMA temp_store = MEMORY");
   if (!create_tables(database, settings.tokenizer)) return nullptr;
   fill(database, settings, text);
   return std::make_unique<TextTables>(std::move(database), settings, text);
 }
 
-TextTables::Table::Table(const Database& database, std::string_view name)
-    : match(database.prepare("SELECT rowid FROM " + std::string(name) + " WHERE " +
+TextTables::Table::Table(const Database& database, std::string_view name, std::size_t row_count)
+    : rows(row_count),
+      match(database.prepare("SELECT rowid FROM " + std::string(name) + " WHERE " +
                                  std::string(name) + " MATCH ? ORDER BY rank",
                              SQLITE_PREPARE_PERSISTENT)),
       tokenizer(database, std::string(name)) {}
 
 TextTables::TextTables(Database database, const RetrievalSettings& settings, const CorpusText& text)
-    : database_(std::move(database)) {
+    : database_(std::move(database)), sort_memory_(database_) {
   fts5_api& api = fts5_of(database_);
   TableTokenizer::install(database_, api);
-  symbols_.emplace(database_, SYMBOL_TABLE);
-  files_.emplace(database_, FILE_TABLE);
+  symbols_.emplace(database_, SYMBOL_TABLE, text.symbols.size());
+  files_.emplace(database_, FILE_TABLE, text.files.size());
   counts_ = TextCounts::count(symbols_->tokenizer,
                               {weights_of(database_, settings.weights.rank_function(), 4),
                                weights_of(database_, settings.file_weights.rank_function(), 3)},
@@ -180,6 +179,7 @@ std::string TextTables::activate(std::string_view name, std::span<const std::str
   if (!ran) {
     for (const std::string& term : terms) add(term);
   }
+  sort_memory_.choose(table(name).rows, terms.size());
   if (counts_) {
     active_ = Bm25Query(name == SYMBOL_TABLE ? counts_->symbols() : counts_->files(), phrases);
   }

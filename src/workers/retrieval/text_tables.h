@@ -3,6 +3,7 @@
 // them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <memory>
@@ -16,6 +17,7 @@
 #include "velmora/workers/retrieval.h"
 #include "workers/retrieval/bm25.h"
 #include "workers/retrieval/index_texts.h"
+#include "workers/retrieval/sort_memory.h"
 #include "workers/retrieval/table_tokenizer.h"
 #include "workers/retrieval/text_counts.h"
 
@@ -49,8 +51,9 @@ class TextTables {
 
  private:
   struct Table {
-    Table(const storage::Database& database, std::string_view name);
+    Table(const storage::Database& database, std::string_view name, std::size_t row_count);
 
+    std::size_t rows;
     storage::Statement match;
     TableTokenizer tokenizer;
   };
@@ -58,6 +61,7 @@ class TextTables {
   [[nodiscard]] Table& table(std::string_view name);
 
   storage::Database database_;
+  SortMemory sort_memory_;
   std::optional<TextCounts> counts_;
   Bm25Query active_;
   std::optional<Table> symbols_;  // made once the functions that they call are there

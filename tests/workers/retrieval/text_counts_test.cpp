@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <functional>
 #include <random>
 
@@ -13,18 +12,20 @@
 namespace velmora::workers::retrieval::internal {
 namespace {
 
-using Scores = std::vector<std::pair<std::int64_t, std::uint64_t>>;  // rowid, bits of the rank
+using Keys = std::vector<std::pair<std::int64_t, std::int64_t>>;  // rowid, order key of the score
 
-Scores scores(const storage::Database& database, std::string_view table,
-              const std::string& expression) {
+// The key alone tells every bit of a score but the sign of a zero. `scored`: the database's bm25
+// gives scores; otherwise keys.
+Keys keys(const storage::Database& database, std::string_view table, const std::string& expression,
+          bool scored) {
   const std::string name(table);
   storage::Statement statement = database.prepare("SELECT rowid, rank FROM " + name + " WHERE " +
                                                   name + " MATCH ? ORDER BY rank");
   statement.bind(1, expression);
-  Scores found;
+  Keys found;
   while (statement.step()) {
     found.emplace_back(statement.column_int64(0),
-                       std::bit_cast<std::uint64_t>(statement.column_double(1)));
+                       scored ? order_key(statement.column_double(1)) : statement.column_int64(1));
   }
   return found;
 }
@@ -76,8 +77,8 @@ class TextCountsTest : public ::testing::Test {
     for (const auto& terms : questions) {
       for (const std::string_view table : {SYMBOL_TABLE, FILE_TABLE}) {
         const std::string expression = tables->activate(table, terms);
-        ASSERT_EQ(scores(tables->database(), table, expression),
-                  scores(stock.database(), table, expression))
+        ASSERT_EQ(keys(tables->database(), table, expression, !counted),
+                  keys(stock.database(), table, expression, true))
             << table << " " << expression << " " << settings.tokenizer;
       }
     }
