@@ -8,6 +8,7 @@
 
 #include "cli/answer.h"
 #include "cli/batch.h"
+#include "cli/embedding_options.h"
 #include "cli/index_location.h"
 #include "cli/input.h"
 #include "cli/output.h"
@@ -36,6 +37,7 @@ struct ExploreOptions {
   bool exclude_tests = false;
   bool no_rerank = false;
   bool json = false;
+  EmbeddingOptions embedding;
   std::string embeddings_url;
   std::string embeddings_model;
 };
@@ -47,7 +49,10 @@ std::filesystem::path index_file(const ExploreOptions& options) {
 }
 
 QueryEmbedder embedder(const ExploreOptions& options) {
-  if (options.embeddings_url.empty()) return {};
+  if (options.embedding.none) return {};
+  if (options.embeddings_url.empty()) {
+    return workers::retrieval::engine_query_embedder(builtin_engine(options.embedding));
+  }
   return embedding::http_query_embedder(
       {.url = options.embeddings_url, .model = options.embeddings_model});
 }
@@ -128,7 +133,7 @@ void add_explore_command(CLI::App& app, ExitCode& exit_code) {
           ->type_name("NAME");
   url->needs(model);
   model->needs(url);
-  command->add_flag("--no-embeddings")->description("Do not embed the question")->excludes(url);
+  add_embedding_options(*command, options->embedding, "Rank by names and text only");
   command->footer("Exit status: 0 with hits, 1 without any, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] { exit_code = explore(*options); });
 }

@@ -18,6 +18,7 @@
 #include <thread>
 #include <utility>
 
+#include "cli/embedding_options.h"
 #include "cli/index_location.h"
 #include "cli/output.h"
 #include "indexing/folder_watch.h"
@@ -47,6 +48,11 @@ class Progress {
     const Clock::time_point now = Clock::now();
     if (now < next_) return;
     next_ = now + std::chrono::milliseconds(100);
+    if (progress.embedded > 0) {
+      std::fprintf(stderr, "\r\033[KEmbedding: %lld symbols",
+                   static_cast<long long>(progress.embedded));
+      return;
+    }
     const double seconds = std::chrono::duration<double>(now - start_).count();
     const double rate = static_cast<double>(progress.files_done) / seconds;
     const auto files_left = static_cast<double>(progress.file_count - progress.files_done);
@@ -106,7 +112,21 @@ struct IndexOptions {
   std::uintmax_t largest_file = indexing::ScanOptions().largest_file;
   bool no_wait = false;
   bool watch = false;
+  EmbeddingOptions embedding;
 };
+
+// The model that embeds the symbols; null when they are not to be embedded, or cannot be.
+std::shared_ptr<const embedding::WordModel> embedding_model(const EmbeddingOptions& options) {
+  if (options.none) return nullptr;
+  try {
+    return builtin_engine(options)->model();
+  } catch (const engines::EmbeddingNotReadyError& error) {
+    if (options.file) throw;  // the user's choice
+    std::fputs(("velmora: " + printable(error.what()) + ". Indexing without embeddings\n").c_str(),
+               stderr);
+    return nullptr;
+  }
+}
 
 // The user ended the watch.
 struct Interrupted {};
@@ -128,7 +148,8 @@ index::WriterLock take_lock(const fs::path& file, bool no_wait,
 
 // Brings the index of a folder up to date. `check` is called often; what it throws ends the work.
 std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
-    const IndexOptions& options, const std::function<void()>& check) {
+    const IndexOptions& options, std::shared_ptr<const embedding::WordModel> model,
+    const std::function<void()>& check) {
   const fs::path folder = options.folder;
   const fs::file_status status = fs::status(folder);
   if (!fs::exists(status)) throw std::runtime_error(folder.string() + " does not exist");
@@ -143,9 +164,9 @@ std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
     check();
     progress.show(now);
   };
-  indexing::RefreshReport report =
-      indexing::refresh(folder, *index::Index::open_or_create(file),
-                        {.largest_file = options.largest_file, .progress = show});
+  indexing::RefreshReport report = indexing::refresh(
+      folder, *index::Index::open_or_create(file),
+      {.largest_file = options.largest_file, .model = std::move(model), .progress = show});
   return {std::move(report), Clock::now() - start};
 }
 
@@ -179,7 +200,8 @@ class EndSignals {
 };
 
 // Brings the index up to date whenever something changes, until the user ends it.
-void watch_folder(const IndexOptions& options) {
+void watch_folder(const IndexOptions& options,
+                  const std::shared_ptr<const embedding::WordModel>& model) {
   constexpr auto QUIET = std::chrono::milliseconds(100);
   constexpr auto LONGEST = std::chrono::seconds(1);
   const EndSignals signals;
@@ -189,7 +211,7 @@ void watch_folder(const IndexOptions& options) {
     try {
       // Watched before they are read: what changes in between makes another round.
       watch.watch_folders();
-      const auto [report, time] = refresh_folder(options, [&] { signals.check(); });
+      const auto [report, time] = refresh_folder(options, model, [&] { signals.check(); });
       if (first || report.added + report.changed + report.removed > 0) {
         write_output(summary(report, time));
       }
@@ -207,8 +229,9 @@ void watch_folder(const IndexOptions& options) {
 }
 
 void index_folder(const IndexOptions& options) {
-  if (options.watch) return watch_folder(options);
-  const auto [report, time] = refresh_folder(options, [] {});
+  const auto model = embedding_model(options.embedding);
+  if (options.watch) return watch_folder(options, model);
+  const auto [report, time] = refresh_folder(options, model, [] {});
   write_output(summary(report, time));
 }
 
@@ -228,6 +251,8 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
                     "Fail at once when another velmora is indexing; exit code 3");
   command->add_flag("--watch", options->watch,
                     "Go on: bring the index up to date whenever files change, until Ctrl-C");
+  add_embedding_options(*command, options->embedding,
+                        "Do not embed new symbols; the next run without it does");
   command->footer(
       "The index is DIR/.velmora/index.db. Later runs read what has changed only; an index that "
       "is\n"

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "velmora/host/embedding/symbol_vectors.h"
 #include "velmora/logging.h"
 
 namespace velmora::host::indexing {
@@ -72,6 +73,12 @@ RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::
     log(logging::Level::info, "skipped", one.path + ": " + one.reason);
   }
   report.symbols = update.symbol_count();
+  if (options.model) {
+    report.embedded = embedding::embed_symbols(update, *options.model, [&](std::int64_t embedded) {
+      progress.embedded = embedded;
+      if (options.progress) options.progress(progress);
+    });
+  }
   return report;
 }
 

@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <vector>
 
+#include "velmora/host/embedding/word_model.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/indexing/file_list.h"
 #include "velmora/host/indexing/repository_scan.h"
@@ -21,6 +23,7 @@ struct RefreshReport {
   std::size_t unchanged = 0;
   std::vector<Skipped> skipped;  // by path
   std::int64_t symbols = 0;      // in the whole index
+  std::int64_t embedded = 0;     // symbols that got a vector now
 
   [[nodiscard]] std::size_t indexed() const { return added + changed + unchanged; }
 };
@@ -29,12 +32,16 @@ struct RefreshReport {
 struct RefreshProgress {
   std::size_t files_done = 0;
   std::size_t file_count = 0;
-  std::size_t symbols = 0;  // read so far
+  std::size_t symbols = 0;    // read so far
+  std::int64_t embedded = 0;  // after the last file
 };
 
 struct RefreshOptions {
   std::uintmax_t largest_file = ScanOptions().largest_file;  // in bytes
-  // Called before each file; what it throws ends the refresh and leaves the index as it was.
+  // Embeds the symbols that it did not embed yet. Null: new symbols get no vector for now.
+  std::shared_ptr<const embedding::WordModel> model = {};
+  // Called before each file and each symbol to embed; what it throws ends the refresh and leaves
+  // the index as it was.
   std::function<void(const RefreshProgress&)> progress = {};
 };
 

@@ -1,0 +1,19 @@
+// Embeds the symbols of an index with the program's own model.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "velmora/host/embedding/word_model.h"
+#include "velmora/host/index/update.h"
+
+namespace velmora::host::embedding {
+
+// Embeds the symbols that take part in retrieval and have not been embedded with this model, and
+// drops the vectors of an earlier one. A symbol none of whose words the model knows gets no vector.
+// `progress` gets how many symbols were read; what it throws ends the work. Returns how many
+// vectors were stored.
+std::int64_t embed_symbols(index::Update& update, const WordModel& model,
+                           const std::function<void(std::int64_t)>& progress);
+
+}  // namespace velmora::host::embedding

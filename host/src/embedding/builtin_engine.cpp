@@ -1,0 +1,64 @@
+#include "velmora/host/embedding/builtin_engine.h"
+
+#include <algorithm>
+#include <span>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace velmora::host::embedding {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Backend final : public engines::EmbeddingBackend {
+ public:
+  explicit Backend(std::shared_ptr<const WordModel> model) : model_(std::move(model)) {}
+
+  std::vector<std::vector<float>> embed(std::span<const std::string_view> texts) override {
+    std::vector<std::vector<float>> vectors;
+    for (const std::string_view text : texts) {
+      std::vector<float>& vector = vectors.emplace_back(model_->dimensions());
+      model_->embed_query(text, vector);
+      if (std::ranges::all_of(vector, [](float value) { return value == 0.0F; })) {
+        throw TryAgainLaterError("The embedding model knows none of the question's words");
+      }
+    }
+    return vectors;
+  }
+
+  [[nodiscard]] std::string_view name() const override { return model_->name(); }
+
+ private:
+  const std::shared_ptr<const WordModel> model_;
+};
+
+}  // namespace
+
+std::shared_ptr<const WordModel> BuiltinEngine::model() {
+  std::call_once(opened_, [this] {
+    try {
+      model_ = WordModel::open(file_);
+    } catch (const ModelFileError& error) {
+      fault_ = error.what();
+    }
+  });
+  if (!model_) throw engines::EmbeddingNotReadyError(fault_);
+  return model_;
+}
+
+std::shared_ptr<engines::EmbeddingBackend> BuiltinEngine::wait_ready(std::chrono::milliseconds) {
+  return std::make_shared<Backend>(model());
+}
+
+fs::path shipped_model_file() {
+  std::error_code unknown;  // without /proc: relative to the working folder
+  const fs::path folder = fs::read_symlink("/proc/self/exe", unknown).parent_path();
+  const fs::path built = folder / "builtin.model";
+  const fs::path installed = folder.parent_path() / "share" / "velmora" / "builtin.model";
+  std::error_code unreadable;
+  return !fs::exists(built, unreadable) && fs::exists(installed, unreadable) ? installed : built;
+}
+
+}  // namespace velmora::host::embedding
