@@ -13,6 +13,7 @@
 #include <set>
 #include <string_view>
 #include <system_error>
+#include <unordered_map>
 
 #include "indexing/ignore_rules.h"
 
@@ -62,6 +63,29 @@ std::optional<std::string> run_git(std::vector<std::string> arguments) {
   return output;
 }
 
+// Tells which folders are reached without a link; each is looked at once.
+class RealFolders {
+ public:
+  explicit RealFolders(const fs::path& root) : root_(root) {}
+
+  // Whether no folder above `path` is a link.
+  bool hold(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string_view::npos) return true;
+    const std::string folder(path.substr(0, slash));
+    const auto known = real_.find(folder);
+    if (known != real_.end()) return known->second;
+    std::error_code gone;
+    const bool real = hold(folder) && !fs::is_symlink(fs::symlink_status(root_ / folder, gone));
+    real_.emplace(folder, real);
+    return real;
+  }
+
+ private:
+  const fs::path& root_;
+  std::unordered_map<std::string, bool> real_;
+};
+
 std::vector<std::string> git_files(const fs::path& root) {
   std::vector<std::string> files;
   const std::optional<std::string> output = run_git(
@@ -73,8 +97,11 @@ std::vector<std::string> git_files(const fs::path& root) {
     files.emplace_back(rest.substr(0, stop));
     rest.remove_prefix(std::min(stop + 1, rest.size()));
   }
-  // A nested repository is listed as its folder, with a slash at the end.
-  std::erase_if(files, [](const std::string& file) { return file.ends_with('/'); });
+  // A nested repository is listed as its folder, with a slash at the end. Where a link has taken
+  // the place of a folder, what git tracked in it is listed still, and would be read elsewhere.
+  RealFolders folders(root);
+  std::erase_if(
+      files, [&](const std::string& file) { return file.ends_with('/') || !folders.hold(file); });
   return files;
 }
 

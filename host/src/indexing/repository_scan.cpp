@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -21,6 +22,11 @@ namespace fs = std::filesystem;
 // How many files each thread may be ahead of the reader.
 constexpr std::size_t FILES_AHEAD = 64;
 
+bool is_link_to_folder(const fs::path& file) {
+  std::error_code gone;
+  return fs::is_symlink(fs::symlink_status(file, gone)) && fs::is_directory(file, gone);
+}
+
 struct Outcome {
   bool done = false;
   std::optional<ScannedFile> scanned;  // nothing when the file is gone
@@ -35,7 +41,13 @@ class RepositoryScan::Impl {
     FileList list = list_files(root);
     files_ = std::move(list.files);
     skipped_folders_ = std::move(list.skipped);
-    std::erase_if(files_, [](const std::string& file) { return language_of(file) == nullptr; });
+    std::erase_if(files_, [&](const std::string& file) {
+      if (language_of(file) != nullptr) return false;
+      if (is_link_to_folder(root / file)) {
+        skipped_folders_.push_back({file, reason_of_link(root, file), true});
+      }
+      return true;
+    });
     headers_.emplace(files_);
     outcomes_.resize(files_.size());
     unsigned threads = options.threads;

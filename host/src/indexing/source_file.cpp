@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <system_error>
 #include <utility>
 
 namespace velmora::host::indexing {
@@ -81,7 +82,6 @@ bool is_generated(std::string_view content) {
 
 // What is left out without being read; empty: nothing.
 std::string reason_in(const struct stat& status, std::uintmax_t largest) {
-  if (S_ISLNK(status.st_mode)) return "it is a link";
   if (!S_ISREG(status.st_mode)) return "it is not a file";
   if (static_cast<std::uintmax_t>(status.st_size) > largest) {
     return "it is larger than " + std::to_string(largest) + " bytes";
@@ -90,6 +90,15 @@ std::string reason_in(const struct stat& status, std::uintmax_t largest) {
 }
 
 }  // namespace
+
+std::string reason_of_link(const std::filesystem::path& root, const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path tree = std::filesystem::canonical(root, error);
+  const std::filesystem::path target = std::filesystem::canonical(root / path, error);
+  if (error) return "it is a link to nothing";
+  const bool inside = std::ranges::mismatch(tree, target).in1 == tree.end();
+  return inside ? "it is a link within the tree" : "it is a link that leaves the tree";
+}
 
 std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::string& path,
                                 std::string_view expected, const ScanOptions& options) {
@@ -115,6 +124,7 @@ std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::st
     if (errno == ENOENT || errno == ENOTDIR) return std::nullopt;
     return leave_out("it cannot be read");
   }
+  if (S_ISLNK(status.st_mode)) return leave_out(reason_of_link(root, path));
   if (std::string reason = reason_in(status, options.largest_file); !reason.empty()) {
     return leave_out(std::move(reason));
   }

@@ -23,4 +23,10 @@ struct LookedAt {
                                               const std::string& path, std::string_view expected,
                                               const ScanOptions& options);
 
+// Why the link `path` under `root` is not followed, in a few words: it leads out of the tree, or to
+// a place in it where the scan comes anyway (two names would make every symbol a double), or to
+// nothing.
+[[nodiscard]] std::string reason_of_link(const std::filesystem::path& root,
+                                         const std::string& path);
+
 }  // namespace velmora::host::indexing

@@ -40,17 +40,21 @@ Names scan_all(RepositoryScan& scan) {
 }
 
 TEST(FileList, ListsWhatGitDoesNotIgnore) {
-  const TemporaryFolder folder;
+  const TemporaryFolder folder, outside;
   for (const char* file : {"b c.py", "a/\xC3\xA4.py", "gone.py", "built.py", "new.py",
                            "a/.velmora/index.db", ".velmora/index.db"}) {
     folder.write(file, "");
   }
   folder.write(".gitignore", "built.py\n");
   git(folder, "init -q");
-  git(folder, "add \"b c.py\" a/*.py gone.py");
+  folder.write("moved/deep/b.py", "");
+  git(folder, "add \"b c.py\" a/*.py gone.py moved");
   fs::remove(folder.path() / "gone.py");
+  // A link takes the place of a folder whose files git tracks.
+  fs::rename(folder.path() / "moved", outside.path() / "moved");
+  fs::create_directory_symlink(outside.path() / "moved", folder.path() / "moved");
   EXPECT_EQ(list_files(folder.path()).files,
-            (Names{".gitignore", "a/\xC3\xA4.py", "b c.py", "gone.py", "new.py"}));
+            (Names{".gitignore", "a/\xC3\xA4.py", "b c.py", "gone.py", "moved", "new.py"}));
   EXPECT_EQ(list_files(folder.path() / "a").files, Names{"\xC3\xA4.py"});
   // The folder was asked for, though the repository around it ignores it.
   folder.write(".gitignore", "*\n");
@@ -68,7 +72,7 @@ TEST(FileList, WalksAFolderWithoutGit) {
 }
 
 TEST(RepositoryScan, SkipsWithAReason) {
-  const TemporaryFolder folder;
+  const TemporaryFolder folder, outside;
   folder.write("a.py", "def f(): pass");
   folder.write("binary.py", std::string("def f(): pass\0", 14));
   folder.write("deep.py", std::regex_replace(std::string(10'000, '('), std::regex("\\("), "(\n"));
@@ -76,13 +80,23 @@ TEST(RepositoryScan, SkipsWithAReason) {
   folder.write("minified.py", "a = 1\nb = " + std::string(2'500, '1'));
   folder.write("other.txt", "");
   fs::create_symlink("a.py", folder.path() / "link.py");
+  fs::create_symlink("nowhere.py", folder.path() / "broken.py");
+  fs::create_symlink("loop.py", folder.path() / "loop.py");
+  fs::create_symlink(outside.write("b.py", "def g(): pass"), folder.path() / "out.py");
+  fs::create_directory_symlink(".", folder.path() / "circle");
+  fs::create_directory_symlink(outside.path(), folder.path() / "outside");
   RepositoryScan scan(folder.path(), {.largest_file = 100'000});
   EXPECT_EQ(scan_all(scan),
-            (Names{"a.py f python", "binary.py: it is binary", "deep.py: it is nested too deeply",
-                   "large.py: it is larger than 100000 bytes", "link.py: it is a link",
-                   "minified.py: it is generated or minified"}));
-  EXPECT_EQ(scan.file_count(), 6U);
-  EXPECT_EQ(scan.files_done(), 6U);
+            (Names{"a.py f python", "binary.py: it is binary", "broken.py: it is a link to nothing",
+                   "deep.py: it is nested too deeply", "large.py: it is larger than 100000 bytes",
+                   "link.py: it is a link within the tree", "loop.py: it is a link to nothing",
+                   "minified.py: it is generated or minified",
+                   "out.py: it is a link that leaves the tree"}));
+  EXPECT_EQ(scan.skipped_folders(),
+            (std::vector<Skipped>{{"circle", "it is a link within the tree", true},
+                                  {"outside", "it is a link that leaves the tree", true}}));
+  EXPECT_EQ(scan.file_count(), 9U);
+  EXPECT_EQ(scan.files_done(), 9U);
 }
 
 TEST(RepositoryScan, TellsTheLanguageOfAHeaderByItsNeighbours) {
@@ -121,7 +135,8 @@ TEST(IndexCommand, ReplacesTheIndexOfAFolder) {
   const auto first = run_velmora({"index", folder.path()});
   EXPECT_EQ(first.exit_code, 0);
   EXPECT_EQ(first.output.find("Indexed 1 file, 2 symbols, in "), 0U) << first.output;
-  EXPECT_NE(first.output.find("\nSkipped 1 (1: it is a link)"), std::string::npos) << first.output;
+  EXPECT_NE(first.output.find("\nSkipped 1 (1: it is a link within the tree)"), std::string::npos)
+      << first.output;
   EXPECT_EQ(list_files(folder.path()).files, (Names{"a.py", "b.py"}));
   EXPECT_TRUE(fs::exists(folder.path() / ".velmora" / ".gitignore"));
 

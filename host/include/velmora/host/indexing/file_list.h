@@ -23,8 +23,9 @@ struct FileList {
 
 // The files under `root`. In a git work tree those that git tracks, and those it does not know and
 // does not ignore; a tracked file may be gone. Elsewhere, and where git ignores the whole of
-// `root`, every file that no .gitignore in it leaves out, but those in .git. The program's own folder .velmora is never listed. Links
-// are listed and not followed.
+// `root`, every file that no .gitignore in it leaves out, but those in .git. The program's own
+// folder .velmora is never listed. Links are listed and not followed: what stands beyond a link to
+// a folder is not listed under the link's name.
 //
 // Runs git and waits for it. Throws std::filesystem::filesystem_error when `root` cannot be read.
 [[nodiscard]] FileList list_files(const std::filesystem::path& root);
