@@ -15,6 +15,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -25,6 +26,7 @@
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/index/writer_lock.h"
+#include "velmora/host/indexing/extract.h"
 #include "velmora/host/indexing/refresh.h"
 
 namespace velmora::host::cli {
@@ -235,6 +237,14 @@ void index_folder(const IndexOptions& options) {
   write_output(summary(report, time));
 }
 
+std::string language_list() {
+  std::string list;
+  for (const std::string_view title : indexing::language_titles()) {
+    list.append(list.empty() ? "" : ", ").append(title);
+  }
+  return list;
+}
+
 }  // namespace
 
 void add_index_command(CLI::App& app, ExitCode& exit_code) {
@@ -257,8 +267,9 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
       "The index is DIR/.velmora/index.db. Later runs read what has changed only; an index that "
       "is\n"
       "being brought up to date answers from its last state until it is done.\n"
-      "In a git work tree the files that git does not ignore are read. Languages: C, "
-      "C++, C#, Go, Java, JavaScript, Kotlin, Python, Rust, Scala, Swift, TypeScript.");
+      "In a git work tree the files that git does not ignore are read.\n"
+      "Languages: " +
+      language_list() + ".");
   command->callback([options, &exit_code] {
     index_folder(*options);
     exit_code = ExitCode::answered;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace velmora::host::indexing {
 namespace {
@@ -46,6 +47,14 @@ std::string constant_header(TSNode definition, std::uint32_t from, const Source&
   std::string text = header(definition, from, source);
   if (text.size() > LONGEST_CONSTANT) text.resize(std::min(text.find(" = "), text.size()));
   return text;
+}
+
+Declared declared(std::string kind, const Found& found, const Source& source) {
+  const std::uint32_t from = ts_node_end_byte(found.name);
+  std::string signature = kind == "constant" ? constant_header(found.node, from, source)
+                                             : header(found.node, from, source);
+  return {
+      .kind = std::move(kind), .name = source.line(found.name), .signature = std::move(signature)};
 }
 
 bool has_word_before(TSNode definition, std::uint32_t end, std::string_view word,

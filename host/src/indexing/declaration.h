@@ -21,6 +21,9 @@ namespace velmora::host::indexing {
 [[nodiscard]] std::string constant_header(TSNode definition, std::uint32_t from,
                                           const Source& source);
 
+// A symbol of that kind whose name and header stand as the definition writes them.
+[[nodiscard]] Declared declared(std::string kind, const Found& found, const Source& source);
+
 // Whether `word` is among what stands in `definition` before the byte `end`.
 [[nodiscard]] bool has_word_before(TSNode definition, std::uint32_t end, std::string_view word,
                                    const Source& source);

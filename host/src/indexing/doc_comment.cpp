@@ -75,11 +75,28 @@ std::string block_text(std::string_view comment) {
   return join(std::move(lines), true);
 }
 
+// "--[==[ text ]==]", and what stands between the lines "=begin" and "=end".
+std::string bracketed_text(std::string_view comment) {
+  if (comment.starts_with("=begin")) {
+    comment.remove_prefix(std::min(comment.find('\n'), comment.size()));
+    comment = comment.substr(0, comment.rfind("\n=end"));
+    return join(split_lines(comment), false);
+  }
+  comment.remove_prefix(std::min(comment.find('[', comment.find('[') + 1), comment.size() - 1) + 1);
+  while (comment.ends_with(']') || comment.ends_with('=') || comment.ends_with('-')) {
+    comment.remove_suffix(1);
+  }
+  std::vector<std::string_view> lines = split_lines(comment);
+  std::erase_if(lines, is_rule);
+  return join(std::move(lines), true);
+}
+
 }  // namespace
 
 std::string comment_text(std::string_view comment,
                          std::span<const std::string_view> line_comments) {
   if (comment.starts_with("/*")) return block_text(comment);
+  if (is_block_comment(comment)) return bracketed_text(comment);
   std::vector<std::string_view> lines = split_lines(comment);
   for (std::string_view& line : lines) {
     line.remove_prefix(indentation(line));
@@ -95,6 +112,38 @@ std::string comment_text(std::string_view comment,
 
 std::string docstring_text(std::string_view docstring) {
   return join(split_lines(docstring), true);
+}
+
+std::string without_directives(std::string_view text) {
+  constexpr std::array<std::string_view, 18> DIRECTIVES = {"!/",
+                                                           "go:",
+                                                           "nolint",
+                                                           "frozen_string_literal:",
+                                                           "rubocop:",
+                                                           ":nodoc:",
+                                                           "typed:",
+                                                           "shellcheck ",
+                                                           "luacheck:",
+                                                           "eslint-",
+                                                           "@ts-",
+                                                           "prettier-",
+                                                           "noinspection ",
+                                                           "phpcs:",
+                                                           "swiftlint:",
+                                                           "ktlint-",
+                                                           "clang-format o",
+                                                           "NOLINT"};
+  std::vector<std::string_view> lines = split_lines(text);
+  std::erase_if(lines, [&](std::string_view line) {
+    return std::ranges::any_of(
+        DIRECTIVES, [&](std::string_view directive) { return line.starts_with(directive); });
+  });
+  return join(std::move(lines), false);
+}
+
+bool is_block_comment(std::string_view comment) {
+  return comment.starts_with("/*") || comment.starts_with("--[[") || comment.starts_with("--[=") ||
+         comment.starts_with("=begin");
 }
 
 bool is_trailing_comment(std::string_view comment) {

@@ -16,6 +16,12 @@ namespace velmora::host::indexing {
 // The text of a documentation string that stands in the source without its quotes.
 [[nodiscard]] std::string docstring_text(std::string_view docstring);
 
+// The text of a comment without the lines that speak to tools: "go:generate", "rubocop:disable".
+[[nodiscard]] std::string without_directives(std::string_view text);
+
+// Whether a comment is a block, which stands for itself, and not a line.
+[[nodiscard]] bool is_block_comment(std::string_view comment);
+
 // Whether a comment documents what stands before it on its line.
 [[nodiscard]] bool is_trailing_comment(std::string_view comment);
 

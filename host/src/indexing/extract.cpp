@@ -14,7 +14,8 @@
 #include <unordered_map>
 #include <utility>
 
-#include "indexing/doc_comment.h"
+#include "indexing/comments.h"
+#include "indexing/extraction_version.h"
 #include "indexing/language.h"
 #include "indexing/source.h"
 
@@ -52,7 +53,9 @@ using QueryPtr = std::unique_ptr<TSQuery, Deleter<ts_query_delete>>;
 enum class Mark {
   definition,
   name,
+  last,
   package,
+  chapter,
   scope,
   type,
   wrapper,
@@ -80,10 +83,10 @@ Capture read_capture(std::string_view name) {
     return {Mark::definition, std::string(name.substr(DEFINITION.size()))};
   }
   constexpr std::pair<std::string_view, Mark> MARKS[] = {
-      {"name", Mark::name},      {"package", Mark::package}, {"scope", Mark::scope},
-      {"type", Mark::type},      {"wrapper", Mark::wrapper}, {"friend", Mark::friends},
-      {"guard", Mark::guard},    {"local", Mark::local},     {"attribute", Mark::attribute},
-      {"comment", Mark::comment}};
+      {"last", Mark::last},       {"name", Mark::name},           {"chapter", Mark::chapter},
+      {"package", Mark::package}, {"scope", Mark::scope},         {"type", Mark::type},
+      {"wrapper", Mark::wrapper}, {"friend", Mark::friends},      {"guard", Mark::guard},
+      {"local", Mark::local},     {"attribute", Mark::attribute}, {"comment", Mark::comment}};
   for (const auto& [word, mark] : MARKS) {
     if (word == name) return {mark, {}};
   }
@@ -149,6 +152,7 @@ struct Item {
   std::string_view kind;
   TSNode node{};
   TSNode name{};
+  TSNode last{};
   Range range;
 };
 
@@ -169,6 +173,8 @@ std::vector<Item> find_items(const Query& query, TSNode root, const ExtractOptio
       const Capture& capture = query.captures[match.captures[i].index];
       if (capture.mark == Mark::name) {
         item.name = match.captures[i].node;
+      } else if (capture.mark == Mark::last) {
+        item.last = match.captures[i].node;
       } else {
         item.mark = capture.mark;
         item.kind = capture.kind;
@@ -189,68 +195,6 @@ std::vector<Item> find_items(const Query& query, TSNode root, const ExtractOptio
   return items;
 }
 
-// The comment that stands right above, or in front of, a place of the file; it documents what
-// begins there.
-class Comments {
- public:
-  Comments(const Language& language, const Source& source) : language_(language), source_(source) {}
-
-  [[nodiscard]] std::optional<std::string> above(std::uint32_t place) const {
-    const auto& comments = source_.comments;
-    auto next = std::ranges::upper_bound(comments, place, {}, &Range::end);
-    if (next == comments.begin()) return std::nullopt;
-    Range block = *--next;
-    if (!adjoins(block.end, place) || !stands_first(block.start)) return std::nullopt;
-    if (is_trailing_comment(text(block))) return std::nullopt;
-    if (!text(block).starts_with("/*")) {
-      while (next != comments.begin() && !text(*std::prev(next)).starts_with("/*") &&
-             adjoins(std::prev(next)->end, next->start) && stands_first(std::prev(next)->start)) {
-        --next;
-      }
-      block.start = next->start;
-    }
-    if (is_top(block.start) && is_licence(text(block))) return std::nullopt;
-    std::string doc = comment_text(text(block), language_.line_comments);
-    if (language_.documentation != nullptr) doc = language_.documentation(doc);
-    if (doc.empty()) return std::nullopt;
-    return doc;
-  }
-
- private:
-  std::string_view text(Range range) const {
-    return source_.original.substr(range.start, range.end - range.start);
-  }
-  // Nothing but blanks, and no empty line, between two places.
-  bool adjoins(std::uint32_t from, std::uint32_t to) const {
-    const Range between{from, to};
-    const std::string_view parsed = source_.text.substr(from, to - from);
-    if (parsed.find_first_not_of(" \t\r\n\f\v") != std::string_view::npos) return false;
-    bool empty_line = false;  // since the last line break
-    for (const char c : text(between)) {
-      if (c == '\n' && empty_line) return false;
-      empty_line = c == '\n' || (empty_line && (c == ' ' || c == '\t' || c == '\r'));
-    }
-    return true;
-  }
-  // It is the first thing on its line.
-  bool stands_first(std::uint32_t place) const {
-    while (place > 0 &&
-           (source_.original[place - 1] == ' ' || source_.original[place - 1] == '\t')) {
-      --place;
-    }
-    return place == 0 || source_.original[place - 1] == '\n';
-  }
-  // Nothing stands above it in the file, but for a line that names an interpreter.
-  bool is_top(std::uint32_t place) const {
-    const std::string_view before = source_.original.substr(0, place);
-    return before.starts_with("#!") ||
-           before.find_first_not_of(" \t\r\n\xEF\xBB\xBF") == std::string_view::npos;
-  }
-
-  const Language& language_;
-  const Source& source_;
-};
-
 class Extraction {
  public:
   Extraction(const Language& language, const Source& source)
@@ -260,14 +204,22 @@ class Extraction {
 
   void add_module(TSNode root) {
     if (language_.module_docstring == nullptr) return;
-    const TSNode docstring = language_.module_docstring(root);
-    if (ts_node_is_null(docstring)) return;
-    index::Symbol symbol = place(ts_node_start_point(docstring), docstring);
+    std::optional<ModuleDocstring> found = language_.module_docstring(root, source_, comments_);
+    if (!found) return;
+    comments_.start_at(found->range.end);
+    index::Symbol symbol;
+    symbol.language = language_.name;
+    symbol.path = source_.path;
+    symbol.start_line = source_.line_number(found->range.start);
+    // Neither its closing quotes nor a line break belong to it.
+    const std::size_t last = source_.text.substr(0, found->range.end).find_last_not_of(" \t\r\n");
+    symbol.end_line = source_.line_number(static_cast<std::uint32_t>(last));
     symbol.kind = "module";
-    symbol.fqn = module_;
-    symbol.name = module_.substr(module_.rfind('.') + 1);
-    symbol.signature = module_;
-    symbol.docstring = docstring_text(source_.raw(docstring));
+    symbol.fqn = found->name.empty() ? module_ : std::move(found->name);
+    const std::size_t stop = symbol.fqn.find_last_of("./:");
+    symbol.name = symbol.fqn.substr(stop == std::string::npos ? 0 : stop + 1);
+    symbol.signature = symbol.fqn;
+    symbol.docstring = std::move(found->text);
     symbols_.push_back(std::move(symbol));
   }
 
@@ -284,6 +236,9 @@ class Extraction {
       } else if (item.mark == Mark::package) {
         // What follows in the file is in this scope.
         module_ = join(module_, source_.line(item.name));
+      } else if (item.mark == Mark::chapter) {
+        // The same, but it ends what another one began.
+        module_ = source_.line(item.name);
       } else if (item.mark == Mark::attribute) {
         attributes_.push_back(item.node);
       } else {
@@ -332,8 +287,8 @@ class Extraction {
 
   void define(const Item& item) {
     std::vector<Declared> declared;
-    language_.describe({.kind = item.kind, .node = item.node, .name = item.name}, open_, source_,
-                       declared);
+    language_.describe({.kind = item.kind, .node = item.node, .name = item.name, .last = item.last},
+                       open_, source_, declared);
     if (declared.empty()) return;
     const std::string kind = declared.front().kind;
     const std::string scope = join(declared.front().qualifier, declared.front().name);
@@ -358,7 +313,7 @@ class Extraction {
     const std::optional<std::string> above = comments_.above(start_byte);
     for (Declared& one : declared) {
       if (one.name.empty() || one.name.size() + one.qualifier.size() > LONGEST_NAME) continue;
-      index::Symbol symbol = place(start, item.node);
+      index::Symbol symbol = place(start, ts_node_is_null(item.last) ? item.node : item.last);
       name(one, symbol);
       symbol.docstring = one.docstring ? one.docstring : above;
       symbols_.push_back(std::move(symbol));
@@ -379,15 +334,23 @@ class Extraction {
         scope = join(scope, around.name);
       }
     }
-    const std::string own = join(declared.qualifier, declared.name);
-    symbol.fqn = join(scope, own);
-    symbol.signature = join(types, own) + declared.arguments + declared.signature;
+    const std::string_view separator =
+        declared.separator.empty() ? language_.separator : declared.separator;
+    const auto cite = [&](const std::string& around) {
+      const std::string owner = join(around, declared.qualifier);
+      return owner.empty() || separator.empty()
+                 ? declared.name
+                 : std::string(owner).append(separator) + declared.name;
+    };
+    symbol.fqn = cite(scope);
+    symbol.signature = cite(types) + declared.arguments + declared.signature;
     symbol.kind = std::move(declared.kind);
     symbol.name = std::move(declared.name);
   }
 
   std::string join(std::string_view scope, std::string_view own) const {
     if (scope.empty() || language_.separator.empty()) return std::string(own);
+    if (own.empty()) return std::string(scope);
     return std::string(scope).append(language_.separator).append(own);
   }
 
@@ -409,14 +372,14 @@ class Extraction {
 
   const Language& language_;
   const Source& source_;
-  const Comments comments_;
+  Comments comments_;
   std::string module_;
   std::vector<Enclosing> open_;
   std::vector<TSNode> attributes_;  // those that stand before what they belong to, so far
   std::vector<index::Symbol> symbols_;
 };
 
-const Language& language_named(std::string_view name, std::string_view path = {}) {
+const Language& language_named(std::string_view name, std::string_view path) {
   // A language may have dialects, which the extension tells apart.
   const Language* const dialect = language_of(path);
   if (dialect != nullptr && dialect->name == name) return *dialect;
@@ -433,6 +396,8 @@ std::string_view prepare(const Language& language, std::string_view source, std:
 }
 
 }  // namespace
+
+constinit const std::string_view EXTRACTION_VERSION = VERSION;
 
 std::vector<index::Symbol> extract_symbols(std::string_view language_name, std::string_view path,
                                            std::string_view source, const ExtractOptions& options) {
@@ -459,9 +424,9 @@ std::vector<index::Symbol> extract_symbols(std::string_view language_name, std::
   return extraction.take();
 }
 
-std::size_t count_errors(std::string_view language_name, std::string_view source,
-                         const ExtractOptions& options) {
-  const Language& language = language_named(language_name);
+std::size_t count_errors(std::string_view language_name, std::string_view path,
+                         std::string_view source, const ExtractOptions& options) {
+  const Language& language = language_named(language_name, path);
   std::string storage;
   const Tree tree = parse(language, prepare(language, source, storage), options);
   std::size_t errors = 0;

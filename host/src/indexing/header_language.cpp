@@ -59,10 +59,11 @@ bool HeaderLanguage::among_cpp(std::string_view path) const {
 }
 
 std::string_view HeaderLanguage::decide(std::string_view path, std::string_view source) const {
+  if (find_language("cpp") == nullptr) return "c";
   if (among_cpp(path)) return "cpp";
-  const std::size_t errors = count_errors("c", source);
+  const std::size_t errors = count_errors("c", path, source);
   if (errors == 0 && !mentions_cpp(source)) return "c";
-  const std::size_t cpp_errors = count_errors("cpp", source);
+  const std::size_t cpp_errors = count_errors("cpp", path, source);
   if (cpp_errors != errors) return cpp_errors < errors ? "cpp" : "c";
   return declares_cpp(path, source) ? "cpp" : "c";
 }

@@ -1,17 +1,11 @@
 #include "indexing/java_family.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
-#include <utility>
 
-#include "indexing/c_macros.h"
 #include "indexing/declaration.h"
 
 namespace velmora::host::indexing {
-namespace {
 
-// "<T>(T item) -> Result where T : new()"
 std::string callable_signature(TSNode node, std::uint32_t from, std::string_view result_field,
                                const Source& source) {
   std::string signature;
@@ -29,7 +23,6 @@ std::string callable_signature(TSNode node, std::uint32_t from, std::string_view
   return signature + header(node, from, source);
 }
 
-// One for each declarator: "final int A = 1, B = 2" declares two.
 void describe_constants(TSNode declaration, const Source& source, std::vector<Declared>& out) {
   std::string type;
   if (const TSNode node = field(declaration, "type"); !ts_node_is_null(node)) {
@@ -46,128 +39,12 @@ void describe_constants(TSNode declaration, const Source& source, std::vector<De
   }
 }
 
-// Modifiers are children of their own, or stand together in one.
 bool has_modifier(TSNode node, std::string_view word, const Source& source) {
   return std::ranges::any_of(children(node), [&](const Child& child) {
     const std::string_view type = type_of(child.node);
     if (type == "modifiers") return has_modifier(child.node, word, source);
     return type == word || (type == "modifier" && source.raw(child.node) == word);
   });
-}
-
-// Whether a property has code of its own, and is more than a field.
-bool is_computed(TSNode property) {
-  const TSNode value = field(property, "value");
-  if (!ts_node_is_null(value) && type_of(value) == "arrow_expression_clause") return true;
-  const TSNode accessors = field(property, "accessors");
-  if (ts_node_is_null(accessors)) return false;
-  return std::ranges::any_of(children(accessors), [](const Child& accessor) {
-    return !ts_node_is_null(field(accessor.node, "body"));
-  });
-}
-
-}  // namespace
-
-void describe_java(const Found& found, std::span<const Enclosing> /*enclosing*/,
-                   const Source& source, std::vector<Declared>& out) {
-  if (found.kind == "constant") {
-    const bool interface = type_of(found.node) == "constant_declaration";
-    if (interface ||
-        (has_modifier(found.node, "static", source) && has_modifier(found.node, "final", source))) {
-      describe_constants(found.node, source, out);
-      std::erase_if(out, [](const Declared& one) { return !is_macro_name(one.name); });
-    }
-    return;
-  }
-  const std::uint32_t from = ts_node_end_byte(found.name);
-  const bool callable = found.kind == "method" || found.kind == "constructor";
-  out.push_back({.kind = std::string(found.kind),
-                 .name = source.line(found.name),
-                 .signature = callable ? callable_signature(found.node, from, "type", source)
-                                       : header(found.node, from, source)});
-}
-
-void describe_csharp(const Found& found, std::span<const Enclosing> /*enclosing*/,
-                     const Source& source, std::vector<Declared>& out) {
-  const TSNode node = found.node;
-  if (found.kind == "constant") {
-    const bool constant = has_modifier(node, "const", source);
-    if (!constant &&
-        !(has_modifier(node, "static", source) && has_modifier(node, "readonly", source))) {
-      return;
-    }
-    for (const Child& child : children(node)) {
-      if (type_of(child.node) == "variable_declaration") {
-        describe_constants(child.node, source, out);
-      }
-    }
-    std::erase_if(out, [&](const Declared& one) {
-      return !constant && (one.name.empty() || one.name.front() < 'A' || one.name.front() > 'Z');
-    });
-    return;
-  }
-  std::string name = source.line(found.name);
-  const std::uint32_t from = ts_node_end_byte(found.name);
-  if (found.kind == "property") {
-    if (!is_computed(node)) return;
-    out.push_back({.kind = "method",
-                   .name = std::move(name),
-                   .signature = ": " + source.line(field(node, "type"))});
-  } else if (found.kind == "operator" || found.kind == "conversion") {
-    out.push_back({.kind = "method",
-                   .name = "operator " + name,
-                   .signature = callable_signature(
-                       node, from, found.kind == "operator" ? "type" : "", source)});
-  } else if (found.kind == "method" || found.kind == "constructor" || found.kind == "type") {
-    const std::string_view result = type_of(node) == "method_declaration" ? "returns" : "type";
-    if (type_of(node) == "destructor_declaration") name.insert(0, 1, '~');
-    out.push_back({.kind = std::string(found.kind),
-                   .name = std::move(name),
-                   .signature = callable_signature(node, from, result, source)});
-  } else {
-    out.push_back({.kind = std::string(found.kind),
-                   .name = std::move(name),
-                   .signature = header(node, from, source)});
-  }
-}
-
-std::string xml_text(const std::string& comment) {
-  std::string text;
-  for (std::size_t i = 0; i < comment.size();) {
-    const std::size_t close = comment[i] == '<' ? comment.find('>', i) : std::string::npos;
-    const char next = i + 1 < comment.size() ? comment[i + 1] : ' ';
-    if (close == std::string::npos || !(next == '/' || (next >= 'a' && next <= 'z'))) {
-      text += comment[i++];
-      continue;
-    }
-    if (comment[close - 1] == '/') {
-      const std::string_view tag = std::string_view(comment).substr(i, close - i);
-      const std::size_t open = tag.find('"');
-      if (open != std::string_view::npos) {
-        text += tag.substr(open + 1, tag.find('"', open + 1) - open - 1);
-      }
-    }
-    i = close + 1;
-  }
-  constexpr std::array<std::pair<std::string_view, char>, 3> ENTITIES = {
-      {{"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}}};
-  for (const auto& [entity, character] : ENTITIES) {
-    for (std::size_t at = 0; (at = text.find(entity, at)) != std::string::npos; ++at) {
-      text.replace(at, entity.size(), 1, character);
-    }
-  }
-  // Tags that stood alone leave blank lines.
-  std::string lines;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t stop = std::min(text.find('\n', at), text.size());
-    const std::string_view line = std::string_view(text).substr(at, stop - at);
-    if (line.find_first_not_of(" \t\r") != std::string_view::npos) {
-      if (!lines.empty()) lines += '\n';
-      lines += line;
-    }
-    at = stop + 1;
-  }
-  return lines;
 }
 
 }  // namespace velmora::host::indexing

@@ -1,6 +1,6 @@
-// What the indexer knows of each language. A language is one row of the table in language.cpp, a
-// query that finds its definitions (queries/), and a function that names them; languages of one
-// family share that function.
+// What the indexer knows of each language: a file in languages/ with the row that describes it and
+// the function that names its definitions, and a query that finds them (queries/). Languages of one
+// family share functions.
 #pragma once
 
 #include <tree_sitter/api.h>
@@ -20,6 +20,7 @@ struct Found {
   std::string_view kind = {};  // as the query calls it: "class" of "@definition.class"
   TSNode node = {};
   TSNode name = {};
+  TSNode last = {};  // a node behind the definition that still belongs to it
 };
 
 // Something that encloses a definition.
@@ -42,6 +43,16 @@ struct Declared {
   std::string signature = {};                 // what follows the qualified name
   std::optional<std::string> docstring = {};  // one that stands inside the definition
   bool outside_types = false;                 // a friend: it belongs to the scope around the class
+  std::string_view separator = {};  // before the name, where it is not that of the language
+};
+
+class Comments;
+
+// What a file says of itself.
+struct ModuleDocstring {
+  Range range = {};  // what stands for the file; comments before its end document nothing else
+  std::string text = {};
+  std::string name = {};  // empty: that of the scope that the file is
 };
 
 // Adds what a definition declares: nothing, one symbol or several.
@@ -50,6 +61,7 @@ using Describe = void (*)(const Found& found, std::span<const Enclosing> enclosi
 
 struct Language {
   std::string_view name;                         // as the index stores it
+  std::string_view title;                        // as people write it
   std::span<const std::string_view> extensions;  // with the dot; case counts
   const TSLanguage* (*grammar)();
   std::span<const std::string_view> queries;  // one after the other
@@ -57,14 +69,18 @@ struct Language {
   std::span<const std::string_view> line_comments;  // the markers, longer ones first
   Describe describe;
   // What the parser is to see instead of the source, of the same length; null: the source.
-  std::string (*prepare)(std::string_view source);
+  std::string (*prepare)(std::string_view source) = nullptr;
   // The scope that the file itself is, from its path; null: none.
-  std::string (*module)(std::string_view path);
-  // The docstring of the file itself, a null node when there is none; null: there is no such thing.
-  TSNode (*module_docstring)(TSNode root);
+  std::string (*module)(std::string_view path) = nullptr;
+  // The docstring of the file itself; null: there is no such thing.
+  std::optional<ModuleDocstring> (*module_docstring)(TSNode root, const Source& source,
+                                                     const Comments& comments) = nullptr;
   // The prose in the text of a comment above a definition; null: all of it.
   std::string (*documentation)(const std::string& text) = nullptr;
 };
+
+// The markers of line comments in most languages.
+inline constexpr std::string_view SLASH_COMMENTS[] = {"///", "//!", "//"};
 
 // The language named so, or null.
 [[nodiscard]] const Language* find_language(std::string_view name);

@@ -1,11 +1,15 @@
 #include "indexing/script_family.h"
 
+#include <algorithm>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "indexing/c_macros.h"
 #include "indexing/declaration.h"
+#include "indexing/doc_comment.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -89,6 +93,36 @@ void describe_assigned(const Found& found, const Source& source, std::vector<Dec
   if (declared.name != "exports") out.push_back(std::move(declared));
 }
 
+// The comment's prose when it speaks of the file, and the name that it gives it.
+std::optional<ModuleDocstring> read_module_comment(std::string_view comment) {
+  constexpr std::string_view TAGS[] = {"@module", "@fileoverview", "@fileOverview", "@file",
+                                       "@packageDocumentation"};
+  const std::string prose = comment_text(comment, SLASH_COMMENTS);
+  ModuleDocstring docstring;
+  bool tagged = false;
+  for (std::size_t at = 0; at < prose.size();) {
+    const std::size_t stop = std::min(prose.find('\n', at), prose.size());
+    std::string_view line = std::string_view(prose).substr(at, stop - at);
+    at = stop + 1;
+    if (is_licence(line) || line.starts_with("@license")) break;
+    const std::size_t word = std::min(line.find(' '), line.size());
+    const std::string_view tag = line.substr(0, word);
+    if (std::ranges::find(TAGS, tag) != std::end(TAGS)) {
+      tagged = true;
+      line.remove_prefix(std::min(word + 1, line.size()));
+      if (tag == "@module") {
+        docstring.name = line.substr(0, line.find(' '));
+        continue;
+      }
+      if (line.empty()) continue;
+    }
+    docstring.text.append(line) += '\n';
+  }
+  docstring.text = docstring_text(docstring.text);
+  if (!tagged || docstring.text.empty()) return std::nullopt;
+  return docstring;
+}
+
 }  // namespace
 
 void describe_script(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
@@ -111,6 +145,19 @@ void describe_script(const Found& found, std::span<const Enclosing> enclosing, c
                            ? function_signature(value, source)
                            : header(found.node, ts_node_end_byte(found.name), source);
   out.push_back(std::move(declared));
+}
+
+std::optional<ModuleDocstring> script_module_docstring(TSNode root, const Source& source,
+                                                       const Comments& /*comments*/) {
+  for (const Child& child : children(root)) {
+    if (type_of(child.node) != "comment" || !source.raw(child.node).starts_with("/**")) continue;
+    std::optional<ModuleDocstring> docstring = read_module_comment(source.raw(child.node));
+    if (!docstring) continue;
+    docstring->range = range_of(child.node);
+    if (docstring->name.empty()) docstring->name = source.path.substr(0, source.path.rfind('.'));
+    return docstring;
+  }
+  return std::nullopt;
 }
 
 }  // namespace velmora::host::indexing

@@ -75,4 +75,8 @@ std::string Source::line(Range range) const {
 
 std::string Source::line(TSNode node) const { return line(range_of(node)); }
 
+std::int64_t Source::line_number(std::uint32_t place) const {
+  return 1 + std::ranges::count(original.substr(0, place), '\n');
+}
+
 }  // namespace velmora::host::indexing

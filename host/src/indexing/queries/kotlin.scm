@@ -10,7 +10,7 @@
 (secondary_constructor "constructor" @name) @definition.constructor
 (function_declaration (simple_identifier) @name) @definition.function
 (property_declaration (variable_declaration (simple_identifier) @name) (getter)) @definition.computed
-((property_declaration (variable_declaration (simple_identifier) @name)) @definition.computed . (getter))
+((property_declaration (variable_declaration (simple_identifier) @name)) @definition.computed . (getter) @last)
 (property_declaration (variable_declaration (simple_identifier) @name)) @definition.property
 (function_body) @local
 (secondary_constructor (statements) @local)

@@ -10,6 +10,7 @@
 (function_declaration "func" . _ @name) @definition.function
 (protocol_function_declaration "func" . _ @name) @definition.function
 (init_declaration name: _ @name) @definition.constructor
+(deinit_declaration "deinit" @name) @definition.function
 (subscript_declaration "subscript" @name) @definition.function
 (property_declaration name: (pattern bound_identifier: (_) @name)) @definition.property
 (function_body) @local

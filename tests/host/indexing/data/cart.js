@@ -1,6 +1,12 @@
 #!/usr/bin/env node
 /* Copyright nobody. All rights reserved. */
 'use strict';
+/**
+ * @fileoverview What the page does,
+ * slowly.
+ * @license nobody's
+ */
+const fresh = () => 1;
 
 const fs = require('fs');
 

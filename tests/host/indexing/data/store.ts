@@ -1,3 +1,9 @@
+/**
+ * Keeps what the page shows.
+ *
+ * @module shop/store
+ */
+
 /** How a key looks. */
 export type Key<T = string> = { [K in keyof T]: T[K] } | string;
 

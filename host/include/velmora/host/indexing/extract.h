@@ -17,9 +17,9 @@ class ExtractError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Names what this code makes of a source. A change of the queries, of a grammar or of anything else
-// that gives a source other symbols draws another one, so that indexes are made anew.
-inline constexpr std::string_view EXTRACTION_VERSION = "1";
+// Names what this build makes of a source. It follows the queries, the grammars, the languages that
+// are built in and the code that reads them, so that an index which another build made is made anew.
+extern const std::string_view EXTRACTION_VERSION;
 
 struct ExtractOptions {
   // How long parsing a file, and then finding its definitions, may take. Real files take
@@ -40,9 +40,12 @@ struct ExtractOptions {
                                                          std::string_view source,
                                                          const ExtractOptions& options = {});
 
-// How many places of `source` the parser of `language` could make nothing of. Throws as
-// extract_symbols does.
-[[nodiscard]] std::size_t count_errors(std::string_view language, std::string_view source,
-                                       const ExtractOptions& options = {});
+// How many places of `source`, a file in `language` at `path`, its parser could make nothing of.
+// Throws as extract_symbols does.
+[[nodiscard]] std::size_t count_errors(std::string_view language, std::string_view path,
+                                       std::string_view source, const ExtractOptions& options = {});
+
+// The languages that are built in as people write them ("C++"), in alphabetical order.
+[[nodiscard]] std::vector<std::string_view> language_titles();
 
 }  // namespace velmora::host::indexing

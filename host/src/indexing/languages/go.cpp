@@ -1,13 +1,21 @@
-#include "indexing/go.h"
-
+// Go.
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "indexing/comments.h"
 #include "indexing/declaration.h"
+#include "indexing/languages.h"
+#include "indexing/queries.h"
+
+extern "C" const TSLanguage* tree_sitter_go();
 
 namespace velmora::host::indexing {
 namespace {
+
+constexpr std::string_view EXTENSIONS[] = {".go"};
+constexpr std::string_view QUERIES[] = {queries::go};
 
 // "(r *Store[T])" is a method of Store.
 std::string receiver_type(TSNode receiver, const Source& source) {
@@ -33,8 +41,6 @@ void describe_constants(TSNode node, const Source& source, std::vector<Declared>
   std::erase_if(out, [](const Declared& constant) { return constant.name == "_"; });
 }
 
-}  // namespace
-
 void describe_go(const Found& found, std::span<const Enclosing> /*enclosing*/, const Source& source,
                  std::vector<Declared>& out) {
   if (found.kind == "constant") {
@@ -55,19 +61,31 @@ void describe_go(const Found& found, std::span<const Enclosing> /*enclosing*/, c
   out.push_back(std::move(declared));
 }
 
-std::string without_directives(const std::string& comment) {
-  std::string kept;
-  for (std::size_t at = 0; at < comment.size();) {
-    const std::size_t stop = std::min(comment.find('\n', at), comment.size());
-    const std::string_view line = std::string_view(comment).substr(at, stop - at);
-    if (!line.starts_with("go:") && !line.starts_with("nolint")) {
-      if (!kept.empty()) kept += '\n';
-      kept += line;
-    }
-    at = stop + 1;
+// "// Package name ..." above the clause.
+std::optional<ModuleDocstring> package_comment(TSNode root, const Source& source,
+                                               const Comments& comments) {
+  for (const Child& child : children(root)) {
+    if (type_of(child.node) != "package_clause") continue;
+    std::optional<std::string> text = comments.above(ts_node_start_byte(child.node));
+    if (!text || !text->starts_with("Package ")) return std::nullopt;
+    const TSNode name = ts_node_named_child(child.node, 0);
+    return ModuleDocstring{range_of(child.node), std::move(*text), source.line(name)};
   }
-  kept.resize(kept.find_last_not_of('\n') + 1);
-  return kept;
+  return std::nullopt;
 }
+
+}  // namespace
+
+constinit const Language languages::go = {
+    .name = "go",
+    .title = "Go",
+    .extensions = EXTENSIONS,
+    .grammar = tree_sitter_go,
+    .queries = QUERIES,
+    .separator = ".",
+    .line_comments = SLASH_COMMENTS,
+    .describe = describe_go,
+    .module_docstring = package_comment,
+};
 
 }  // namespace velmora::host::indexing

@@ -1,11 +1,19 @@
-#include "indexing/python.h"
-
+// Python.
 #include <algorithm>
 
+#include "indexing/comments.h"
 #include "indexing/doc_comment.h"
+#include "indexing/languages.h"
+#include "indexing/queries.h"
+
+extern "C" const TSLanguage* tree_sitter_python();
 
 namespace velmora::host::indexing {
 namespace {
+
+constexpr std::string_view EXTENSIONS[] = {".py", ".pyi", ".pyw"};
+constexpr std::string_view QUERIES[] = {queries::python};
+constexpr std::string_view COMMENTS[] = {"#:", "#"};
 
 // A value that takes more room than this is content, not signature.
 constexpr std::uint32_t LONGEST_VALUE = 120;
@@ -16,10 +24,25 @@ bool is_constant_name(std::string_view name) {
          name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") == std::string_view::npos;
 }
 
+// The string that opens a module or a body, without its quotes, or null.
+TSNode docstring_of(TSNode block) {
+  for (const Child& statement : children(block)) {
+    if (type_of(statement.node) == "comment") continue;
+    if (type_of(statement.node) != "expression_statement") break;
+    const TSNode string = ts_node_child(statement.node, 0);
+    if (type_of(string) != "string") break;
+    for (const Child& part : children(string)) {
+      if (type_of(part.node) == "string_content") return part.node;
+    }
+    break;
+  }
+  return {};
+}
+
 std::optional<std::string> body_docstring(TSNode definition, const Source& source) {
   const TSNode body = field(definition, "body");
   if (ts_node_is_null(body)) return std::nullopt;
-  const TSNode content = python_docstring(body);
+  const TSNode content = docstring_of(body);
   if (ts_node_is_null(content)) return std::nullopt;
   return docstring_text(source.raw(content));
 }
@@ -58,8 +81,6 @@ Declared describe_constant(const Found& found, const Source& source) {
   return constant;
 }
 
-}  // namespace
-
 void describe_python(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
                      std::vector<Declared>& out) {
   const bool in_class = std::ranges::any_of(
@@ -93,7 +114,8 @@ void describe_python(const Found& found, std::span<const Enclosing> enclosing, c
   }
 }
 
-std::string python_module(std::string_view path) {
+// "a/b/__init__.py" is the module a.b, "a/b.py" too.
+std::string module_of(std::string_view path) {
   std::string module(path.substr(0, path.rfind('.')));
   std::ranges::replace(module, '/', '.');
   constexpr std::string_view PACKAGE = "__init__";
@@ -104,18 +126,26 @@ std::string python_module(std::string_view path) {
   return module;
 }
 
-TSNode python_docstring(TSNode block) {
-  for (const Child& statement : children(block)) {
-    if (type_of(statement.node) == "comment") continue;
-    if (type_of(statement.node) != "expression_statement") break;
-    const TSNode string = ts_node_child(statement.node, 0);
-    if (type_of(string) != "string") break;
-    for (const Child& part : children(string)) {
-      if (type_of(part.node) == "string_content") return part.node;
-    }
-    break;
-  }
-  return {};
+std::optional<ModuleDocstring> module_docstring(TSNode root, const Source& source,
+                                                const Comments& /*comments*/) {
+  const TSNode content = docstring_of(root);
+  if (ts_node_is_null(content)) return std::nullopt;
+  return ModuleDocstring{.range = range_of(content), .text = docstring_text(source.raw(content))};
 }
+
+}  // namespace
+
+constinit const Language languages::python = {
+    .name = "python",
+    .title = "Python",
+    .extensions = EXTENSIONS,
+    .grammar = tree_sitter_python,
+    .queries = QUERIES,
+    .separator = ".",
+    .line_comments = COMMENTS,
+    .describe = describe_python,
+    .module = module_of,
+    .module_docstring = module_docstring,
+};
 
 }  // namespace velmora::host::indexing

@@ -1,23 +1,20 @@
-#include "indexing/kotlin_family.h"
-
+// Kotlin.
 #include <algorithm>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "indexing/c_macros.h"
 #include "indexing/declaration.h"
+#include "indexing/languages.h"
+#include "indexing/queries.h"
+
+extern "C" const TSLanguage* tree_sitter_kotlin();
 
 namespace velmora::host::indexing {
 namespace {
 
-Declared declared(std::string kind, const Found& found, const Source& source) {
-  const std::uint32_t from = ts_node_end_byte(found.name);
-  std::string signature = kind == "constant" ? constant_header(found.node, from, source)
-                                             : header(found.node, from, source);
-  return {
-      .kind = std::move(kind), .name = source.line(found.name), .signature = std::move(signature)};
-}
+constexpr std::string_view EXTENSIONS[] = {".kt", ".kts"};
+constexpr std::string_view QUERIES[] = {queries::kotlin};
 
 // The type that an extension function belongs to, without its arguments: "List" of
 // "fun <T> List<T>.second()". Empty for other functions.
@@ -32,8 +29,6 @@ std::string kotlin_receiver(const Found& found, const Source& source) {
   }
   return {};
 }
-
-}  // namespace
 
 void describe_kotlin(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
                      std::vector<Declared>& out) {
@@ -52,37 +47,7 @@ void describe_kotlin(const Found& found, std::span<const Enclosing> enclosing, c
   if (function) out.back().qualifier = kotlin_receiver(found, source);
 }
 
-void describe_scala(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
-                    std::vector<Declared>& out) {
-  const std::string_view name = source.raw(found.name);
-  if (found.kind == "constant") {
-    if (name.empty() || name.front() < 'A' || name.front() > 'Z') return;
-    out.push_back(declared("constant", found, source));
-  } else if (found.kind == "function") {
-    out.push_back(
-        declared(name == "this" ? "constructor" : function_kind(enclosing), found, source));
-  } else {
-    out.push_back(declared(std::string(found.kind), found, source));
-  }
-}
-
-void describe_swift(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
-                    std::vector<Declared>& out) {
-  if (found.kind == "property") {
-    const std::uint32_t start = ts_node_start_byte(found.name);
-    if (!ts_node_is_null(field(found.node, "computed_value"))) {
-      out.push_back(declared(function_kind(enclosing), found, source));
-    } else if (has_word_before(found.node, start, "let", source) &&
-               (!in_type(enclosing) || has_word_before(found.node, start, "static", source))) {
-      out.push_back(declared("constant", found, source));
-    }
-  } else {
-    out.push_back(
-        declared(found.kind == "function" ? function_kind(enclosing) : std::string(found.kind),
-                 found, source));
-  }
-}
-
+// The source with the "fun" of "fun interface" blanked: the parser would take it for a function.
 std::string blank_fun_interfaces(std::string_view source) {
   std::string text(source);
   constexpr std::string_view WORDS = "fun interface ";
@@ -93,5 +58,19 @@ std::string blank_fun_interfaces(std::string_view source) {
   }
   return text;
 }
+
+}  // namespace
+
+constinit const Language languages::kotlin = {
+    .name = "kotlin",
+    .title = "Kotlin",
+    .extensions = EXTENSIONS,
+    .grammar = tree_sitter_kotlin,
+    .queries = QUERIES,
+    .separator = ".",
+    .line_comments = SLASH_COMMENTS,
+    .describe = describe_kotlin,
+    .prepare = blank_fun_interfaces,
+};
 
 }  // namespace velmora::host::indexing

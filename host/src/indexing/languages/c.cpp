@@ -1,0 +1,31 @@
+// C.
+#include <string_view>
+
+#include "indexing/c_family.h"
+#include "indexing/c_macros.h"
+#include "indexing/languages.h"
+#include "indexing/queries.h"
+
+extern "C" const TSLanguage* tree_sitter_c();
+
+namespace velmora::host::indexing {
+namespace {
+
+constexpr std::string_view EXTENSIONS[] = {".c", ".h"};
+constexpr std::string_view QUERIES[] = {queries::c};
+
+}  // namespace
+
+constinit const Language languages::c = {
+    .name = "c",
+    .title = "C",
+    .extensions = EXTENSIONS,
+    .grammar = tree_sitter_c,
+    .queries = QUERIES,
+    .separator = "",
+    .line_comments = SLASH_COMMENTS,
+    .describe = describe_c_family,
+    .prepare = blank_macros,
+};
+
+}  // namespace velmora::host::indexing

@@ -1,0 +1,32 @@
+// C++.
+#include <string_view>
+
+#include "indexing/c_family.h"
+#include "indexing/c_macros.h"
+#include "indexing/languages.h"
+#include "indexing/queries.h"
+
+extern "C" const TSLanguage* tree_sitter_cpp();
+
+namespace velmora::host::indexing {
+namespace {
+
+constexpr std::string_view EXTENSIONS[] = {".cpp", ".cc",  ".cxx", ".c++", ".C",   ".hpp", ".hh",
+                                           ".hxx", ".h++", ".H",   ".ipp", ".tpp", ".tcc", ".inl"};
+constexpr std::string_view QUERIES[] = {queries::c, queries::cpp};
+
+}  // namespace
+
+constinit const Language languages::cpp = {
+    .name = "cpp",
+    .title = "C++",
+    .extensions = EXTENSIONS,
+    .grammar = tree_sitter_cpp,
+    .queries = QUERIES,
+    .separator = "::",
+    .line_comments = SLASH_COMMENTS,
+    .describe = describe_c_family,
+    .prepare = blank_macros,
+};
+
+}  // namespace velmora::host::indexing

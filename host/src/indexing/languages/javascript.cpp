@@ -1,0 +1,30 @@
+// JavaScript.
+#include <string_view>
+
+#include "indexing/languages.h"
+#include "indexing/queries.h"
+#include "indexing/script_family.h"
+
+extern "C" const TSLanguage* tree_sitter_javascript();
+
+namespace velmora::host::indexing {
+namespace {
+
+constexpr std::string_view EXTENSIONS[] = {".js", ".jsx", ".mjs", ".cjs"};
+constexpr std::string_view QUERIES[] = {queries::javascript, queries::javascript_fields};
+
+}  // namespace
+
+constinit const Language languages::javascript = {
+    .name = "javascript",
+    .title = "JavaScript",
+    .extensions = EXTENSIONS,
+    .grammar = tree_sitter_javascript,
+    .queries = QUERIES,
+    .separator = ".",
+    .line_comments = SLASH_COMMENTS,
+    .describe = describe_script,
+    .module_docstring = script_module_docstring,
+};
+
+}  // namespace velmora::host::indexing

@@ -1,0 +1,47 @@
+// PHP.
+
+#include <string>
+#include <string_view>
+
+#include "indexing/declaration.h"
+#include "indexing/languages.h"
+#include "indexing/queries.h"
+
+extern "C" const TSLanguage* tree_sitter_php();
+
+namespace velmora::host::indexing {
+namespace {
+
+constexpr std::string_view EXTENSIONS[] = {".php", ".phtml"};
+constexpr std::string_view QUERIES[] = {queries::php};
+constexpr std::string_view COMMENTS[] = {"///", "//", "#"};
+
+void describe_php(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
+                  std::vector<Declared>& out) {
+  if (found.kind == "define") {
+    const TSNode call = ts_node_named_child(found.node, 0);
+    if (source.raw(field(call, "function")) != "define") return;
+    out.push_back({.kind = "constant", .name = source.line(found.name)});
+    return;
+  }
+  std::string kind(found.kind);
+  if (kind == "method" && source.raw(found.name) == "__construct") kind = "constructor";
+  out.push_back(declared(std::move(kind), found, source));
+  const bool member = found.kind == "method" || found.kind == "constant";
+  if (member && in_type(enclosing)) out.back().separator = "::";
+}
+
+}  // namespace
+
+constinit const Language languages::php = {
+    .name = "php",
+    .title = "PHP",
+    .extensions = EXTENSIONS,
+    .grammar = tree_sitter_php,
+    .queries = QUERIES,
+    .separator = "\\",
+    .line_comments = COMMENTS,
+    .describe = describe_php,
+};
+
+}  // namespace velmora::host::indexing

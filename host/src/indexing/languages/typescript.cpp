@@ -1,0 +1,45 @@
+// TypeScript.
+#include <string_view>
+
+#include "indexing/languages.h"
+#include "indexing/queries.h"
+#include "indexing/script_family.h"
+
+extern "C" const TSLanguage* tree_sitter_tsx();
+extern "C" const TSLanguage* tree_sitter_typescript();
+
+namespace velmora::host::indexing {
+namespace {
+
+constexpr std::string_view EXTENSIONS[] = {".ts", ".mts", ".cts"};
+constexpr std::string_view TSX_EXTENSIONS[] = {".tsx"};
+constexpr std::string_view QUERIES[] = {queries::javascript, queries::typescript};
+
+}  // namespace
+
+constinit const Language languages::typescript = {
+    .name = "typescript",
+    .title = "TypeScript",
+    .extensions = EXTENSIONS,
+    .grammar = tree_sitter_typescript,
+    .queries = QUERIES,
+    .separator = ".",
+    .line_comments = SLASH_COMMENTS,
+    .describe = describe_script,
+    .module_docstring = script_module_docstring,
+};
+
+// Elements may stand in it; what an assertion in angle brackets is in the other.
+constinit const Language languages::tsx = {
+    .name = "typescript",
+    .title = "TypeScript",
+    .extensions = TSX_EXTENSIONS,
+    .grammar = tree_sitter_tsx,
+    .queries = QUERIES,
+    .separator = ".",
+    .line_comments = SLASH_COMMENTS,
+    .describe = describe_script,
+    .module_docstring = script_module_docstring,
+};
+
+}  // namespace velmora::host::indexing
