@@ -1,0 +1,74 @@
+// Pairs as numbers: the vocabulary, and texts as lists of word numbers with weights.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "embedding/word_bag.h"
+#include "pairs.h"
+
+namespace velmora::train {
+
+// The words that a model knows, numbered.
+class Vocabulary {
+ public:
+  explicit Vocabulary(std::vector<std::string> words);
+
+  // The words that stand in at least `least` texts of the pairs, most frequent first, equal ones by
+  // the alphabet.
+  static Vocabulary of(std::span<const Pair> pairs, const host::embedding::SymbolSettings& settings,
+                       std::size_t least);
+
+  [[nodiscard]] const std::vector<std::string>& words() const { return words_; }
+  // The number of a word, or nothing found: size().
+  [[nodiscard]] std::uint32_t find(const std::string& word) const;
+  [[nodiscard]] std::size_t size() const { return words_.size(); }
+
+ private:
+  std::vector<std::string> words_;
+  std::unordered_map<std::string, std::uint32_t> numbers_;
+};
+
+struct Term {
+  std::uint32_t word = 0;
+  float weight = 0.0F;
+};
+
+// Many texts, each a list of terms.
+class Bags {
+ public:
+  // Adds a text; words that the vocabulary lacks are left out.
+  void add(const host::embedding::WordBag& bag, const Vocabulary& vocabulary);
+
+  // Adds a text of these terms.
+  void add(std::span<const Term> terms);
+  void clear();
+
+  [[nodiscard]] std::size_t size() const { return ends_.size() - 1; }
+  [[nodiscard]] std::span<const Term> operator[](std::size_t text) const {
+    return std::span(terms_).subspan(ends_[text], ends_[text + 1] - ends_[text]);
+  }
+
+ private:
+  std::vector<Term> terms_;
+  std::vector<std::size_t> ends_ = {0};
+};
+
+// What is learned from: the question and the symbol of each pair.
+struct Examples {
+  Examples(std::span<const Pair> pairs, const Vocabulary& vocabulary,
+           const host::embedding::SymbolSettings& settings);
+
+  Bags questions;
+  Bags symbols;
+  // Equal numbers: equal questions, or the same symbol, of one repository.
+  std::vector<std::uint32_t> question_ids;
+  std::vector<std::uint32_t> symbol_ids;
+};
+
+}  // namespace velmora::train

@@ -1,0 +1,194 @@
+#include "gradient.h"
+
+#include <Eigen/Core>
+#include <algorithm>
+#include <cmath>
+
+namespace velmora::train {
+namespace {
+
+using Matrix = Eigen::Matrix<float, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
+using Row = Eigen::Matrix<float, 1, Eigen::Dynamic>;
+
+// How many rows of a matrix are one piece of work.
+constexpr std::size_t PIECE = 128;
+
+std::size_t pieces(std::size_t rows) { return (rows + PIECE - 1) / PIECE; }
+
+struct Range {
+  std::size_t begin = 0;
+  std::size_t size = 0;
+};
+
+Range piece(std::size_t number, std::size_t rows) {
+  const std::size_t begin = number * PIECE;
+  return {begin, std::min(PIECE, rows - begin)};
+}
+
+Eigen::Index index(std::size_t value) { return static_cast<Eigen::Index>(value); }
+
+auto matrix(std::span<const float> values, std::size_t columns) {
+  return Eigen::Map<const Matrix>(values.data(), index(values.size() / columns), index(columns));
+}
+
+auto matrix(std::span<float> values, std::size_t columns) {
+  return Eigen::Map<Matrix>(values.data(), index(values.size() / columns), index(columns));
+}
+
+auto vector(std::span<const float> values) {
+  return Eigen::Map<const Row>(values.data(), index(values.size()));
+}
+
+auto vector(std::span<float> values) {
+  return Eigen::Map<Row>(values.data(), index(values.size()));
+}
+
+}  // namespace
+
+Encoded encode(const Bags& texts, const Table& table, Workers& workers) {
+  const std::size_t width = table.dimensions;
+  Encoded encoded = {{width, std::vector<float>(texts.size() * width)},
+                     std::vector<float>(texts.size())};
+  workers.run(pieces(texts.size()), [&](std::size_t number) {
+    const Range range = piece(number, texts.size());
+    for (std::size_t text = range.begin; text < range.begin + range.size; ++text) {
+      auto sum = vector(encoded.vectors.row(text));
+      for (const Term& term : texts[text]) sum += term.weight * vector(table.row(term.word));
+      encoded.lengths[text] = sum.norm();
+      if (encoded.lengths[text] > 0.0F) sum /= encoded.lengths[text];
+    }
+  });
+  return encoded;
+}
+
+std::vector<float> cosines(const Encoded& questions, const Encoded& symbols, Workers& workers) {
+  const std::size_t rows = questions.lengths.size();
+  const std::size_t columns = symbols.lengths.size();
+  std::vector<float> products(rows * columns);
+  if (products.empty()) return products;
+  const auto left = matrix(questions.vectors.rows, questions.vectors.dimensions);
+  const auto right = matrix(symbols.vectors.rows, symbols.vectors.dimensions);
+  auto all = matrix(std::span(products), columns);
+  workers.run(pieces(rows), [&](std::size_t number) {
+    const Range range = piece(number, rows);
+    all.middleRows(index(range.begin), index(range.size)).noalias() =
+        left.middleRows(index(range.begin), index(range.size)) * right.transpose();
+  });
+  return products;
+}
+
+double contrastive_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
+                        float temperature, Workers& workers, std::vector<float>& by_questions,
+                        std::vector<float>& by_symbols) {
+  const std::size_t count = batch.question_ids.size();
+  const std::size_t width = questions.vectors.dimensions;
+  const auto left = matrix(questions.vectors.rows, width);
+  const auto right = matrix(symbols.vectors.rows, width);
+
+  // exp((cosine - 1) / temperature): no cosine is above one, so nothing overflows.
+  std::vector<float> likelihoods = cosines(questions, symbols, workers);
+  auto all = matrix(std::span(likelihoods), count);
+  std::vector<double> own(count);  // the logarithms on the diagonal
+  std::vector<float> row_sums(count);
+  std::vector<float> column_parts(pieces(count) * count);
+  workers.run(pieces(count), [&](std::size_t number) {
+    const Range range = piece(number, count);
+    auto rows = all.middleRows(index(range.begin), index(range.size));
+    rows.array() = (rows.array() - 1.0F) / temperature;
+    for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
+      own[i] = double{all(index(i), index(i))};
+    }
+    rows.array() = rows.array().exp();
+    for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
+      for (std::size_t j = 0; j < count; ++j) {
+        if (i != j && (batch.question_ids[i] == batch.question_ids[j] ||
+                       batch.symbol_ids[i] == batch.symbol_ids[j])) {
+          all(index(i), index(j)) = 0.0F;
+        }
+      }
+    }
+    vector(std::span(row_sums).subspan(range.begin, range.size)) = rows.rowwise().sum().transpose();
+    vector(std::span(column_parts).subspan(number * count, count)) = rows.colwise().sum();
+  });
+  std::vector<float> column_sums(count);
+  for (std::size_t number = 0; number < pieces(count); ++number) {
+    vector(std::span(column_sums)) +=
+        vector(std::span<const float>(column_parts).subspan(number * count, count));
+  }
+  double loss = 0.0;
+  for (std::size_t i = 0; i < count; ++i) {
+    loss += 0.5 * (std::log(double{row_sums[i]}) + std::log(double{column_sums[i]})) - own[i];
+  }
+
+  by_questions.assign(count * width, 0.0F);
+  by_symbols.assign(count * width, 0.0F);
+  auto question_side = matrix(std::span(by_questions), width);
+  auto symbol_side = matrix(std::span(by_symbols), width);
+  const float share = 0.5F / (static_cast<float>(count) * temperature);
+  const Row column_factors = vector(std::span<const float>(column_sums)).cwiseInverse();
+  workers.run(pieces(count), [&](std::size_t number) {
+    const Range range = piece(number, count);
+    for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
+      auto row = all.row(index(i));
+      row.array() *= (column_factors.array() + 1.0F / row_sums[i]) * share;
+      row(index(i)) -= 2.0F * share;
+    }
+    question_side.middleRows(index(range.begin), index(range.size)).noalias() =
+        all.middleRows(index(range.begin), index(range.size)) * right;
+  });
+  workers.run(pieces(count), [&](std::size_t number) {
+    const Range range = piece(number, count);
+    symbol_side.middleRows(index(range.begin), index(range.size)).noalias() =
+        all.middleCols(index(range.begin), index(range.size)).transpose() * left;
+  });
+  return loss / static_cast<double>(count);
+}
+
+Gradient gradient_of(const Bags& texts, const Encoded& encoded, std::span<const float> by_vectors,
+                     std::size_t words, Workers& workers) {
+  const std::size_t width = encoded.vectors.dimensions;
+  // Where each word of the batch occurs, so that each row is summed up by one thread.
+  struct Place {
+    std::uint32_t text = 0;
+    float weight = 0.0F;
+  };
+  Gradient gradient;
+  std::vector<std::uint32_t> numbers(words, 0);  // of a word in `gradient`, plus one
+  std::vector<std::vector<Place>> places;
+  for (std::uint32_t text = 0; text < texts.size(); ++text) {
+    if (encoded.lengths[text] <= 0.0F) continue;
+    for (const Term& term : texts[text]) {
+      if (numbers[term.word] == 0) {
+        gradient.words.push_back(term.word);
+        places.emplace_back();
+        numbers[term.word] = static_cast<std::uint32_t>(gradient.words.size());
+      }
+      places[numbers[term.word] - 1].push_back({text, term.weight});
+    }
+  }
+  // Through the scaling to length one: only what is across the vector changes it.
+  std::vector<float> by_sums(by_vectors.begin(), by_vectors.end());
+  workers.run(pieces(texts.size()), [&](std::size_t number) {
+    const Range range = piece(number, texts.size());
+    for (std::size_t text = range.begin; text < range.begin + range.size; ++text) {
+      if (encoded.lengths[text] <= 0.0F) continue;
+      auto by_sum = vector(std::span(by_sums).subspan(text * width, width));
+      const auto own = vector(encoded.vectors.row(text));
+      by_sum = ((by_sum - own * own.dot(by_sum)) / encoded.lengths[text]).eval();
+    }
+  });
+  gradient.rows.assign(gradient.words.size() * width, 0.0F);
+  workers.run(pieces(gradient.words.size()), [&](std::size_t number) {
+    const Range range = piece(number, gradient.words.size());
+    for (std::size_t word = range.begin; word < range.begin + range.size; ++word) {
+      auto row = vector(std::span(gradient.rows).subspan(word * width, width));
+      for (const Place& place : places[word]) {
+        row += place.weight *
+               vector(std::span<const float>(by_sums).subspan(place.text * width, width));
+      }
+    }
+  });
+  return gradient;
+}
+
+}  // namespace velmora::train

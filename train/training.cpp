@@ -1,0 +1,226 @@
+#include "training.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "examples.h"
+#include "gradient.h"
+#include "random.h"
+
+namespace velmora::train {
+namespace {
+
+using host::embedding::query_bag;
+using host::embedding::symbol_bag;
+using host::embedding::WordModelData;
+
+// Keeps the first steps of a word that was hardly seen within bounds.
+constexpr float SMALLEST_SQUARE = 1e-10F;
+// Adagrad's pieces of work.
+constexpr std::size_t ROWS_A_PIECE = 256;
+
+// At most so many pairs of each repository and kind, drawn at random, repository by repository.
+std::vector<Pair> drawn_pairs(std::span<const Pair> pairs, const TrainingOptions& options,
+                              Random& random) {
+  std::map<std::pair<std::string, PairKind>, std::vector<const Pair*>> groups;
+  for (const Pair& pair : pairs) groups[{pair.repository, pair.kind}].push_back(&pair);
+  std::vector<Pair> drawn;
+  for (auto& [key, members] : groups) {
+    random.shuffle(std::span(members));
+    const std::size_t most =
+        key.second == PairKind::doc ? options.most_doc_pairs : options.most_commit_pairs;
+    members.resize(std::min(members.size(), most));
+    for (const Pair* pair : members) drawn.push_back(*pair);
+  }
+  return drawn;
+}
+
+// The pairs of an epoch in their order: runs of `group` of one repository, the runs mixed.
+class Schedule {
+ public:
+  Schedule(const std::vector<Pair>& pairs, std::size_t group) : group_(group) {
+    std::map<std::string_view, std::vector<std::uint32_t>> repositories;
+    for (std::uint32_t i = 0; i < pairs.size(); ++i) repositories[pairs[i].repository].push_back(i);
+    for (auto& [name, members] : repositories) repositories_.push_back(std::move(members));
+  }
+
+  std::vector<std::uint32_t> next(Random& random) {
+    std::vector<std::span<const std::uint32_t>> runs;
+    for (std::vector<std::uint32_t>& members : repositories_) {
+      random.shuffle(std::span(members));
+      for (std::size_t at = 0; at < members.size(); at += group_) {
+        runs.push_back(std::span(members).subspan(at, std::min(group_, members.size() - at)));
+      }
+    }
+    random.shuffle(std::span(runs));
+    std::vector<std::uint32_t> order;
+    for (const auto& run : runs) order.insert(order.end(), run.begin(), run.end());
+    return order;
+  }
+
+ private:
+  std::size_t group_;
+  std::vector<std::vector<std::uint32_t>> repositories_;
+};
+
+// A table that learns: each row has a step size that shrinks with what it has learned (Adagrad, one
+// accumulator a row).
+class LearningTable {
+ public:
+  LearningTable(std::size_t words, std::size_t dimensions, Random& random)
+      : table_{dimensions, std::vector<float>(words * dimensions)}, squares_(words) {
+    for (float& value : table_.rows) value = static_cast<float>(random.normal());
+  }
+
+  [[nodiscard]] const Table& table() const { return table_; }
+
+  void learn(const Gradient& gradient, float rate, Workers& workers) {
+    const std::size_t width = table_.dimensions;
+    const std::size_t count = gradient.words.size();
+    workers.run((count + ROWS_A_PIECE - 1) / ROWS_A_PIECE, [&](std::size_t number) {
+      const std::size_t begin = number * ROWS_A_PIECE;
+      for (std::size_t i = begin; i < std::min(begin + ROWS_A_PIECE, count); ++i) {
+        const auto change = std::span(gradient.rows).subspan(i * width, width);
+        float square = 0.0F;
+        for (const float value : change) square += value * value;
+        float& total = squares_[gradient.words[i]];
+        total += square / static_cast<float>(width);
+        const float step = rate / std::sqrt(total + SMALLEST_SQUARE);
+        const auto row = table_.row(gradient.words[i]);
+        for (std::size_t j = 0; j < width; ++j) row[j] -= step * change[j];
+      }
+    });
+  }
+
+ private:
+  Table table_;
+  std::vector<float> squares_;
+};
+
+// An exam in word numbers.
+struct EncodedExam {
+  EncodedExam(const Exam& exam, const Vocabulary& vocabulary, const TrainingOptions& options)
+      : asked(exam.questions) {
+    for (const Pair& symbol : exam.symbols) {
+      symbols.add(symbol_bag(symbol.parts(), options.settings), vocabulary);
+    }
+    for (const Question& question : exam.questions) {
+      questions.add(query_bag(question.text), vocabulary);
+    }
+  }
+
+  std::span<const Question> asked;
+  Bags questions;
+  Bags symbols;
+};
+
+// The mean of 1 / the rank of the best answer by meaning, over all questions.
+double mean_reciprocal_rank(const std::vector<EncodedExam>& exams, const Table& table,
+                            Workers& workers) {
+  double sum = 0.0;
+  std::size_t count = 0;
+  for (const EncodedExam& exam : exams) {
+    const Encoded questions = encode(exam.questions, table, workers);
+    const Encoded symbols = encode(exam.symbols, table, workers);
+    const std::vector<float> all = cosines(questions, symbols, workers);
+    for (std::size_t i = 0; i < exam.asked.size(); ++i) {
+      const auto row = std::span(all).subspan(i * exam.symbols.size(), exam.symbols.size());
+      float best = -2.0F;
+      for (const std::uint32_t answer : exam.asked[i].answers) best = std::max(best, row[answer]);
+      const auto before = std::count_if(row.begin(), row.end(), [&](float v) { return v > best; });
+      sum += 1.0 / static_cast<double>(before + 1);
+      ++count;
+    }
+  }
+  return count == 0 ? 0.0 : sum / static_cast<double>(count);
+}
+
+void add_dropping(std::span<const Term> terms, double drop, Random& random, Bags& bags) {
+  if (drop <= 0.0) {
+    bags.add(terms);
+    return;
+  }
+  std::vector<Term> kept;
+  for (const Term& term : terms) {
+    if (random.uniform() >= drop) kept.push_back(term);
+  }
+  bags.add(kept);
+}
+
+Batch make_batch(const Examples& examples, std::span<const std::uint32_t> members,
+                 const TrainingOptions& options, Random& random) {
+  Batch batch;
+  for (const std::uint32_t i : members) {
+    add_dropping(examples.questions[i], options.drop_question_words, random, batch.questions);
+    add_dropping(examples.symbols[i], options.drop_symbol_words, random, batch.symbols);
+    batch.question_ids.push_back(examples.question_ids[i]);
+    batch.symbol_ids.push_back(examples.symbol_ids[i]);
+  }
+  return batch;
+}
+
+}  // namespace
+
+WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exams,
+                          const TrainingOptions& options, Workers& workers,
+                          const TrainingHooks& hooks) {
+  Random random(options.seed);
+  const std::vector<Pair> drawn = drawn_pairs(pairs, options, random);
+  const Vocabulary vocabulary = Vocabulary::of(drawn, options.settings, options.least);
+  if (vocabulary.size() == 0) throw std::invalid_argument("no word is frequent enough to learn");
+  const Examples examples(drawn, vocabulary, options.settings);
+  std::vector<EncodedExam> encoded_exams;
+  for (const Exam& exam : exams) encoded_exams.emplace_back(exam, vocabulary, options);
+
+  LearningTable learning(vocabulary.size(), options.dimensions, random);
+  Table best;
+  double best_rank = -1.0;
+  Schedule schedule(drawn, options.group);
+  const std::size_t batches = (drawn.size() + options.batch - 1) / options.batch;
+  const double steps = static_cast<double>(batches) * options.epochs;
+  std::vector<float> by_questions;
+  std::vector<float> by_symbols;
+  bool stopped = false;
+  for (int epoch = 0; epoch < options.epochs && !stopped; ++epoch) {
+    const std::vector<std::uint32_t> order = schedule.next(random);
+    double loss = 0.0;
+    for (std::size_t number = 0; number < batches && !stopped; ++number) {
+      const std::size_t begin = number * options.batch;
+      const Batch batch = make_batch(
+          examples, std::span(order).subspan(begin, std::min(options.batch, order.size() - begin)),
+          options, random);
+      const Encoded questions = encode(batch.questions, learning.table(), workers);
+      const Encoded symbols = encode(batch.symbols, learning.table(), workers);
+      loss += contrastive_loss(batch, questions, symbols, options.temperature, workers,
+                               by_questions, by_symbols);
+      const double done =
+          static_cast<double>(epoch) * static_cast<double>(batches) + static_cast<double>(number);
+      const auto rate = static_cast<float>(options.rate * (1.0 - done / steps));
+      const Gradient question_side =
+          gradient_of(batch.questions, questions, by_questions, vocabulary.size(), workers);
+      const Gradient symbol_side =
+          gradient_of(batch.symbols, symbols, by_symbols, vocabulary.size(), workers);
+      learning.learn(question_side, rate, workers);
+      learning.learn(symbol_side, rate, workers);
+      stopped = hooks.stop && hooks.stop();
+    }
+    if (stopped && best_rank >= 0.0) break;
+    const double rank = mean_reciprocal_rank(encoded_exams, learning.table(), workers);
+    if (rank >= best_rank || exams.empty()) {
+      best = learning.table();
+      best_rank = rank;
+    }
+    if (hooks.progress) {
+      hooks.progress({epoch + 1, options.epochs, loss / static_cast<double>(batches), rank});
+    }
+  }
+  return {"builtin-1", options.settings, options.dimensions, vocabulary.words(),
+          std::move(best.rows)};
+}
+
+}  // namespace velmora::train

@@ -1,0 +1,66 @@
+// Learns the vectors of words from pairs.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+
+#include "exam.h"
+#include "pairs.h"
+#include "velmora/host/embedding/word_model.h"
+#include "workers.h"
+
+namespace velmora::train {
+
+struct TrainingOptions {
+  std::uint64_t seed = 1;
+  std::uint32_t dimensions = 256;
+  // A word needs to stand in so many texts of the pairs to get a vector.
+  std::size_t least = 3;
+  int epochs = 12;
+  // Pairs that compete with each other, and how many of them in a row are of one repository.
+  std::size_t batch = 1024;
+  std::size_t group = 256;
+  float temperature = 0.06F;
+  // The first step size; it falls to zero by the last batch.
+  float rate = 0.15F;
+  // The most pairs taken of each repository and kind.
+  std::size_t most_doc_pairs = 3000;
+  std::size_t most_commit_pairs = 3000;
+  // Which part of the words of a text is left out each time that it is seen, at random.
+  double drop_question_words = 0.0;
+  double drop_symbol_words = 0.0;
+  host::embedding::SymbolSettings settings = {.name = {2.0F, 64},
+                                              .fqn = {1.0F, 64},
+                                              .signature = {1.0F, 30},
+                                              .path = {1.0F, 64},
+                                              .docstring = {1.0F, 40}};
+};
+
+// How far a training is, after each epoch.
+struct TrainingProgress {
+  int epoch = 0;  // from 1
+  int epochs = 0;
+  double loss = 0.0;  // mean over the epoch
+  double rank = 0.0;  // mean reciprocal rank by meaning over the exams; 0 without exams
+};
+
+// What the caller of a training wants to know and to stop.
+struct TrainingHooks {
+  std::function<void(const TrainingProgress&)> progress = {};
+  // Asked after each batch; true ends the training with the best epoch so far.
+  std::function<bool()> stop = {};
+};
+
+// A model trained on `pairs`: that of the epoch that ranked best in the exams, or of the last one
+// when there are none. The same arguments give the same model, bit for bit, on machines of one
+// kind. Stopped before its first epoch has ended, it gives the model as it was then. Throws
+// std::invalid_argument when no word is left to learn.
+[[nodiscard]] host::embedding::WordModelData train_model(std::span<const Pair> pairs,
+                                                         std::span<const Exam> exams,
+                                                         const TrainingOptions& options,
+                                                         Workers& workers,
+                                                         const TrainingHooks& hooks = {});
+
+}  // namespace velmora::train
