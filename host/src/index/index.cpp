@@ -13,6 +13,20 @@
 #include "index/vector_matrix.h"
 
 namespace velmora::host::index {
+namespace {
+
+// Runs `work`, which writes to `file`. A disk that takes nothing more is for the user to mend.
+void write_to_disk(const std::filesystem::path& file, const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const storage::DatabaseError& error) {
+    if (error.code() != SQLITE_FULL && error.code() != SQLITE_IOERR) throw;
+    throw IndexError("The index at " + file.string() + " cannot be written: " + error.what() +
+                     ". If its disk is full, make room and try again; the index is as it was");
+  }
+}
+
+}  // namespace
 
 struct Index::Parts {
   explicit Parts(const std::filesystem::path& path) : file(path), readers(path) {}
@@ -69,35 +83,39 @@ std::shared_ptr<Index> Index::open_or_create(const std::filesystem::path& file) 
   const bool missing = !std::filesystem::exists(path);
   std::shared_ptr<Index> index(new Index(std::make_unique<Parts>(path)));
   index->parts_->remove_at_end = missing;
-  storage::Database database = connect(path, SQLITE_OPEN_CREATE);
-  create_tables(database, path);
+  write_to_disk(path, [&] {
+    storage::Database database = connect(path, SQLITE_OPEN_CREATE);
+    create_tables(database, path);
+  });
   return index;
 }
 
 void Index::write(const std::function<bool(storage::Database&)>& work) {
-  const FileIdentity identity = file_identity(parts_->file);
-  storage::Database database = connect(parts_->file, 0);
-  // Without it, the write-ahead log would keep the size of the largest transaction.
-  database.execute("PRAGMA journal_size_limit = 16777216; PRAGMA synchronous = NORMAL");
-  std::optional<storage::Transaction> transaction;
-  try {
-    transaction.emplace(database, "BEGIN IMMEDIATE");
-  } catch (const storage::DatabaseError& error) {
-    if (error.code() != SQLITE_BUSY) throw;
-    throw IndexError("The index at " + parts_->file.string() +
-                     " is being written by another program. Try again when it is done");
-  }
-  const Content content = inspect(database, parts_->file);
-  if (content == Content::blank || file_identity(parts_->file) != identity) {
-    throw IndexError("The index at " + parts_->file.string() +
-                     " was replaced by another program. Try again");
-  }
-  if (work(database) || content == Content::unfilled) {
-    database.execute(
-        "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16)))");
-  }
-  transaction->commit();
-  parts_->remove_at_end = false;
+  write_to_disk(parts_->file, [&] {
+    const FileIdentity identity = file_identity(parts_->file);
+    storage::Database database = connect(parts_->file, 0);
+    // Without it, the write-ahead log would keep the size of the largest transaction.
+    database.execute("PRAGMA journal_size_limit = 16777216; PRAGMA synchronous = NORMAL");
+    std::optional<storage::Transaction> transaction;
+    try {
+      transaction.emplace(database, "BEGIN IMMEDIATE");
+    } catch (const storage::DatabaseError& error) {
+      if (error.code() != SQLITE_BUSY) throw;
+      throw IndexError("The index at " + parts_->file.string() +
+                       " is being written by another program. Try again when it is done");
+    }
+    const Content content = inspect(database, parts_->file);
+    if (content == Content::blank || file_identity(parts_->file) != identity) {
+      throw IndexError("The index at " + parts_->file.string() +
+                       " was replaced by another program. Try again");
+    }
+    if (work(database) || content == Content::unfilled) {
+      database.execute(
+          "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16)))");
+    }
+    transaction->commit();
+    parts_->remove_at_end = false;
+  });
 }
 
 std::int64_t Index::replace(const std::function<std::optional<Symbol>()>& next) {

@@ -61,7 +61,7 @@ CREATE TABLE models(
 CREATE TABLE embeddings(
   model INTEGER NOT NULL,
   symbol INTEGER NOT NULL,
-  vector BLOB NOT NULL,  -- float32, little-endian
+  vector BLOB NOT NULL,  -- float32, little-endian; of the program's own model int8
   UNIQUE(model, symbol)
 );
 INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), 0, '');

@@ -5,7 +5,7 @@
 #include <span>
 #include <stdexcept>
 
-#include "index/vector_matrix.h"
+#include "index/stored_vector.h"
 
 namespace velmora::host::index {
 namespace {

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "index/row_cursor.h"
+#include "index/stored_vector.h"
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::index {
@@ -150,13 +151,15 @@ class Update::Impl {
     Statement insert = database_.prepare("INSERT INTO embeddings VALUES(?, ?, ?)");
     select.bind(1, model).bind(2, embedded_to);
     std::vector<float> vector(dimensions);
+    std::vector<std::int8_t> bytes(dimensions);
     std::int64_t stored = 0;
     while (select.step()) {
       const storage::SymbolRow symbol = symbol_row(select);
       if (!vector_of(symbol, vector)) continue;
+      write_direction<std::int8_t>(vector, bytes);
       insert.bind(1, model)
           .bind(2, symbol.id)
-          .bind_blob(3, std::as_bytes(std::span(std::as_const(vector))))
+          .bind_blob(3, std::as_bytes(std::span(std::as_const(bytes))))
           .run();
       ++stored;
     }

@@ -14,10 +14,6 @@
 
 namespace velmora::host::index {
 
-// Throws std::invalid_argument unless `values` has a direction: it is not empty, finite, and not
-// all zero. `what` begins the message.
-void require_direction(std::span<const float> values, std::string_view what);
-
 // Immutable once read, so threads share it.
 class VectorMatrix {
  public:
@@ -30,14 +26,30 @@ class VectorMatrix {
                                                           std::int64_t top_k) const;
 
  private:
-  void read_row(storage::SymbolId id, std::span<const std::byte> blob, std::size_t rows);
+  // The rows of a matrix, one behind the other, and what makes each of them as long as 1.
+  template <class Number>
+  struct Rows {
+    std::vector<Number> numbers;
+    std::vector<double> inverse_norms;
+
+    void reserve(std::size_t rows, std::size_t row_bytes);
+    // Appends a row; false when it has no direction.
+    [[nodiscard]] bool add(std::span<const std::byte> blob);
+  };
+
+  void read_row(storage::SymbolId id, std::span<const std::byte> blob);
+  template <class QueryNumber, class Number>
+  [[nodiscard]] std::vector<storage::NearestPair> nearest_of(const Rows<Number>& rows,
+                                                             std::span<const QueryNumber> query,
+                                                             std::int64_t top_k) const;
 
   std::string model_;
+  bool bytes_ = false;                     // whether the vectors are kept as bytes
   std::size_t length_ = 0;                 // of the first vector
   std::optional<std::size_t> odd_length_;  // of a vector that is not as long as the first
   std::vector<storage::SymbolId> ids_;     // ascending
-  std::vector<float> values_;              // one row of `length_` for each id
-  std::vector<double> inverse_norms_;      // of each row
+  Rows<float> float_rows_;                 // one row of `length_` for each id, in one of the two
+  Rows<std::int8_t> byte_rows_;
 };
 
 }  // namespace velmora::host::index

@@ -223,6 +223,44 @@ TEST(Index, NearestIsExactWithTiesByLowerId) {
   }
 }
 
+// The vectors of the program's own model are kept in a byte a number.
+TEST(Index, OwnModelKeepsDirections) {
+  const TemporaryFolder folder;
+  const auto index = Index::open_or_create(folder.path() / "index.db");
+  std::mt19937 random(20250301);
+  constexpr std::size_t LENGTH = 1100;
+  std::vector<Symbol> symbols;
+  std::vector<float> last(LENGTH, 1e-30F);  // as large as sums get
+  for (SymbolId id = 1; id <= 20; ++id) {
+    symbols.push_back(symbol(id, "s"));
+    for (float& value : last) value += id == 1 ? 0.0F : 1e-30F * static_cast<float>(random() % 9);
+    symbols.back().embeddings = {{"m", last}};
+  }
+  index->replace(each({}));
+  index->update([&](Update& update) {
+    FileRecord file;
+    file.path = "a.py";
+    update.put(file, symbols);
+    const auto vector_of = [&](const storage::SymbolRow& row, std::span<float> vector) {
+      std::ranges::copy(symbols.at(static_cast<std::size_t>(row.id) - 1).embeddings[0].values,
+                        vector.begin());
+      return true;
+    };
+    EXPECT_EQ(update.embed("m", LENGTH, vector_of), 20);
+    EXPECT_EQ(update.embed("m", LENGTH, vector_of), 0);
+  });
+  for (const std::size_t query : {0U, 7U, 19U}) {
+    const auto& values = symbols[query].embeddings[0].values;
+    const auto got = index->nearest_symbol_ids(values, "m", {.top_k = 99});
+    ASSERT_EQ(got.size(), 20U);
+    EXPECT_EQ(got[0].id, symbols[query].id);
+    for (const NearestPair& pair : plain_nearest(symbols, values)) {
+      const auto same = std::ranges::find(got, pair.id, &NearestPair::id);
+      EXPECT_NEAR(same->similarity, pair.similarity, 2e-3);
+    }
+  }
+}
+
 TEST(Index, NearestRefusesWhatCannotBeCompared) {
   const TemporaryFolder folder;
   const auto index = Index::open_or_create(folder.path() / "index.db");

@@ -26,11 +26,12 @@ struct Finished {
 // Runs the program with `arguments` in `folder`, with `input` as its standard input, and waits for
 // it.
 inline Finished run_velmora(const std::vector<std::string>& arguments, std::string_view input = "",
-                            const std::filesystem::path& folder = "/") {
+                            const std::filesystem::path& folder = "/",
+                            const std::filesystem::path& program = VELMORA_PROGRAM) {
   const TemporaryFolder streams;
   const std::string paths[] = {streams.write("in", input), streams.write("out", ""),
                                streams.write("err", "")};
-  std::vector<char*> argv = {const_cast<char*>(VELMORA_PROGRAM)};
+  std::vector<char*> argv = {const_cast<char*>(program.c_str())};
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
   const pid_t child = ::fork();

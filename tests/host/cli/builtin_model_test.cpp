@@ -1,0 +1,174 @@
+// The program's own embedding model, from the indexing to the answer.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+#include "support/process.h"
+#include "support/temporary_folder.h"
+#include "support/word_models.h"
+#include "velmora/host/index/index.h"
+#include "velmora/storage/sqlite.h"
+
+namespace velmora::host::cli {
+namespace {
+
+namespace fs = std::filesystem;
+using test::Finished;
+using test::run_velmora;
+using test::TemporaryFolder;
+
+constexpr std::string_view ALL_OK =
+    R"("channels":{"exact":"ok","lexical":"ok","file":"ok","semantic":"ok"},"note":null})";
+
+// A repository of two functions and a model to which "fetch" means what "download" does.
+class BuiltinModel : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder.write("repo/a.py", "def download(page): pass\n");
+    folder.write("repo/b.py", "def paint(canvas): pass\n");
+    name = test::write_model(model, {{"fetch", {1, 0, 0}},
+                                     {"download", {1, 0, 0}},
+                                     {"paint", {0, 1, 0}},
+                                     {"canvas", {0, 0, 1}}});
+  }
+
+  [[nodiscard]] Finished run(std::vector<std::string> arguments,
+                             const fs::path& model_file = {}) const {
+    arguments.insert(arguments.end(), {"--model", model_file.empty() ? model : model_file});
+    return run_velmora(arguments);
+  }
+  [[nodiscard]] Finished index() const { return run({"index", repo}); }
+  [[nodiscard]] std::string ask(const std::string& question) const {
+    return run({"explore", "--repo", repo, "--json", question}).output;
+  }
+
+  // What the first row of `sql` holds.
+  [[nodiscard]] std::string stored(const std::string& sql) const {
+    storage::Database database(file, SQLITE_OPEN_READWRITE);
+    storage::Statement statement = database.prepare(sql);
+    return statement.step() ? std::string(statement.column_text(0)) : "nothing";
+  }
+  [[nodiscard]] std::string fingerprint() const {
+    return index::Index::open(file)->retrieval_fingerprint().value;
+  }
+
+  TemporaryFolder folder;
+  const std::string repo = folder.path() / "repo";
+  const fs::path model = folder.path() / "test.model";
+  const fs::path file = folder.path() / "repo" / ".velmora" / "index.db";
+  std::string name;
+};
+
+TEST_F(BuiltinModel, AnswersOnAllFourChannels) {
+  ASSERT_EQ(index().exit_code, 0);
+  const std::string answer = ask("fetch");
+  EXPECT_NE(answer.find(R"("fqn":"a.download")"), std::string::npos) << answer;
+  EXPECT_NE(answer.find(R"("ranks":{"semantic":1})"), std::string::npos) << answer;
+  EXPECT_NE(answer.find(ALL_OK), std::string::npos) << answer;
+  EXPECT_NE(ask("unheard").find(R"("note":"Ranked by name and text only: the embedding model)"
+                                R"( knows none of the question's words."})"),
+            std::string::npos);
+  const auto without = run({"explore", "--repo", repo, "--json", "--no-embeddings", "paint"});
+  EXPECT_NE(without.output.find("only: no embedding model is configured.\""), std::string::npos);
+}
+
+TEST_F(BuiltinModel, EmbedsWhatHasNoVectorYet) {
+  const std::string vectors = "SELECT group_concat(hex(vector)) FROM embeddings";
+  EXPECT_EQ(run({"index", repo, "--no-embeddings"}).exit_code, 0);
+  EXPECT_EQ(stored(vectors), "");
+  EXPECT_NE(ask("fetch").find("the index has no symbol embeddings of " + name), std::string::npos);
+  ASSERT_EQ(index().exit_code, 0);
+  EXPECT_NE(ask("fetch").find(ALL_OK), std::string::npos);
+
+  // Without a change nothing is written, although the symbol without known words has no vector.
+  folder.write("repo/c.py", "def unheard(): pass\n");
+  ASSERT_EQ(index().exit_code, 0);
+  const std::string before = fingerprint();
+  ASSERT_EQ(index().exit_code, 0);
+  EXPECT_EQ(fingerprint(), before);
+
+  // A vector that is not the model's shows what is embedded again.
+  const std::string foreign = "7F7F7F";
+  const std::string of_download =
+      "SELECT hex(vector) FROM embeddings JOIN symbols ON id = symbol WHERE name = 'download'";
+  storage::Database(file, SQLITE_OPEN_READWRITE)
+      .execute("UPDATE embeddings SET vector = x'" + foreign + "'");
+  folder.write("repo/a.py", "\n\ndef download(page): pass\ndef fetch(): pass\n");
+  ASSERT_EQ(index().exit_code, 0);
+  EXPECT_EQ(stored(of_download), foreign);
+  EXPECT_EQ(stored("SELECT count(*) FROM embeddings"), "3");
+  EXPECT_NE(fingerprint(), before);
+
+  // Another model embeds everything, and the vectors of the first are gone.
+  const std::string other = test::write_model(model, {{"download", {0, 1}}, {"paint", {1, 0}}});
+  ASSERT_NE(other, name);
+  ASSERT_EQ(index().exit_code, 0);
+  EXPECT_EQ(stored(of_download), "007F");
+  EXPECT_EQ(stored("SELECT group_concat(name) FROM models"), other);
+  EXPECT_EQ(stored("SELECT count(*) FROM embeddings"), "2");
+}
+
+TEST_F(BuiltinModel, SaysWhatIsWrongWithItsFile) {
+  ASSERT_EQ(index().exit_code, 0);
+  const auto content = [&] {
+    std::ifstream stream(model, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(stream), {});
+  }();
+  const auto flipped = [&](std::size_t at) {
+    std::string changed = content;
+    changed[at] = static_cast<char>(changed[at] ^ 0x40);
+    return changed;
+  };
+  const std::vector<std::tuple<std::string, std::string>> cases = {
+      {folder.path() / "none", " cannot be read: No such file or directory"},
+      {folder.write("empty", ""), " is cut short or is no model"},
+      {folder.write("cut", content.substr(0, content.size() - 1)), " is cut short or damaged: it"},
+      {folder.write("text", std::string(content.size(), 'x')), " is no model"},
+      {folder.write("flipped", flipped(content.size() - 1)), " is damaged: its checksum is wrong"},
+      {folder.path(), " is not a file"},
+  };
+  const std::string before = fingerprint();
+  for (const auto& [path, fault] : cases) {
+    const auto answer = run({"explore", "--repo", repo, "--json", "paint"}, path);
+    EXPECT_EQ(answer.exit_code, 0);
+    EXPECT_NE(answer.output.find(R"("semantic":"unavailable"},"note":"Ranked by name and text)"
+                                 " only: the model file " +
+                                 path + fault),
+              std::string::npos)
+        << answer.output;
+    EXPECT_TRUE(answer.output.ends_with(".\"}\n"));
+    const auto refused = run({"index", repo}, path);
+    EXPECT_EQ(refused.exit_code, 3);
+    EXPECT_EQ(refused.errors.find("velmora: The model file " + path + fault), 0U);
+    EXPECT_EQ(fingerprint(), before);
+  }
+}
+
+TEST_F(BuiltinModel, ComesWithTheProgram) {
+  fs::create_directories(folder.path() / "bin");
+  const fs::path program = folder.path() / "bin" / "velmora";
+  fs::copy_file(VELMORA_PROGRAM, program);
+  const auto without = run_velmora({"index", repo}, "", "/", program);
+  EXPECT_EQ(without.exit_code, 0);
+  EXPECT_EQ(without.errors, "velmora: The model file " + (folder.path() / "bin").string() +
+                                "/builtin.model cannot be read: No such file or directory."
+                                " Indexing without embeddings\n");
+  for (const char* place : {"share/velmora", "bin"}) {
+    fs::create_directories(folder.path() / place);
+    fs::copy_file(model, folder.path() / place / "builtin.model");
+    fs::remove_all(folder.path() / "repo" / ".velmora");
+    EXPECT_EQ(run_velmora({"index", repo}, "", "/", program).exit_code, 0);
+    const auto answer =
+        run_velmora({"explore", "--repo", repo, "--json", "fetch"}, "", "/", program);
+    EXPECT_NE(answer.output.find(ALL_OK), std::string::npos) << answer.output;
+  }
+}
+
+}  // namespace
+}  // namespace velmora::host::cli
