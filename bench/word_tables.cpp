@@ -1,6 +1,7 @@
 #include "word_tables.h"
 
 #include "velmora/workers/retrieval.h"
+#include "workers/retrieval/sort_memory.h"
 #include "workers/retrieval/words.h"
 
 namespace velmora::bench {
@@ -8,9 +9,13 @@ namespace {
 
 using storage::Database;
 using storage::Statement;
+using workers::retrieval::internal::Corpus;
 using workers::retrieval::internal::CorpusText;
+using workers::retrieval::internal::FILE_TABLE;
 using workers::retrieval::internal::FileText;
 using workers::retrieval::internal::IndexText;
+using workers::retrieval::internal::SortMemory;
+using workers::retrieval::internal::SYMBOL_TABLE;
 using workers::retrieval::internal::SymbolText;
 using workers::retrieval::internal::Vocabulary;
 using workers::retrieval::internal::WordId;
@@ -34,12 +39,6 @@ std::string any_of(std::span<const std::string> terms) {
     expression.append("\"").append(term).append("\"");
   }
   return expression;
-}
-
-void free_bm25(const Fts5ExtensionApi* api, Fts5Context* fts, sqlite3_context* result, int,
-               sqlite3_value**) {
-  const auto row = static_cast<std::uint64_t>(api->xRowid(fts));
-  sqlite3_result_double(result, -static_cast<double>((row * 0x9E3779B97F4A7C15u) >> 40));
 }
 
 }  // namespace
@@ -156,11 +155,35 @@ std::size_t CopiedTables::matches(std::span<const std::string> terms) {
 }
 
 void CopiedTables::rank_for_nothing() {
+  SortMemory(database_).choose(0, 0);
+  const auto look_up = [](const Fts5ExtensionApi* api, Fts5Context* fts, sqlite3_context* result,
+                          int weights, sqlite3_value**) {
+    const auto& ranks = *static_cast<const Ranks*>(api->xUserData(fts));
+    const auto& of_table = weights == 4 ? ranks.symbols : ranks.files;
+    sqlite3_result_int64(result, of_table[static_cast<std::size_t>(api->xRowid(fts))]);
+  };
   fts5_api* api = nullptr;
   database_.prepare("SELECT fts5(?1)").bind_pointer(1, &api, "fts5_api_ptr").run();
-  const int code = api->xCreateFunction(api, "bm25", nullptr, free_bm25, nullptr);
+  const int code = api->xCreateFunction(api, "bm25", &ranks_, look_up, nullptr);
   if (code != SQLITE_OK) storage::throw_database_error(database_.handle(), code);
   // The function is looked up when a statement opens its cursor, so the statements may stay.
+}
+
+void CopiedTables::replay(const Corpus& corpus, std::span<const std::string> terms) {
+  for (const std::string_view table : {SYMBOL_TABLE, FILE_TABLE}) {
+    const std::string name(table);
+    std::vector<std::int64_t>& ranks = table == SYMBOL_TABLE ? ranks_.symbols : ranks_.files;
+    const std::lock_guard lock(corpus.fts_lock);
+    Statement ranked = corpus.fts->database().prepare("SELECT rowid, rank FROM " + name +
+                                                      " WHERE " + name + " MATCH ? ORDER BY rank");
+    const std::string expression = corpus.fts->activate(table, terms);
+    ranked.bind(1, expression);
+    while (ranked.step()) {
+      const auto row = static_cast<std::size_t>(ranked.column_int64(0));
+      if (row >= ranks.size()) ranks.resize(row + 1);
+      ranks[row] = ranked.column_int64(1);
+    }
+  }
 }
 
 }  // namespace velmora::bench

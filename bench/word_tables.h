@@ -12,6 +12,7 @@
 #include "rows.h"
 #include "utils/arena.h"
 #include "velmora/storage/sqlite.h"
+#include "workers/retrieval/corpus.h"
 #include "workers/retrieval/index_texts.h"
 
 namespace velmora::bench {
@@ -66,6 +67,8 @@ struct FileRow {
 class CopiedTables {
  public:
   explicit CopiedTables(const storage::Database& source);
+  CopiedTables(const CopiedTables&) = delete;
+  CopiedTables& operator=(const CopiedTables&) = delete;
 
   // The first FIRST_ROWS rowids of the symbol table, then of the file table, for any of the terms.
   [[nodiscard]] std::vector<std::int64_t> first_rows(std::span<const std::string> terms);
@@ -73,11 +76,22 @@ class CopiedTables {
   // How many rows of the symbol table hold any of the terms.
   [[nodiscard]] std::size_t matches(std::span<const std::string> terms);
 
-  // Ranks by a few bits of the rowid from now on: what is left is the cost of any ranking in FTS5.
+  // From now on sorts as the library does and ranks by what was last replayed, which costs nothing:
+  // what is left is the cost of any ranking by this SQL.
   void rank_for_nothing();
 
+  // Reads the ranks that the library gives for the terms, for the next questions of these terms.
+  void replay(const workers::retrieval::internal::Corpus& corpus,
+              std::span<const std::string> terms);
+
  private:
+  struct Ranks {
+    std::vector<std::int64_t> symbols;  // by rowid
+    std::vector<std::int64_t> files;
+  };
+
   storage::Database database_;
+  Ranks ranks_;
   storage::Statement symbols_;
   storage::Statement files_;
   storage::Statement count_;
