@@ -48,6 +48,10 @@ class Blanker {
  private:
   void line(std::size_t at, std::size_t stop) {
     at = leading(at);
+    if (word_at(at) == "static" || word_at(at) == "extern") {
+      const std::size_t next = skip(at + word_at(at).size());
+      if (is_decoration_name(word_at(next))) at = leading(next);
+    }
     if (is_decoration_name(word_at(at))) at = trailing(at);
     const std::string_view word = word_at(at);
     if (word == "class" || word == "struct" || word == "union" || word == "namespace") {

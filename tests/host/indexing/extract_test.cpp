@@ -89,6 +89,7 @@ TEST(Extract, SeesThroughDecoratingMacros) {
   EXPECT_EQ(extract_symbols("c", "a.h", "BOOL f(int);").at(0).signature, "f(int) -> BOOL");
   EXPECT_EQ(extract_symbols("c", "a.h", "BOOL\nf(int);").at(0).signature, "f(int) -> BOOL");
   EXPECT_EQ(fqns("TEST(A, B)\n{\n}\nCASE(c) {}\n"), "A::B c ");
+  EXPECT_EQ(fqns("static MY_INLINE word_t\nf(int a)\n{\n}\n"), "f ");
   EXPECT_EQ(fqns("#define LIST \\\n  ITEM \\\n  int f();\n"), "LIST ");
 }
 

@@ -47,15 +47,39 @@ void describe_kotlin(const Found& found, std::span<const Enclosing> enclosing, c
   if (function) out.back().qualifier = kotlin_receiver(found, source);
 }
 
-// The source with the "fun" of "fun interface" blanked: the parser would take it for a function.
-std::string blank_fun_interfaces(std::string_view source) {
-  std::string text(source);
+// "Type by name {" opens the body of a class; the parser would take what is in the braces for an
+// argument. Of a property that is what it is.
+void blank_delegation(std::string& text) {
+  constexpr std::string_view BY = " by ";
+  constexpr std::size_t LONGEST_LINE = 200;  // of which more is looked at
+  for (std::size_t at = 0; (at = text.find(BY, at)) != std::string::npos; at += BY.size()) {
+    const std::size_t stop = text.find_first_not_of(
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.", at + BY.size());
+    if (stop == std::string::npos || text.compare(stop, 2, " {") != 0) continue;
+    const std::size_t start = at - std::min(at, LONGEST_LINE);
+    std::string line = text.substr(start, at - start);
+    line.erase(0, line.rfind('\n') + 1).insert(0, 1, ' ');
+    if (line.find_first_not_of(' ') == std::string::npos) continue;
+    if (line.find(" val ") != std::string::npos || line.find(" var ") != std::string::npos)
+      continue;
+    text.replace(at, stop - at, stop - at, ' ');
+  }
+}
+
+// "fun interface" without its "fun": the parser would take it for a function.
+void blank_fun_interfaces(std::string& text) {
   constexpr std::string_view WORDS = "fun interface ";
   for (std::size_t at = 0; (at = text.find(WORDS, at)) != std::string::npos; at += WORDS.size()) {
     const bool starts_word =
         at == 0 || text[at - 1] == ' ' || text[at - 1] == '\n' || text[at - 1] == '\t';
     if (starts_word) text.replace(at, 3, 3, ' ');
   }
+}
+
+std::string blank_stumbling_blocks(std::string_view source) {
+  std::string text(source);
+  blank_delegation(text);
+  blank_fun_interfaces(text);
   return text;
 }
 
@@ -70,7 +94,7 @@ constinit const Language languages::kotlin = {
     .separator = ".",
     .line_comments = SLASH_COMMENTS,
     .describe = describe_kotlin,
-    .prepare = blank_fun_interfaces,
+    .prepare = blank_stumbling_blocks,
 };
 
 }  // namespace velmora::host::indexing

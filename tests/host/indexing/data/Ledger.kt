@@ -97,3 +97,12 @@ fun <T> List<T>.second(): T? = getOrNull(1)
 fun String?.orNone() = this ?: "none"
 
 inline fun <reified T> make(block: () -> T): T = block()
+
+class Mirror(
+    private val inner: Reader<Int>,
+) : Book("mirror"),
+    Reader<Int> by inner {
+    val lazily by lazy { 1 }
+
+    fun turn() {}
+}
