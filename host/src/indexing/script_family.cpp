@@ -33,6 +33,13 @@ std::string function_signature(TSNode function, const Source& source) {
                            ts_node_end_byte(ts_node_is_null(result) ? parameters : result)});
 }
 
+// " extends Base" of a class that something else names.
+std::string class_signature(TSNode value, const Source& source) {
+  const TSNode own = field(value, "name");
+  const std::uint32_t keyword = ts_node_start_byte(value) + std::uint32_t{sizeof("class") - 1};
+  return header(value, ts_node_is_null(own) ? keyword : ts_node_end_byte(own), source);
+}
+
 // Whether the statement that declares a variable is exported, and whether it says "const".
 struct Statement {
   bool exported = false;
@@ -59,11 +66,8 @@ void describe_variable(const Found& found, std::span<const Enclosing> enclosing,
     declared.kind = "function";
     declared.signature = function_signature(value, source);
   } else if (!ts_node_is_null(value) && type_of(value) == "class") {
-    const TSNode own = field(value, "name");
-    const std::uint32_t keyword = ts_node_start_byte(value) + std::uint32_t{sizeof("class") - 1};
     declared.kind = "class";
-    declared.signature =
-        header(value, ts_node_is_null(own) ? keyword : ts_node_end_byte(own), source);
+    declared.signature = class_signature(value, source);
   } else {
     const Statement statement = statement_around(enclosing, source);
     const bool counts = statement.constant && statement.exported;
@@ -74,23 +78,40 @@ void describe_variable(const Found& found, std::span<const Enclosing> enclosing,
   out.push_back(std::move(declared));
 }
 
-// "exports.name = ...", "Type.prototype.name = ..."
+// What a file exports as a whole goes by its own name, or by that of the file.
+std::string name_of_export(TSNode value, const Source& source) {
+  if (const TSNode own = field(value, "name"); !ts_node_is_null(own)) return source.line(own);
+  const std::string_view file = source.path.substr(source.path.rfind('/') + 1);
+  return std::string(file.substr(0, file.find('.')));
+}
+
+Declared describe_value(TSNode value, const Source& source) {
+  if (is_function(value)) {
+    return {.kind = "function", .signature = function_signature(value, source)};
+  }
+  return {.kind = "class", .signature = class_signature(value, source)};
+}
+
+// "exports.name = ...", "Type.prototype.name = ...", "module.exports = ..."
 void describe_assigned(const Found& found, const Source& source, std::vector<Declared>& out) {
   const TSNode property = field(found.name, "property");
   const TSNode object = field(found.name, "object");
   if (ts_node_is_null(property) || ts_node_is_null(object)) return;
-  Declared declared{.kind = "function",
-                    .qualifier = source.line(object),
-                    .name = source.line(property),
-                    .signature = function_signature(field(found.node, "right"), source)};
+  const TSNode value = field(found.node, "right");
+  Declared declared = describe_value(value, source);
+  declared.qualifier = source.line(object);
+  declared.name = source.line(property);
   constexpr std::string_view PROTOTYPE = ".prototype";
-  if (declared.qualifier.ends_with(PROTOTYPE)) {
+  if (declared.qualifier == "module" && declared.name == "exports") {
+    declared.qualifier.clear();
+    declared.name = name_of_export(value, source);
+  } else if (declared.qualifier.ends_with(PROTOTYPE)) {
     declared.qualifier.resize(declared.qualifier.size() - PROTOTYPE.size());
     declared.kind = "method";
   } else if (declared.qualifier == "exports" || declared.qualifier == "module.exports") {
     declared.qualifier.clear();
   }
-  if (declared.name != "exports") out.push_back(std::move(declared));
+  out.push_back(std::move(declared));
 }
 
 // The comment's prose when it speaks of the file, and the name that it gives it.
@@ -133,6 +154,12 @@ void describe_script(const Found& found, std::span<const Enclosing> enclosing, c
   }
   if (found.kind == "assigned") {
     describe_assigned(found, source, out);
+    return;
+  }
+  if (found.kind == "default") {
+    const TSNode exported = field(found.node, "value");
+    out.push_back(describe_value(exported, source));
+    out.back().name = name_of_export(exported, source);
     return;
   }
   Declared declared{.kind = std::string(found.kind), .name = source.line(found.name)};

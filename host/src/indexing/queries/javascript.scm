@@ -9,7 +9,19 @@
 (variable_declaration (variable_declarator name: (identifier) @name) @definition.variable)
 (program (expression_statement
   (assignment_expression left: (member_expression) @name
-    right: [(function_expression) (arrow_function)]) @definition.assigned))
+    right: [(function_expression) (arrow_function) (class)]) @definition.assigned))
+(export_statement "default"
+  value: [(function_expression) (arrow_function) (class)]) @definition.default
+(export_statement "default" @name value: (object) @type)
+(program (expression_statement (assignment_expression
+  left: (member_expression property: (_) @name) right: (object) @type)))
+(program (expression_statement (assignment_expression right: (object
+  (method_definition name: (_) @name) @definition.method))))
+(program (expression_statement (assignment_expression right: (object
+  (pair key: (_) @name value: [(function_expression) (arrow_function)]) @definition.method))))
+(export_statement value: (object (method_definition name: (_) @name) @definition.method))
+(export_statement value: (object
+  (pair key: (_) @name value: [(function_expression) (arrow_function)]) @definition.method))
 (export_statement (lexical_declaration
   (variable_declarator name: (identifier) @name value: (object) @type)))
 (export_statement (lexical_declaration (variable_declarator value: (object
