@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -132,6 +133,30 @@ TEST(IndexCommand, LeavesTheLastIndexWhenItIsKilled) {
   }
   EXPECT_EQ(run_velmora({"index", at}).exit_code, 0);
   EXPECT_EQ(run_velmora({"explore", "--repo", at, "later"}).exit_code, 0);
+}
+
+TEST(IndexCommand, LeavesTheLastIndexOnAFullDisk) {
+  const TemporaryFolder folder;
+  const std::string at = folder.path();
+  folder.write("a.py", "def first(): pass");
+  EXPECT_EQ(run_velmora({"index", at}).exit_code, 0);
+  std::string large;
+  for (int i = 0; i < 5000; ++i) large += "def f" + std::to_string(i) + "(): pass\n";
+  folder.write("b.py", large);
+  // No file grows any more: what the program is told of a full disk, without one.
+  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
+  rlimit before{};
+  ::getrlimit(RLIMIT_FSIZE, &before);
+  rlimit small = before;
+  small.rlim_cur = 256 * 1024;
+  ::setrlimit(RLIMIT_FSIZE, &small);
+  const auto full = run_velmora({"index", at});
+  ::setrlimit(RLIMIT_FSIZE, &before);
+  ::signal(SIGXFSZ, handler);
+  EXPECT_EQ(full.exit_code, 3);
+  EXPECT_NE(full.errors.find("make room and try again"), std::string::npos) << full.errors;
+  EXPECT_EQ(run_velmora({"explore", "--repo", at, "first"}).exit_code, 0);
+  EXPECT_EQ(run_velmora({"index", at}).output.find("Indexed 2 files, 5001 symbols"), 0U);
 }
 
 TEST(IndexCommand, WaitsForAnotherIndexer) {

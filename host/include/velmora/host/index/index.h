@@ -26,8 +26,8 @@
 
 namespace velmora::host::index {
 
-// There is no usable index at the path, or somebody else is writing it. The message is a sentence
-// for the user and says what to do.
+// There is no usable index at the path, or somebody else is writing it, or its disk takes nothing
+// more. The message is a sentence for the user and says what to do.
 class IndexError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
