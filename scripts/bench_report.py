@@ -127,9 +127,9 @@ def text_query_section(results):
              "The first 50 rows of the symbol table and the first 50 of the file table, best first, "
              "for any of the terms; milliseconds, and how many times the library's own. The rows of "
              "the library and of SQLite's own bm25 are compared for every question: they are the "
-             "same, in the same order. The floor is the same query with a bm25 that costs nothing: "
-             "the least that any ranking costs in FTS5. Xapian searches the symbols alone, 50 rows, "
-             "from a database in memory.",
+             "same, in the same order. The floor is the same query with a bm25 that looks the same "
+             "numbers up: the least that any ranking costs in FTS5. Xapian searches the symbols "
+             "alone, 50 rows, from a database in memory.",
              "![Cost of a text query against the size of the corpus](benchmarks.svg)"]
     for percent in ("p50", "p95", "p99"):
         rows = []
@@ -219,7 +219,7 @@ def page(results):
             "writes this page. Every question is timed by itself, after a pass that warms up; the "
             "alternatives take turns at each question of the same run. The generated corpora and "
             "all questions come from fixed seeds (`bench/`); the real one is Python's standard "
-            "library.\n\n"
+            "library with the headers of C++, ICU and Linux.\n\n"
             f"{context['date'][:10]}; {machine()}, {context['num_cpus']} cores"
             + (f", load average {load:.1f} when it began" if load is not None else "")
             + f"; {context['compiler']}, {context['build_type']} build; SQLite {context['sqlite']}; "
