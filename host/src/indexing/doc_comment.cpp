@@ -115,24 +115,26 @@ std::string docstring_text(std::string_view docstring) {
 }
 
 std::string without_directives(std::string_view text) {
-  constexpr std::array<std::string_view, 18> DIRECTIVES = {"!/",
-                                                           "go:",
-                                                           "nolint",
-                                                           "frozen_string_literal:",
-                                                           "rubocop:",
-                                                           ":nodoc:",
-                                                           "typed:",
-                                                           "shellcheck ",
-                                                           "luacheck:",
-                                                           "eslint-",
-                                                           "@ts-",
-                                                           "prettier-",
-                                                           "noinspection ",
-                                                           "phpcs:",
-                                                           "swiftlint:",
-                                                           "ktlint-",
-                                                           "clang-format o",
-                                                           "NOLINT"};
+  constexpr std::string_view DIRECTIVES[] = {"-*-",
+                                             "encoding:",
+                                             "!/",
+                                             "go:",
+                                             "nolint",
+                                             "frozen_string_literal:",
+                                             "rubocop:",
+                                             ":nodoc:",
+                                             "typed:",
+                                             "shellcheck ",
+                                             "luacheck:",
+                                             "eslint-",
+                                             "@ts-",
+                                             "prettier-",
+                                             "noinspection ",
+                                             "phpcs:",
+                                             "swiftlint:",
+                                             "ktlint-",
+                                             "clang-format o",
+                                             "NOLINT"};
   std::vector<std::string_view> lines = split_lines(text);
   std::erase_if(lines, [&](std::string_view line) {
     return std::ranges::any_of(

@@ -19,9 +19,16 @@ TEST(DocComment, KeepsTheProseOnly) {
       {"/* first\n   second\n     third */", "first\nsecond\n  third"},
       {"/*\n  * not\n  all starred\n*/", "* not\nall starred"},
       {"/* unterminated", "unterminated"},
+      {"--[[ a [b]\n  c ]]", "a [b]\nc"},
+      {"--[==[\nx\n]==]", "x"},
+      {"--[[", ""},
+      {"=begin\n x\n  y\n=end", "x\n y"},
+      {"=begin", ""},
   };
   for (const auto& [comment, text] : CASES) EXPECT_EQ(comment_text(comment, SLASHES), text);
 
+  EXPECT_EQ(without_directives("frozen_string_literal: true\n\nKept.\nrubocop:disable all"),
+            "Kept.");
   EXPECT_EQ(docstring_text("First.\n\n      deep\n    less\n    "), "First.\n\n  deep\nless");
   EXPECT_EQ(docstring_text(" \n\t\n"), "");
 }

@@ -18,7 +18,8 @@ class ExtractError : public std::runtime_error {
 };
 
 // Names what this build makes of a source. It follows the queries, the grammars, the languages that
-// are built in and the code that reads them, so that an index which another build made is made anew.
+// are built in and the code that reads them, so that an index which another build made is made
+// anew.
 extern const std::string_view EXTRACTION_VERSION;
 
 struct ExtractOptions {
