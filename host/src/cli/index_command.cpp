@@ -28,6 +28,7 @@
 #include "velmora/host/index/writer_lock.h"
 #include "velmora/host/indexing/extract.h"
 #include "velmora/host/indexing/refresh.h"
+#include "velmora/logging.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -35,10 +36,13 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-// One line on the terminal that tells how far the work is; nothing when standard error is none.
+constexpr logging::Logger LOGGER("velmora.host.cli");
+
+// One line on the terminal that tells how far work is that takes a while; nothing when standard
+// error is none, nor among the lines of a verbose log.
 class Progress {
  public:
-  Progress() : shown_(isatty(STDERR_FILENO) == 1) {}
+  Progress() : shown_(isatty(STDERR_FILENO) == 1 && !LOGGER.enabled(logging::Level::debug)) {}
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress() {
@@ -66,7 +70,8 @@ class Progress {
  private:
   const bool shown_;
   const Clock::time_point start_ = Clock::now();
-  Clock::time_point next_;
+  // The first moments' rate says nothing about the time left.
+  Clock::time_point next_ = start_ + std::chrono::milliseconds(500);
 };
 
 std::string counted(std::size_t count, const std::string& thing) {

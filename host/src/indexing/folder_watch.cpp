@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -25,9 +26,19 @@ constexpr std::uint32_t CHANGES = IN_ATTRIB | IN_CREATE | IN_MODIFY | IN_CLOSE_W
                                   IN_MOVED_FROM | IN_MOVED_TO | IN_ONLYDIR | IN_DONT_FOLLOW;
 
 [[noreturn]] void fail(const std::string& what) {
-  const std::string advice =
-      errno == ENOSPC || errno == EMFILE ? " (the limits are in /proc/sys/fs/inotify)" : "";
-  throw std::system_error(errno, std::generic_category(), what + " cannot be watched" + advice);
+  const int error = errno;
+  std::string advice;
+  if (error == ENOSPC) {
+    advice =
+        ": the system watches no more folders for you. Allow more, for instance with: "
+        "sysctl fs.inotify.max_user_watches=1048576";
+  } else if (error == EMFILE) {
+    advice =
+        ": too many programs watch folders. End some, or allow more, for instance with: "
+        "sysctl fs.inotify.max_user_instances=1024";
+  }
+  if (!advice.empty()) throw std::runtime_error(what + " cannot be watched" + advice);
+  throw std::system_error(error, std::generic_category(), what + " cannot be watched");
 }
 
 }  // namespace

@@ -10,14 +10,15 @@ namespace velmora::host::indexing {
 class FolderWatch {
  public:
   // Watches nothing yet. `wake` is a descriptor of the caller, outlives the watch, and ends a wait
-  // when it becomes readable. Throws std::system_error when the system watches nothing more.
+  // when it becomes readable. Throws std::runtime_error when the system watches nothing more;
+  // the message says what to do.
   FolderWatch(std::filesystem::path root, int wake);
   FolderWatch(const FolderWatch&) = delete;
   FolderWatch& operator=(const FolderWatch&) = delete;
   ~FolderWatch();
 
   // Watches the folders of list_folders from now on; again for those that are new since. Throws
-  // std::system_error when there are more than the system watches.
+  // std::runtime_error when there are more than the system watches.
   void watch_folders();
 
   // Waits for a change, and then until there is none for `quiet`, at most for `longest`. False when
