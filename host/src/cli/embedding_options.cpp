@@ -1,6 +1,9 @@
 #include "cli/embedding_options.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdlib>
+
+#include "velmora/host/embedding/http_engine.h"
 
 namespace velmora::host::cli {
 
@@ -14,9 +17,54 @@ void add_embedding_options(CLI::App& command, EmbeddingOptions& options,
       ->envname("VELMORA_MODEL");
 }
 
+void add_server_options(CLI::App& command, EmbeddingOptions& options) {
+  CLI::Option* url = command
+                         .add_option("--embeddings-url", options.url,
+                                     "Embed questions by POST URL/embeddings; the API key, if it"
+                                     " wants one, is in VELMORA_EMBEDDINGS_API_KEY")
+                         ->type_name("URL")
+                         ->envname("VELMORA_EMBEDDINGS_URL");
+  CLI::Option* model =
+      command
+          .add_option("--embeddings-model", options.server_model,
+                      "The model to ask for; it must have embedded the symbols too")
+          ->type_name("NAME")
+          ->envname("VELMORA_EMBEDDINGS_MODEL");
+  url->needs(model);
+  model->needs(url);
+  command
+      .add_option("--embeddings-query-prefix", options.query_prefix,
+                  "Put this before a question, for models that want it")
+      ->type_name("TEXT")
+      ->needs(url);
+  command
+      .add_option("--embeddings-wait", options.wait_seconds,
+                  "How long to wait for the server's model at the start")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0, 3600).description(""))
+      ->capture_default_str();
+}
+
 std::shared_ptr<embedding::BuiltinEngine> builtin_engine(const EmbeddingOptions& options) {
   return std::make_shared<embedding::BuiltinEngine>(
       options.file ? std::filesystem::path(*options.file) : embedding::shipped_model_file());
+}
+
+std::shared_ptr<engines::EmbeddingEngine> question_engine(const EmbeddingOptions& options) {
+  if (options.none) return nullptr;
+  if (options.url.empty()) return builtin_engine(options);
+  const char* const key = std::getenv("VELMORA_EMBEDDINGS_API_KEY");
+  auto engine = std::make_shared<embedding::HttpEngine>(
+      embedding::HttpEngineOptions{.url = options.url,
+                                   .model = options.server_model,
+                                   .api_key = key == nullptr ? "" : key,
+                                   .query_prefix = options.query_prefix});
+  try {
+    static_cast<void>(engine->wait_ready(std::chrono::seconds(options.wait_seconds)));
+  } catch (const engines::EmbeddingNotReadyError&) {
+    // The answer's note tells.
+  }
+  return engine;
 }
 
 }  // namespace velmora::host::cli

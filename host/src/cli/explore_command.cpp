@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "cli/answer.h"
 #include "cli/batch.h"
@@ -13,7 +14,6 @@
 #include "cli/input.h"
 #include "cli/output.h"
 #include "velmora/host/cli/commands.h"
-#include "velmora/host/embedding/http_embedder.h"
 #include "velmora/host/index/index.h"
 #include "velmora/storage/sqlite.h"
 #include "velmora/workers/retrieval.h"
@@ -38,8 +38,6 @@ struct ExploreOptions {
   bool no_rerank = false;
   bool json = false;
   EmbeddingOptions embedding;
-  std::string embeddings_url;
-  std::string embeddings_model;
 };
 
 std::filesystem::path index_file(const ExploreOptions& options) {
@@ -49,12 +47,8 @@ std::filesystem::path index_file(const ExploreOptions& options) {
 }
 
 QueryEmbedder embedder(const ExploreOptions& options) {
-  if (options.embedding.none) return {};
-  if (options.embeddings_url.empty()) {
-    return workers::retrieval::engine_query_embedder(builtin_engine(options.embedding));
-  }
-  return embedding::http_query_embedder(
-      {.url = options.embeddings_url, .model = options.embeddings_model});
+  auto engine = question_engine(options.embedding);
+  return engine ? workers::retrieval::engine_query_embedder(std::move(engine)) : QueryEmbedder();
 }
 
 RetrieveOptions retrieve_options(const ExploreOptions& options) {
@@ -122,18 +116,8 @@ void add_explore_command(CLI::App& app, ExitCode& exit_code) {
                    "Answer many questions, one JSON object a line: query, and optionally limit,"
                    " scope, include_tests and rerank. - is standard input")
       ->type_name("FILE");
-  CLI::Option* url = command
-                         ->add_option("--embeddings-url", options->embeddings_url,
-                                      "Embed questions by POST URL/embeddings")
-                         ->type_name("URL");
-  CLI::Option* model =
-      command
-          ->add_option("--embeddings-model", options->embeddings_model,
-                       "The model to ask for; it must have embedded the symbols too")
-          ->type_name("NAME");
-  url->needs(model);
-  model->needs(url);
   add_embedding_options(*command, options->embedding, "Rank by names and text only");
+  add_server_options(*command, options->embedding);
   command->footer("Exit status: 0 with hits, 1 without any, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] { exit_code = explore(*options); });
 }

@@ -67,11 +67,12 @@ TEST_F(Explore, AnswersInJson) {
             R"("ranks":{"semantic":1}}],)"
             R"("channels":{"exact":"ok","lexical":"ok","file":"ok","semantic":"ok"},"note":null})"
             "\n");
-  response = HttpServer::response("", "500 Broken");
+  response = HttpServer::response("", "404 None");
   const auto failed = ask();
   EXPECT_EQ(failed.exit_code, 0);
-  EXPECT_NE(failed.output.find(R"("semantic":"failed")"), std::string::npos);
-  EXPECT_NE(failed.errors.find("server answered with status 500"), std::string::npos);
+  EXPECT_NE(failed.output.find(R"("semantic":"unavailable"},"note":"Ranked by name and text only:)"
+                               R"( the embedding server answered with status 404."})"),
+            std::string::npos);
 }
 
 TEST_F(Explore, ShowsPeopleWhereAndWhy) {

@@ -1,0 +1,125 @@
+#include "http/json_client.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <new>
+#include <utility>
+
+namespace velmora::host::http {
+namespace {
+
+constexpr std::size_t LONGEST_ANSWER = std::size_t{16} << 20;
+
+// Appends to the answer; taking fewer bytes than were offered ends the transfer.
+std::size_t receive(const char* data, std::size_t, std::size_t size, void* target) noexcept {
+  std::string& answer = *static_cast<std::string*>(target);
+  if (answer.size() + size > LONGEST_ANSWER) return 0;
+  try {
+    answer.append(data, size);
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+  return size;
+}
+
+// Called now and then during a transfer; anything but 0 ends it.
+int stop_wanted(void* stop, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept {
+  return static_cast<const std::stop_token*>(stop)->stop_requested() ? 1 : 0;
+}
+
+}  // namespace
+
+JsonClient::JsonClient(JsonClientOptions options) : options_(std::move(options)) {
+  static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
+  if (initialised != CURLE_OK) throw std::runtime_error("libcurl cannot be initialised");
+  const auto is_control = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+  if (std::ranges::any_of(options_.api_key, is_control)) {
+    throw std::invalid_argument("The API key holds a control character");
+  }
+  add_header("Content-Type: application/json");
+  if (!options_.api_key.empty()) add_header("Authorization: Bearer " + options_.api_key);
+}
+
+void JsonClient::add_header(const std::string& header) {
+  // The list goes on where it was: the new element is at its end.
+  curl_slist* const list = curl_slist_append(headers_.get(), header.c_str());
+  if (list == nullptr) throw std::bad_alloc();
+  static_cast<void>(headers_.release());
+  headers_.reset(list);
+}
+
+HttpError JsonClient::error(const std::string& what) const {
+  return HttpError(options_.who + " " + what);
+}
+
+nlohmann::json JsonClient::post(const nlohmann::json& question, std::stop_token stop) {
+  const std::string body = question.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  Handle handle = take();
+  const std::string answer = perform(handle.get(), body, stop);
+  {
+    // Not after a failure: such a connection is not used again.
+    const std::lock_guard guard(lock_);
+    idle_.push_back(std::move(handle));
+  }
+  nlohmann::json parsed = nlohmann::json::parse(answer, nullptr, false);
+  if (parsed.is_discarded()) throw error("sent an answer that is not JSON");
+  return parsed;
+}
+
+JsonClient::Handle JsonClient::take() {
+  {
+    const std::lock_guard guard(lock_);
+    if (!idle_.empty()) {
+      Handle handle = std::move(idle_.back());
+      idle_.pop_back();
+      return handle;
+    }
+  }
+  Handle handle(curl_easy_init());
+  if (!handle) throw std::bad_alloc();
+  CURL* const curl = handle.get();
+  curl_easy_setopt(curl, CURLOPT_URL, options_.url.c_str());
+  curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers_.get());
+  curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(options_.deadline.count()));
+  curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);  // signals and threads do not mix
+  curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, receive);
+  curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
+  curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, stop_wanted);
+  return handle;
+}
+
+std::string JsonClient::perform(CURL* curl, const std::string& body,
+                                const std::stop_token& stop) const {
+  std::string answer;
+  std::array<char, CURL_ERROR_SIZE> reason{};
+  curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+  curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.c_str());
+  curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer);
+  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, const_cast<std::stop_token*>(&stop));
+  curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, reason.data());
+  const CURLcode code = curl_easy_perform(curl);
+  curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
+  if (code == CURLE_OPERATION_TIMEDOUT) {
+    throw HttpError(options_.who + " did not answer within " +
+                        std::to_string(options_.deadline.count()) + " ms",
+                    0, true);
+  }
+  if (code == CURLE_WRITE_ERROR) throw error("sent an answer that is too long");
+  if (code != CURLE_OK) {
+    throw error("cannot be asked: " +
+                std::string(reason[0] != '\0' ? reason.data() : curl_easy_strerror(code)));
+  }
+  long status = 0;
+  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+  if (status != 200) {
+    curl_off_t seconds = 0;  // stays so when the server names none
+    curl_easy_getinfo(curl, CURLINFO_RETRY_AFTER, &seconds);
+    throw HttpError(options_.who + " answered with status " + std::to_string(status), status, false,
+                    std::chrono::seconds(seconds));
+  }
+  return answer;
+}
+
+}  // namespace velmora::host::http
