@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "exam.h"

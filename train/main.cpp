@@ -5,19 +5,26 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <iterator>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "evaluation.h"
 #include "exam.h"
+#include "miner.h"
 #include "pairs.h"
+#include "quality_report.h"
 #include "training.h"
+#include "tuning.h"
 #include "workers.h"
 
 namespace velmora::train {
 namespace {
 
+namespace fs = std::filesystem;
 using host::embedding::RowKind;
 using host::embedding::WordModel;
 using host::embedding::WordModelData;
@@ -27,133 +34,175 @@ volatile std::sig_atomic_t interrupted = 0;
 struct Arguments {
   std::string pairs;
   std::string model = "models/builtin.model";
-  std::string float_model;
+  std::optional<fs::path> float_model;
+  std::optional<fs::path> report;
+  std::vector<std::string> repositories;
   TrainingOptions training;
   ExamOptions exams;
   unsigned threads = 0;
 };
 
-std::vector<Pair> training_pairs(std::vector<Pair> pairs) {
+// Tells of each epoch, and ends the training when the user interrupts it.
+TrainingHooks hooks() {
+  std::signal(SIGINT, [](int) { interrupted = 1; });
+  const auto begin = std::chrono::steady_clock::now();
+  return {.progress =
+              [begin](const TrainingProgress& progress) {
+                const std::chrono::duration<double> spent =
+                    std::chrono::steady_clock::now() - begin;
+                std::fprintf(stderr, "epoch %d of %d: loss %.4f, rank by meaning %.4f, %.0f s\n",
+                             progress.epoch, progress.epochs, progress.loss, progress.rank,
+                             spent.count());
+              },
+          .stop = [] { return interrupted != 0; }};
+}
+
+void report(const Arguments& arguments, const std::vector<Exam>& exams, Workers& workers) {
+  if (exams.empty()) throw std::runtime_error("the pairs hold no question to measure with");
+  const std::string text =
+      to_markdown(measure(exams, arguments.model, arguments.float_model, workers));
+  std::fputs(text.c_str(), stdout);
+  if (arguments.report) write_measured(*arguments.report, text);
+}
+
+void run_train(const Arguments& arguments) {
+  Workers workers(arguments.threads);
+  std::vector<Pair> pairs = read_pairs(arguments.pairs);
+  const std::vector<Exam> exams = make_exams(pairs, VALIDATION_REPOSITORIES, arguments.exams);
   std::erase_if(pairs, [](const Pair& pair) {
     return std::find(VALIDATION_REPOSITORIES.begin(), VALIDATION_REPOSITORIES.end(),
                      pair.repository) != VALIDATION_REPOSITORIES.end();
   });
-  return pairs;
-}
-
-void train(const Arguments& arguments) {
-  Workers workers(arguments.threads);
-  std::vector<Pair> pairs = read_pairs(arguments.pairs);
-  const std::vector<Exam> exams =
-      make_exams(pairs, VALIDATION_REPOSITORIES, {.questions = 100, .seed = arguments.exams.seed});
-  pairs = training_pairs(std::move(pairs));
-  std::signal(SIGINT, [](int) { interrupted = 1; });
-  const auto begin = std::chrono::steady_clock::now();
-  const WordModelData data = train_model(
-      pairs, exams, arguments.training, workers,
-      {.progress =
-           [&](const TrainingProgress& progress) {
-             const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
-             std::fprintf(stderr, "epoch %d of %d: loss %.4f, rank by meaning %.4f, %.0f s\n",
-                          progress.epoch, progress.epochs, progress.loss, progress.rank,
-                          spent.count());
-           },
-       .stop = [] { return interrupted != 0; }});
+  const WordModelData data = train_model(pairs, exams, arguments.training, workers, hooks());
   write_word_model(arguments.model, data);
-  if (!arguments.float_model.empty()) {
-    write_word_model(arguments.float_model, data, RowKind::float32);
-  }
+  if (arguments.float_model) write_word_model(*arguments.float_model, data, RowKind::float32);
   std::printf("%s: %zu words of %u numbers, %s\n", arguments.model.c_str(), data.words.size(),
               data.dimensions, WordModel::open(arguments.model)->name().c_str());
+  if (arguments.report) report(arguments, exams, workers);
 }
 
-void evaluate_model(const Arguments& arguments) {
+void run_evaluate(const Arguments& arguments) {
   Workers workers(arguments.threads);
-  const std::vector<Exam> exams =
-      make_exams(read_pairs(arguments.pairs), VALIDATION_REPOSITORIES, arguments.exams);
-  const auto model = WordModel::open(arguments.model);
-  std::printf("%-22s %-6s %6s %6s  %-13s  %-13s  %-13s  gain\n", "repository", "kind", "symb",
-              "ask", "text", "meaning", "all");
-  for (const PairKind kind : {PairKind::doc, PairKind::commit}) {
-    ExamScores sum;
-    double count = 0;
-    const auto print = [&](const std::string& name, std::size_t symbols, std::size_t questions,
-                           const ExamScores& s) {
-      std::printf("%-22s %-6s %6zu %6zu  %.4f %.4f  %.4f %.4f  %.4f %.4f  %+.1f %%\n", name.c_str(),
-                  kind == PairKind::doc ? "doc" : "commit", symbols, questions,
-                  s.text.reciprocal_rank, s.text.recall, s.meaning.reciprocal_rank,
-                  s.meaning.recall, s.all.reciprocal_rank, s.all.recall,
-                  (s.all.reciprocal_rank / s.text.reciprocal_rank - 1.0) * 100.0);
-      std::fflush(stdout);
-    };
-    std::size_t symbols = 0;
-    std::size_t questions = 0;
-    for (const Exam& exam : exams) {
-      if (exam.kind != kind) continue;
-      const ExamScores scores = evaluate(exam, model, workers);
-      print(exam.repository, exam.symbols.size(), exam.questions.size(), scores);
-      const auto add = [&](Scores& to, const Scores& from) {
-        const auto weight = static_cast<double>(exam.questions.size());
-        to += {from.reciprocal_rank * weight, from.recall * weight};
-      };
-      add(sum.text, scores.text);
-      add(sum.meaning, scores.meaning);
-      add(sum.all, scores.all);
-      count += static_cast<double>(exam.questions.size());
-      symbols += exam.symbols.size();
-      questions += exam.questions.size();
-    }
-    for (Scores* s : {&sum.text, &sum.meaning, &sum.all}) {
-      s->reciprocal_rank /= count;
-      s->recall /= count;
-    }
-    print("all", symbols, questions, sum);
+  report(arguments,
+         make_exams(read_pairs(arguments.pairs), VALIDATION_REPOSITORIES, arguments.exams),
+         workers);
+}
+
+void run_mine(const Arguments& arguments) {
+  Workers workers(arguments.threads);
+  std::vector<Pair> pairs;
+  for (const std::string& repository : arguments.repositories) {
+    Mined mined = mine(repository, workers);
+    std::fprintf(stderr, "%s: %zu symbols, %zu pairs of documentation, %zu of commits\n",
+                 repository.c_str(), mined.symbols.size(), mined.docs.size(), mined.commits.size());
+    std::move(mined.docs.begin(), mined.docs.end(), std::back_inserter(pairs));
+    std::move(mined.commits.begin(), mined.commits.end(), std::back_inserter(pairs));
   }
-  const Speed speed = measure_speed(arguments.model, exams);
-  std::printf("open %.2f ms, query %.2f us, 100,000 symbols %.2f s\n", speed.open_milliseconds,
-              speed.query_microseconds, speed.symbols_seconds);
+  write_pairs(arguments.pairs, pairs);
+}
+
+void run_tune(const Arguments& arguments) {
+  Workers workers(arguments.threads);
+  const fs::path root = arguments.repositories.front();
+  const fs::path out = root / ".velmora" / "tuned.model";
+  const Tuned tuned = tune(root, arguments.model, out, workers, hooks());
+  const double before = tuned.before.all.reciprocal_rank;
+  const double after = tuned.after.all.reciprocal_rank;
+  std::printf(
+      "Learned from %zu pairs. Mean reciprocal rank over %zu questions of the newest commits: "
+      "names and text %.4f; all channels %.4f before, %.4f tuned (%+.1f %%).\n",
+      tuned.pairs, tuned.questions, tuned.before.text.reciprocal_rank, before, after,
+      (after / std::max(before, 1e-9) - 1.0) * 100.0);
+  if (tuned.kept) {
+    std::printf("Kept as %s.\n", out.c_str());
+  } else {
+    std::printf("It is no better, so it is not kept.\n");
+  }
+}
+
+void add_training_options(CLI::App& command, TrainingOptions& training) {
+  const CLI::Range some(1, 1 << 20);
+  command.add_option("--seed", training.seed, "Draws everything that is random")
+      ->capture_default_str();
+  command.add_option("--dimensions", training.dimensions, "The length of the vectors")
+      ->check(CLI::Range(1, 4096))
+      ->capture_default_str();
+  command.add_option("--least", training.least, "How many texts must have a word")
+      ->check(some)
+      ->capture_default_str();
+  command.add_option("--epochs", training.epochs, "How often every pair is seen")
+      ->check(some)
+      ->capture_default_str();
+  command.add_option("--batch", training.batch, "How many pairs compete with each other")
+      ->check(CLI::Range(2, 16384))
+      ->capture_default_str();
+  command.add_option("--group", training.group, "How many in a row are of one repository")
+      ->check(some)
+      ->capture_default_str();
+  command.add_option("--temperature", training.temperature, "How sharply they compete")
+      ->check(CLI::Range(0.01, 10.0))
+      ->capture_default_str();
+  command.add_option("--rate", training.rate, "The first step size")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  command.add_option("--doc-pairs", training.most_doc_pairs, "The most of a repository")
+      ->capture_default_str();
+  command.add_option("--commit-pairs", training.most_commit_pairs, "The most of a repository")
+      ->capture_default_str();
+  const auto add_part = [&](const std::string& name, host::embedding::PartSettings& part) {
+    command.add_option("--" + name + "-weight", part.weight, "The weight of its words")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    command.add_option("--" + name + "-words", part.words, "How many of its words are read")
+        ->capture_default_str();
+  };
+  add_part("name", training.settings.name);
+  add_part("fqn", training.settings.fqn);
+  add_part("signature", training.settings.signature);
+  add_part("path", training.settings.path);
+  add_part("docstring", training.settings.docstring);
 }
 
 int run(int argc, const char* const* argv) {
   CLI::App app("Trains the embedding model of velmora and measures it.", "velmora-train");
   app.require_subcommand(1);
+  app.fallthrough();
   Arguments arguments;
-  TrainingOptions& training = arguments.training;
+  app.add_option("--threads", arguments.threads, "0: one for each processor")
+      ->check(CLI::Range(0, 1024))
+      ->capture_default_str();
 
-  CLI::App* trainer = app.add_subcommand("train", "Learn word vectors from pairs");
-  trainer->add_option("PAIRS", arguments.pairs)->required();
-  trainer->add_option("--out", arguments.model)->capture_default_str();
-  trainer->add_option("--float-out", arguments.float_model);
-  trainer->add_option("--seed", training.seed)->capture_default_str();
-  trainer->add_option("--dimensions", training.dimensions)->capture_default_str();
-  trainer->add_option("--least", training.least)->capture_default_str();
-  trainer->add_option("--epochs", training.epochs)->capture_default_str();
-  trainer->add_option("--batch", training.batch)->capture_default_str();
-  trainer->add_option("--group", training.group)->capture_default_str();
-  trainer->add_option("--temperature", training.temperature)->capture_default_str();
-  trainer->add_option("--rate", training.rate)->capture_default_str();
-  trainer->add_option("--doc-pairs", training.most_doc_pairs)->capture_default_str();
-  trainer->add_option("--commit-pairs", training.most_commit_pairs)->capture_default_str();
-  trainer->add_option("--drop-question-words", training.drop_question_words);
-  trainer->add_option("--drop-symbol-words", training.drop_symbol_words);
-  trainer->add_option("--name-weight", training.settings.name.weight)->capture_default_str();
-  trainer->add_option("--fqn-weight", training.settings.fqn.weight)->capture_default_str();
-  trainer->add_option("--signature-weight", training.settings.signature.weight);
-  trainer->add_option("--path-weight", training.settings.path.weight);
-  trainer->add_option("--docstring-weight", training.settings.docstring.weight);
-  trainer->add_option("--docstring-words", training.settings.docstring.words);
-  trainer->add_option("--threads", arguments.threads);
+  CLI::App* train = app.add_subcommand(
+      "train", "Learn word vectors from pairs; Ctrl-C ends it with the best epoch so far");
+  CLI::App* evaluation = app.add_subcommand("evaluate", "Measure what a model adds to the answers");
+  for (CLI::App* command : {train, evaluation}) {
+    command->add_option("PAIRS", arguments.pairs, "A file of pairs, .jsonl or .jsonl.gz")
+        ->required();
+    command->add_option("--questions", arguments.exams.questions, "The most of an exam")
+        ->capture_default_str();
+    command->add_option("--report", arguments.report, "Puts the measured tables into this file");
+  }
+  train->add_option("--out", arguments.model, "The model file to write")->capture_default_str();
+  train->add_option("--float-out", arguments.float_model, "The model without rounding");
+  add_training_options(*train, arguments.training);
+  evaluation->add_option("--model", arguments.model, "The model file")->capture_default_str();
+  evaluation->add_option("--float-model", arguments.float_model, "The model without rounding");
 
-  CLI::App* evaluator = app.add_subcommand("evaluate", "Measure what a model adds");
-  evaluator->add_option("PAIRS", arguments.pairs)->required();
-  evaluator->add_option("--model", arguments.model)->capture_default_str();
-  evaluator->add_option("--questions", arguments.exams.questions)->capture_default_str();
-  evaluator->add_option("--threads", arguments.threads);
+  CLI::App* miner = app.add_subcommand("mine", "Make pairs from git repositories");
+  miner->add_option("REPO", arguments.repositories, "Work trees")->required();
+  miner->add_option("--out", arguments.pairs, "The file of pairs to write")->required();
+
+  CLI::App* tuner = app.add_subcommand(
+      "tune", "Adapt the model to a repository, and keep the result there if it is better");
+  tuner->add_option("REPO", arguments.repositories, "A work tree")->required()->expected(1);
+  tuner->add_option("--model", arguments.model, "The model to begin with")->capture_default_str();
 
   try {
     app.parse(argc, argv);
-    if (trainer->parsed()) train(arguments);
-    if (evaluator->parsed()) evaluate_model(arguments);
+    if (train->parsed()) run_train(arguments);
+    if (evaluation->parsed()) run_evaluate(arguments);
+    if (miner->parsed()) run_mine(arguments);
+    if (tuner->parsed()) run_tune(arguments);
     return 0;
   } catch (const CLI::ParseError& error) {
     return app.exit(error);

@@ -40,21 +40,32 @@ std::vector<Pair> drawn_pairs(std::span<const Pair> pairs, const TrainingOptions
   return drawn;
 }
 
-// The pairs of an epoch in their order: runs of `group` of one repository, the runs mixed.
+// The pairs of an epoch in their order: runs of `group` of one repository, in which those of a file
+// stand together, the runs mixed.
 class Schedule {
  public:
   Schedule(const std::vector<Pair>& pairs, std::size_t group) : group_(group) {
-    std::map<std::string_view, std::vector<std::uint32_t>> repositories;
-    for (std::uint32_t i = 0; i < pairs.size(); ++i) repositories[pairs[i].repository].push_back(i);
-    for (auto& [name, members] : repositories) repositories_.push_back(std::move(members));
+    std::map<std::string_view, std::map<std::string_view, std::vector<std::uint32_t>>> repositories;
+    for (std::uint32_t i = 0; i < pairs.size(); ++i) {
+      repositories[pairs[i].repository][pairs[i].path].push_back(i);
+    }
+    for (auto& [name, files] : repositories) {
+      std::vector<std::vector<std::uint32_t>>& repository = repositories_.emplace_back();
+      for (auto& [path, members] : files) repository.push_back(std::move(members));
+    }
   }
 
   std::vector<std::uint32_t> next(Random& random) {
-    std::vector<std::span<const std::uint32_t>> runs;
-    for (std::vector<std::uint32_t>& members : repositories_) {
-      random.shuffle(std::span(members));
-      for (std::size_t at = 0; at < members.size(); at += group_) {
-        runs.push_back(std::span(members).subspan(at, std::min(group_, members.size() - at)));
+    std::vector<std::vector<std::uint32_t>> runs;
+    for (std::vector<std::vector<std::uint32_t>>& files : repositories_) {
+      random.shuffle(std::span(files));
+      std::vector<std::uint32_t>* run = nullptr;
+      for (std::vector<std::uint32_t>& members : files) {
+        random.shuffle(std::span(members));
+        for (const std::uint32_t member : members) {
+          if (run == nullptr || run->size() == group_) run = &runs.emplace_back();
+          run->push_back(member);
+        }
       }
     }
     random.shuffle(std::span(runs));
@@ -65,16 +76,19 @@ class Schedule {
 
  private:
   std::size_t group_;
-  std::vector<std::vector<std::uint32_t>> repositories_;
+  std::vector<std::vector<std::vector<std::uint32_t>>> repositories_;  // by file
 };
 
 // A table that learns: each row has a step size that shrinks with what it has learned (Adagrad, one
 // accumulator a row).
 class LearningTable {
  public:
-  LearningTable(std::size_t words, std::size_t dimensions, Random& random)
-      : table_{dimensions, std::vector<float>(words * dimensions)}, squares_(words) {
+  LearningTable(std::size_t words, const TrainingOptions& options, Random& random)
+      : table_{options.dimensions, std::vector<float>(words * options.dimensions)},
+        squares_(words) {
     for (float& value : table_.rows) value = static_cast<float>(random.normal());
+    if (options.start == nullptr) return;
+    std::copy(options.start->rows.begin(), options.start->rows.end(), table_.rows.begin());
   }
 
   [[nodiscard]] const Table& table() const { return table_; }
@@ -140,44 +154,48 @@ double mean_reciprocal_rank(const std::vector<EncodedExam>& exams, const Table& 
   return count == 0 ? 0.0 : sum / static_cast<double>(count);
 }
 
-void add_dropping(std::span<const Term> terms, double drop, Random& random, Bags& bags) {
-  if (drop <= 0.0) {
-    bags.add(terms);
-    return;
-  }
-  std::vector<Term> kept;
-  for (const Term& term : terms) {
-    if (random.uniform() >= drop) kept.push_back(term);
-  }
-  bags.add(kept);
-}
-
-Batch make_batch(const Examples& examples, std::span<const std::uint32_t> members,
-                 const TrainingOptions& options, Random& random) {
+Batch make_batch(const Examples& examples, std::span<const std::uint32_t> members) {
   Batch batch;
   for (const std::uint32_t i : members) {
-    add_dropping(examples.questions[i], options.drop_question_words, random, batch.questions);
-    add_dropping(examples.symbols[i], options.drop_symbol_words, random, batch.symbols);
+    batch.questions.add(examples.questions[i]);
+    batch.symbols.add(examples.symbols[i]);
     batch.question_ids.push_back(examples.question_ids[i]);
     batch.symbol_ids.push_back(examples.symbol_ids[i]);
   }
   return batch;
 }
 
+// The words of the pairs, behind those of the model to begin with.
+Vocabulary make_vocabulary(std::span<const Pair> pairs, const TrainingOptions& options) {
+  Vocabulary own = Vocabulary::of(pairs, options.settings, options.least);
+  if (options.start == nullptr) return own;
+  std::vector<std::string> words = options.start->words;
+  const Vocabulary known(words);
+  for (const std::string& word : own.words()) {
+    if (known.find(word) == known.size()) words.push_back(word);
+  }
+  return Vocabulary(std::move(words));
+}
+
 }  // namespace
 
 WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exams,
-                          const TrainingOptions& options, Workers& workers,
+                          const TrainingOptions& given, Workers& workers,
                           const TrainingHooks& hooks) {
+  TrainingOptions options = given;
+  if (options.start != nullptr) {
+    options.settings = options.start->settings;
+    options.dimensions = options.start->dimensions;
+  }
   Random random(options.seed);
   const std::vector<Pair> drawn = drawn_pairs(pairs, options, random);
-  const Vocabulary vocabulary = Vocabulary::of(drawn, options.settings, options.least);
+  const Vocabulary vocabulary = make_vocabulary(drawn, options);
   if (vocabulary.size() == 0) throw std::invalid_argument("no word is frequent enough to learn");
   const Examples examples(drawn, vocabulary, options.settings);
   std::vector<EncodedExam> encoded_exams;
   for (const Exam& exam : exams) encoded_exams.emplace_back(exam, vocabulary, options);
 
-  LearningTable learning(vocabulary.size(), options.dimensions, random);
+  LearningTable learning(vocabulary.size(), options, random);
   Table best;
   double best_rank = -1.0;
   Schedule schedule(drawn, options.group);
@@ -192,8 +210,7 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
     for (std::size_t number = 0; number < batches && !stopped; ++number) {
       const std::size_t begin = number * options.batch;
       const Batch batch = make_batch(
-          examples, std::span(order).subspan(begin, std::min(options.batch, order.size() - begin)),
-          options, random);
+          examples, std::span(order).subspan(begin, std::min(options.batch, order.size() - begin)));
       const Encoded questions = encode(batch.questions, learning.table(), workers);
       const Encoded symbols = encode(batch.symbols, learning.table(), workers);
       loss += contrastive_loss(batch, questions, symbols, options.temperature, workers,
@@ -219,7 +236,7 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
       hooks.progress({epoch + 1, options.epochs, loss / static_cast<double>(batches), rank});
     }
   }
-  return {"builtin-1", options.settings, options.dimensions, vocabulary.words(),
+  return {options.base_name, options.settings, options.dimensions, vocabulary.words(),
           std::move(best.rows)};
 }
 

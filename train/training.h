@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <string>
 
 #include "exam.h"
 #include "pairs.h"
@@ -18,19 +19,22 @@ struct TrainingOptions {
   std::uint32_t dimensions = 256;
   // A word needs to stand in so many texts of the pairs to get a vector.
   std::size_t least = 3;
-  int epochs = 12;
-  // Pairs that compete with each other, and how many of them in a row are of one repository.
+  int epochs = 20;
+  // Pairs that compete with each other, and how many of them in a row are of one repository, and
+  // there file by file: what stands in the same file is the hardest to tell apart.
   std::size_t batch = 1024;
-  std::size_t group = 256;
-  float temperature = 0.06F;
+  std::size_t group = 1024;
+  float temperature = 0.1F;
   // The first step size; it falls to zero by the last batch.
-  float rate = 0.15F;
+  float rate = 0.6F;
   // The most pairs taken of each repository and kind.
   std::size_t most_doc_pairs = 3000;
   std::size_t most_commit_pairs = 3000;
-  // Which part of the words of a text is left out each time that it is seen, at random.
-  double drop_question_words = 0.0;
-  double drop_symbol_words = 0.0;
+  // The name of the model, without its checksum.
+  std::string base_name = "builtin-1";
+  // A model to begin with, whose dimensions and settings are kept; words that it lacks begin at
+  // random. Null: all do. Lives as long as the training.
+  const host::embedding::WordModelData* start = nullptr;
   host::embedding::SymbolSettings settings = {.name = {2.0F, 64},
                                               .fqn = {1.0F, 64},
                                               .signature = {1.0F, 30},

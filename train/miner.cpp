@@ -1,0 +1,263 @@
+#include "miner.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "git.h"
+#include "velmora/host/indexing/extract.h"
+#include "velmora/host/indexing/repository_scan.h"
+#include "velmora/utils/path_filter.h"
+#include "velmora/workers/retrieval.h"
+
+namespace velmora::train {
+namespace {
+
+namespace fs = std::filesystem;
+namespace retrieval = workers::retrieval;
+using host::index::Symbol;
+
+constexpr std::size_t FEWEST_WORDS = 2;
+
+bool says_enough(std::string_view question) {
+  return retrieval::query_terms(question).size() >= FEWEST_WORDS;
+}
+
+// The lines from `first` to `last` of a file as a commit left it.
+struct Lines {
+  std::int64_t first = 0;
+  std::int64_t last = 0;
+};
+
+struct ChangedFile {
+  std::string path;
+  std::vector<Lines> lines;
+};
+
+struct Commit {
+  std::string hash;
+  std::string subject;
+  std::vector<ChangedFile> files;
+};
+
+std::int64_t number_at(std::string_view& text) {
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc()) return 0;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  return number;
+}
+
+// The new lines of "@@ -a,b +c,d @@"; where lines only went, the one before them.
+Lines lines_of_hunk(std::string_view header) {
+  header.remove_prefix(std::min(header.find('+') + 1, header.size()));
+  const std::int64_t first = number_at(header);
+  std::int64_t count = 1;
+  if (header.starts_with(',')) {
+    header.remove_prefix(1);
+    count = number_at(header);
+  }
+  return {first, first + std::max<std::int64_t>(count, 1) - 1};
+}
+
+constexpr std::string_view COMMIT_MARK = "\x01";
+constexpr std::string_view SUBJECT_MARK = "\x02";
+constexpr std::string_view NEW_FILE_MARK = "+++ b/";
+
+// Reads what `git log -p -U0` prints. Within a hunk every line begins with '+', '-' or '\', so that
+// no text of a file is taken for a mark, but for added lines that begin with "++ b/": a "+++"
+// counts only behind a "---".
+class LogReader {
+ public:
+  void take(std::string_view text) {
+    for (std::size_t end = text.find('\n'); end != text.npos; end = text.find('\n')) {
+      keep(text.substr(0, end));
+      take_line(line_);
+      line_.clear();
+      text.remove_prefix(end + 1);
+    }
+    keep(text);
+  }
+
+  std::vector<Commit> commits;
+
+ private:
+  // The beginning of a line tells what it is; lines may be as long as files.
+  void keep(std::string_view text) {
+    constexpr std::size_t LONGEST = 4096;
+    line_.append(text.substr(0, LONGEST - std::min(line_.size(), LONGEST)));
+  }
+
+  void take_line(std::string_view line) {
+    if (line.starts_with(COMMIT_MARK)) {
+      const std::size_t mark = std::min(line.find(SUBJECT_MARK), line.size() - 1);
+      commits.push_back(
+          {std::string(line.substr(1, mark - 1)), std::string(line.substr(mark + 1)), {}});
+      in_header_ = false;
+    } else if (line.starts_with("diff --git ")) {
+      in_header_ = true;
+      file_ = nullptr;
+    } else if (in_header_ && line.starts_with(NEW_FILE_MARK) && !commits.empty()) {
+      line.remove_prefix(NEW_FILE_MARK.size());
+      if (line.ends_with('\t')) line.remove_suffix(1);  // git marks names with spaces
+      commits.back().files.push_back({std::string(line), {}});
+      file_ = &commits.back().files.back();
+    } else if (line.starts_with("@@ ")) {
+      in_header_ = false;
+      if (file_ != nullptr) file_->lines.push_back(lines_of_hunk(line));
+    }
+  }
+
+  std::string line_;
+  bool in_header_ = false;
+  ChangedFile* file_ = nullptr;
+};
+
+std::string key_of(std::string_view path, std::string_view fqn) {
+  return std::string(path) + "\n" + std::string(fqn);
+}
+
+// The innermost function around a line, or null.
+const Symbol* function_at(const std::vector<Symbol>& symbols, std::int64_t line) {
+  const Symbol* innermost = nullptr;
+  for (const Symbol& symbol : symbols) {
+    if (line < symbol.start_line || line > symbol.end_line) continue;
+    if (!models::CALLABLE_KINDS.contains(symbol.kind)) continue;
+    if (innermost == nullptr ||
+        symbol.end_line - symbol.start_line < innermost->end_line - innermost->start_line) {
+      innermost = &symbol;
+    }
+  }
+  return innermost;
+}
+
+// The functions that the lines lie in, each once, in the order of the lines.
+std::vector<std::string> changed_functions(const ChangedFile& file,
+                                           const std::vector<Symbol>& symbols) {
+  std::vector<std::string> fqns;
+  for (const Lines& lines : file.lines) {
+    std::int64_t line = lines.first;
+    while (line <= lines.last) {
+      const Symbol* function = function_at(symbols, line);
+      if (function != nullptr && std::find(fqns.begin(), fqns.end(), function->fqn) == fqns.end()) {
+        fqns.push_back(function->fqn);
+      }
+      ++line;
+    }
+  }
+  return fqns;
+}
+
+bool is_wanted(const Commit& commit, const MinerOptions& options) {
+  return !commit.files.empty() && commit.files.size() <= options.most_files &&
+         !commit.subject.starts_with("Revert") && !commit.subject.starts_with("revert") &&
+         says_enough(question_of_subject(commit.subject));
+}
+
+}  // namespace
+
+std::string first_sentence(std::string_view docstring, std::string_view name) {
+  docstring = docstring.substr(0, docstring.find("\n\n"));
+  const std::size_t end = docstring.find(". ");
+  if (end != docstring.npos) docstring = docstring.substr(0, end + 1);
+  std::string sentence(docstring);
+  std::replace(sentence.begin(), sentence.end(), '\n', ' ');
+  if (!name.empty() && sentence.starts_with(name)) {
+    const std::string_view rest = std::string_view(sentence).substr(name.size());
+    if (rest.starts_with(' ')) sentence = std::string(rest.substr(1));
+  }
+  return sentence;
+}
+
+std::string question_of_subject(std::string_view subject) {
+  std::string question;
+  while (!subject.empty()) {
+    const bool number =
+        subject.size() > 1 && subject[0] == '#' && subject[1] >= '0' && subject[1] <= '9';
+    if (number) {
+      subject.remove_prefix(std::min(subject.find_first_not_of("0123456789", 1), subject.size()));
+    } else {
+      question += subject.front();
+      subject.remove_prefix(1);
+    }
+  }
+  return question;
+}
+
+Mined mine(const fs::path& root, Workers& workers, const MinerOptions& options) {
+  const fs::path absolute = fs::canonical(root);
+  const std::string repository = absolute.filename().string();
+  Mined mined;
+  std::unordered_map<std::string, std::string> languages;  // of the files of today
+  std::unordered_map<std::string, std::size_t> symbols;    // by path and fqn
+  host::indexing::RepositoryScan scan(absolute);
+  while (std::optional<host::indexing::ScannedFile> file = scan.next()) {
+    languages.emplace(file->file.path, file->file.language);
+    for (const Symbol& symbol : file->symbols) {
+      if (!retrieval::RETRIEVABLE_KINDS.contains(symbol.kind)) continue;
+      symbols.emplace(key_of(symbol.path, symbol.fqn), mined.symbols.size());
+      mined.symbols.push_back({.repository = repository,
+                               .kind = PairKind::commit,
+                               .query = {},
+                               .name = symbol.name,
+                               .fqn = symbol.fqn,
+                               .signature = symbol.signature.value_or(""),
+                               .path = symbol.path,
+                               .docstring = symbol.docstring.value_or("")});
+    }
+  }
+  for (const Pair& symbol : mined.symbols) {
+    std::string question = first_sentence(symbol.docstring, symbol.name);
+    if (utils::is_test_path(symbol.path) || !says_enough(question)) continue;
+    Pair& pair = mined.docs.emplace_back(symbol);
+    pair.kind = PairKind::doc;
+    pair.query = std::move(question);
+    pair.docstring.clear();
+  }
+
+  LogReader log;
+  run_git(absolute,
+          {"-c", "core.quotePath=false", "log", "--no-merges", "--no-renames", "--no-color",
+           "--no-ext-diff", "--relative", "--src-prefix=a/", "--dst-prefix=b/", "-p", "-U0",
+           "--format=%x01%H%x02%s", "--max-count=" + std::to_string(options.commits), "--", "."},
+          [&](std::string_view text) { log.take(text); });
+  std::erase_if(log.commits, [&](const Commit& commit) { return !is_wanted(commit, options); });
+
+  // Line numbers are those of the commit, so each file is parsed as the commit left it.
+  std::vector<std::vector<std::size_t>> changed(log.commits.size());
+  workers.run(log.commits.size(), [&](std::size_t number) {
+    const Commit& commit = log.commits[number];
+    for (const ChangedFile& file : commit.files) {
+      const auto language = languages.find(file.path);
+      if (language == languages.end() || language->second.empty()) continue;
+      if (utils::is_test_path(file.path)) continue;
+      std::string source;
+      run_git(absolute, {"show", commit.hash + ":./" + file.path},
+              [&](std::string_view text) { source += text; });
+      std::vector<Symbol> then;
+      try {
+        then = host::indexing::extract_symbols(language->second, file.path, source);
+      } catch (const host::indexing::ExtractError&) {
+        continue;  // what it holds is not known
+      }
+      for (const std::string& fqn : changed_functions(file, then)) {
+        const auto today = symbols.find(key_of(file.path, fqn));
+        if (today != symbols.end()) changed[number].push_back(today->second);
+      }
+    }
+  });
+  for (std::size_t number = 0; number < log.commits.size(); ++number) {
+    if (changed[number].size() > options.most_functions) continue;
+    for (const std::size_t symbol : changed[number]) {
+      Pair& pair = mined.commits.emplace_back(mined.symbols[symbol]);
+      pair.query = question_of_subject(log.commits[number].subject);
+    }
+  }
+  return mined;
+}
+
+}  // namespace velmora::train

@@ -1,0 +1,50 @@
+// What is told of a model: how good its answers are, and how fast it is.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "evaluation.h"
+#include "exam.h"
+#include "workers.h"
+
+namespace velmora::train {
+
+struct QualityRow {
+  std::string repository;  // "all" in a total
+  PairKind kind = PairKind::doc;
+  std::size_t symbols = 0;
+  std::size_t questions = 0;
+  ExamScores scores;
+};
+
+struct Quality {
+  std::string model;
+  std::size_t words = 0;
+  std::size_t dimensions = 0;
+  std::uintmax_t bytes = 0;
+  std::vector<QualityRow> rows;    // a total, over the questions of a kind, follows its rows
+  std::vector<QualityRow> floats;  // the totals with unrounded numbers; none when not measured
+  Speed speed;
+};
+
+// Measures the model in a file, and its twin that was written without rounding if there is one.
+// Throws ModelFileError.
+[[nodiscard]] Quality measure(std::span<const Exam> exams, const std::filesystem::path& model,
+                              const std::optional<std::filesystem::path>& float_model,
+                              Workers& workers);
+
+// The tables, in Markdown.
+[[nodiscard]] std::string to_markdown(const Quality& quality);
+
+// Puts `text` between the marks "<!-- measured -->" and "<!-- end of measured -->" of a file, in
+// the place of what stands there; behind everything when it has no marks. What a person wrote
+// around them stays. Throws std::runtime_error when the file cannot be written.
+void write_measured(const std::filesystem::path& file, const std::string& text);
+
+}  // namespace velmora::train
