@@ -54,14 +54,24 @@ void text_query(benchmark::State& state, const SubjectName& name) {
 
   const int rounds = on.rows->size() > 20'000 ? 1 : 5;
   Sample ours, stocks, floors, xapians;
+  bool ours_first = true;
   for (auto _ : state) {
     for (int round = 0; round < rounds; ++round) {
       for (const Question& question : on.questions) {
         const std::vector<std::string>& terms = question.terms;
-        ours.add(milliseconds([&] { benchmark::DoNotOptimize(first_rows(corpus, terms)); }));
         floor.replay(corpus, terms);
         stocks.add(milliseconds([&] { benchmark::DoNotOptimize(stock.first_rows(terms)); }));
-        floors.add(milliseconds([&] { benchmark::DoNotOptimize(floor.first_rows(terms)); }));
+        // Whoever comes first finds the caches full of others' data.
+        const auto add_ours = [&] {
+          ours.add(milliseconds([&] { benchmark::DoNotOptimize(first_rows(corpus, terms)); }));
+        };
+        const auto add_floor = [&] {
+          floors.add(milliseconds([&] { benchmark::DoNotOptimize(floor.first_rows(terms)); }));
+        };
+        if (ours_first) add_ours();
+        add_floor();
+        if (!ours_first) add_ours();
+        ours_first = !ours_first;
         xapians.add(milliseconds([&] { benchmark::DoNotOptimize(xapian.ask(terms)); }));
       }
     }

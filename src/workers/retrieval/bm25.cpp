@@ -83,6 +83,11 @@ std::optional<double> Bm25Query::score(std::int64_t rowid) {
     next = std::min(next, phrase.row);
   }
   row_ = next;
+  // Rows that match lie far apart; fetched now, the next one is there when it is asked for.
+  if (next != END) {
+    __builtin_prefetch(counts_->rowids().data() + next);
+    __builtin_prefetch(counts_->norms().data() + next);
+  }
   return -1.0 * score;
 }
 
