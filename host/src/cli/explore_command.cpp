@@ -13,6 +13,7 @@
 #include "cli/index_location.h"
 #include "cli/input.h"
 #include "cli/output.h"
+#include "cli/rerank_options.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
 #include "velmora/storage/sqlite.h"
@@ -35,7 +36,7 @@ struct ExploreOptions {
   std::optional<std::string> scope;
   bool include_tests = false;
   bool exclude_tests = false;
-  bool no_rerank = false;
+  RerankOptions rerank;
   bool json = false;
   EmbeddingOptions embedding;
 };
@@ -52,7 +53,7 @@ QueryEmbedder embedder(const ExploreOptions& options) {
 }
 
 RetrieveOptions retrieve_options(const ExploreOptions& options) {
-  RetrieveOptions retrieve{.limit = options.limit, .rerank = !options.no_rerank};
+  RetrieveOptions retrieve{.limit = options.limit, .rerank = !options.rerank.none};
   if (options.scope) retrieve.scope = *options.scope;
   if (options.include_tests) retrieve.include_tests = true;
   if (options.exclude_tests) retrieve.include_tests = false;
@@ -65,7 +66,9 @@ ExitCode explore(const ExploreOptions& options) {
   }
   const std::filesystem::path file = index_file(options);
   try {
-    HybridRetriever retriever(index::Index::open(file), {.embedder = embedder(options)});
+    HybridRetriever retriever(
+        index::Index::open(file),
+        {.embedder = embedder(options), .decisions = rerank_client(options.rerank)});
     if (options.batch) {
       Input input(*options.batch);
       answer_batch(input.stream(), retriever, retrieve_options(options));
@@ -109,7 +112,7 @@ void add_explore_command(CLI::App& app, ExitCode& exit_code) {
                         "Show symbols of tests too; otherwise the question's words decide");
   command->add_flag("--exclude-tests", options->exclude_tests, "Show no symbols of tests")
       ->excludes(include_tests);
-  command->add_flag("--no-rerank", options->no_rerank, "Keep the order of the ranking");
+  add_rerank_options(*command, options->rerank);
   command->add_flag("--json", options->json, "Write the answer as one JSON object");
   command
       ->add_option("--batch", options->batch,

@@ -75,6 +75,27 @@ TEST_F(Explore, AnswersInJson) {
             std::string::npos);
 }
 
+TEST_F(Explore, LetsAServerReorderHits) {
+  HttpServer server([](const std::string&) {
+    return HttpServer::response(R"({"results":[{"index":0,"relevance_score":0.1},)"
+                                R"({"index":1,"relevance_score":0.9}]})");
+  });
+  const auto first = [&](const std::vector<std::string>& more) {
+    std::vector<std::string> arguments = {
+        "explore",         "--repo",         repo, "--json",       "--no-embeddings", "config",
+        "--include-tests", "--rerank-model", "m",  "--rerank-url", server.url()};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const std::string output = run_velmora(arguments).output;
+    return output.substr(output.find("\"fqn\":"), 20);
+  };
+  const std::string ranked = first({"--no-rerank"});
+  EXPECT_TRUE(server.requests().empty());
+  EXPECT_NE(first({}), ranked);
+  EXPECT_EQ(server.requests().at(0).find("Reads settings"), std::string::npos);
+  EXPECT_NE(first({"--share-source"}), ranked);
+  EXPECT_NE(server.requests().at(1).find("Reads settings"), std::string::npos);
+}
+
 TEST_F(Explore, ShowsPeopleWhereAndWhy) {
   std::filesystem::create_directories(folder.path() / "src" / "deep");
   const auto result = run_velmora({"explore", "parse_config"}, "", folder.path() / "src" / "deep");

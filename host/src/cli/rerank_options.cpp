@@ -1,0 +1,37 @@
+#include "cli/rerank_options.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+
+#include "velmora/host/decision/http_reranker.h"
+
+namespace velmora::host::cli {
+
+void add_rerank_options(CLI::App& command, RerankOptions& options) {
+  command.add_flag("--no-rerank", options.none, "Keep the order of the ranking");
+  CLI::Option* url = command
+                         .add_option("--rerank-url", options.url,
+                                     "Let POST URL/rerank reorder the first hits; the API key, if"
+                                     " it wants one, is in VELMORA_RERANK_API_KEY")
+                         ->type_name("URL")
+                         ->envname("VELMORA_RERANK_URL");
+  CLI::Option* model = command.add_option("--rerank-model", options.model, "The model to ask for")
+                           ->type_name("NAME")
+                           ->envname("VELMORA_RERANK_MODEL");
+  url->needs(model);
+  model->needs(url);
+  command.add_flag("--share-source", options.share_source,
+                   "Show the rerank server signatures and docstrings too");
+}
+
+std::shared_ptr<engines::RerankClient> rerank_client(const RerankOptions& options) {
+  if (options.none || options.url.empty()) return nullptr;
+  const char* const key = std::getenv("VELMORA_RERANK_API_KEY");
+  return std::make_shared<decision::HttpReranker>(
+      decision::HttpRerankerOptions{.url = options.url,
+                                    .model = options.model,
+                                    .api_key = key == nullptr ? "" : key,
+                                    .share_source = options.share_source});
+}
+
+}  // namespace velmora::host::cli

@@ -1,0 +1,134 @@
+#include "velmora/host/decision/http_reranker.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "http/json_client.h"
+#include "velmora/workers/retrieval.h"
+
+namespace velmora::host::decision {
+namespace {
+
+using engines::DecisionError;
+using nlohmann::json;
+
+std::string endpoint(std::string url) {
+  while (url.ends_with('/')) url.pop_back();
+  return url + "/rerank";
+}
+
+// "1. function pkg.parse" without the number, which says nothing to a model of single documents.
+std::string_view without_number(std::string_view candidate) {
+  const std::size_t stop = candidate.find(". ");
+  return stop == std::string_view::npos ? candidate : candidate.substr(stop + 2);
+}
+
+bool is_probability(double score) { return score >= 0.0 && score <= 1.0; }
+
+double logistic(double score) { return 1.0 / (1.0 + std::exp(-score)); }
+
+}  // namespace
+
+class HttpReranker::Impl {
+ public:
+  explicit Impl(HttpRerankerOptions options)
+      : model_(std::move(options.model)),
+        share_source_(options.share_source),
+        client_({.who = "The rerank server",
+                 .url = endpoint(options.url),
+                 .api_key = options.api_key,
+                 .deadline = options.deadline}) {}
+
+  [[nodiscard]] bool share_source() const { return share_source_; }
+
+  // The score of each candidate, in their order.
+  std::vector<double> scores(const engines::DecisionState& state) {
+    json documents = json::array();
+    for (const std::string& candidate : state.candidates) {
+      documents.push_back(without_number(candidate));
+    }
+    const json answer = client_.post(
+        {{"model", model_}, {"query", state.question}, {"documents", std::move(documents)}});
+    const auto results = answer.find("results");
+    if (!answer.is_object() || results == answer.end() || !results->is_array()) {
+      throw client_.error("sent no list \"results\"");
+    }
+    std::vector<std::optional<double>> found(state.candidates.size());
+    for (const json& result : *results) read(result, found);
+    std::vector<double> scores;
+    for (const std::optional<double>& score : found) {
+      if (!score) {
+        throw client_.error("sent no score of candidate " + std::to_string(scores.size() + 1));
+      }
+      scores.push_back(*score);
+    }
+    return scores;
+  }
+
+ private:
+  void read(const json& result, std::vector<std::optional<double>>& found) const {
+    const json* const index = field(result, "index");
+    const json* const score = field(result, "relevance_score");
+    if (index == nullptr || !index->is_number_unsigned() ||
+        index->get<std::uint64_t>() >= found.size()) {
+      throw client_.error("sent a result whose index no candidate has");
+    }
+    // A number too large for a double is not finite.
+    if (score == nullptr || !score->is_number() || !std::isfinite(score->get<double>())) {
+      throw client_.error("sent a relevance_score that is not a finite number");
+    }
+    std::optional<double>& place = found[index->get<std::size_t>()];
+    if (place) throw client_.error("sent two scores of one candidate");
+    place = score->get<double>();
+  }
+
+  static const json* field(const json& object, const char* name) {
+    const auto found = object.find(name);
+    return object.is_object() && found != object.end() ? &*found : nullptr;
+  }
+
+  const std::string model_;
+  const bool share_source_;
+  http::JsonClient client_;
+};
+
+HttpReranker::HttpReranker(HttpRerankerOptions options)
+    : impl_(std::make_unique<Impl>(std::move(options))) {}
+
+HttpReranker::~HttpReranker() = default;
+
+bool HttpReranker::feature_enabled(std::string_view name) {
+  return name == workers::retrieval::RERANK_FEATURE;
+}
+
+bool HttpReranker::source_consent() { return impl_->share_source(); }
+
+engines::DecisionResult HttpReranker::decide(const engines::DecisionState& state,
+                                             const engines::DecisionQuestions& questions,
+                                             engines::DecideOptions) {
+  std::vector<double> scores;
+  try {
+    scores = impl_->scores(state);
+  } catch (const http::HttpError& error) {
+    throw DecisionError(error.what());
+  }
+  if (!std::ranges::all_of(scores, is_probability)) {
+    std::ranges::transform(scores, scores.begin(), logistic);
+  }
+  engines::DecisionResult result;
+  for (std::size_t position = 0; position < scores.size(); ++position) {
+    std::string key = "candidate_" + std::to_string(position + 1);
+    if (!questions.contains(key)) throw DecisionError("No question is about " + key);
+    result.probabilities.emplace(std::move(key), scores[position]);
+  }
+  return result;
+}
+
+}  // namespace velmora::host::decision
