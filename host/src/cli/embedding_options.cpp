@@ -7,14 +7,18 @@
 
 namespace velmora::host::cli {
 
-void add_embedding_options(CLI::App& command, EmbeddingOptions& options,
-                           const std::string& without) {
-  command.add_flag("--no-embeddings", options.none, without);
+void add_model_option(CLI::App& command, EmbeddingOptions& options) {
   command
       .add_option("--model", options.file,
                   "The embedding model to use in place of the one that velmora came with")
       ->type_name("FILE")
       ->envname("VELMORA_MODEL");
+}
+
+void add_embedding_options(CLI::App& command, EmbeddingOptions& options,
+                           const std::string& without) {
+  command.add_flag("--no-embeddings", options.none, without);
+  add_model_option(command, options);
 }
 
 void add_server_options(CLI::App& command, EmbeddingOptions& options) {

@@ -25,7 +25,10 @@ struct EmbeddingOptions {
   int wait_seconds = 5;
 };
 
-// Adds the options to a command; `without` describes --no-embeddings. `options` outlives the parse.
+// Adds --model to a command. `options` outlives the parse.
+void add_model_option(CLI::App& command, EmbeddingOptions& options);
+
+// Adds --model and --no-embeddings, which `without` describes.
 void add_embedding_options(CLI::App& command, EmbeddingOptions& options,
                            const std::string& without);
 

@@ -30,8 +30,7 @@ using workers::retrieval::RetrieveOptions;
 struct ExploreOptions {
   std::optional<std::string> question;
   std::optional<std::string> batch;
-  std::optional<std::string> index;
-  std::optional<std::string> repository;
+  IndexLocation location;
   int limit = 10;
   std::optional<std::string> scope;
   bool include_tests = false;
@@ -40,12 +39,6 @@ struct ExploreOptions {
   bool json = false;
   EmbeddingOptions embedding;
 };
-
-std::filesystem::path index_file(const ExploreOptions& options) {
-  if (options.index) return *options.index;
-  if (options.repository) return index_of_repository(*options.repository);
-  return nearest_index(std::filesystem::current_path());
-}
 
 QueryEmbedder embedder(const ExploreOptions& options) {
   auto engine = question_engine(options.embedding);
@@ -64,7 +57,7 @@ ExitCode explore(const ExploreOptions& options) {
   if (options.question.has_value() == options.batch.has_value()) {
     throw CLI::ValidationError("explore needs either a question or --batch");
   }
-  const std::filesystem::path file = index_file(options);
+  const std::filesystem::path file = options.location.file();
   try {
     HybridRetriever retriever(
         index::Index::open(file),
@@ -90,15 +83,7 @@ void add_explore_command(CLI::App& app, ExitCode& exit_code) {
   command
       ->add_option("question", options->question, "A sentence, keywords or a name, as one argument")
       ->type_name("QUESTION");
-  CLI::Option* index =
-      command->add_option("--index", options->index, "The index to ask")->type_name("FILE");
-  command
-      ->add_option(
-          "--repo", options->repository,
-          "Ask the index of the repository in this folder. Without --index and --repo it is"
-          " that of the current folder or the nearest above it")
-      ->type_name("DIR")
-      ->excludes(index);
+  options->location.add_to(*command);
   command->add_option("--limit", options->limit, "The most hits to show")
       ->type_name("N")
       ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))

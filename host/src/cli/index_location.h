@@ -2,8 +2,26 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
+#include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace velmora::host::cli {
+
+// --index and --repo.
+struct IndexLocation {
+  std::optional<std::string> index;
+  std::optional<std::string> repository;
+
+  // Adds the options to a command; they outlive the parse.
+  void add_to(CLI::App& command);
+
+  // The file that the user means; without a word of theirs the one nearest to the current folder.
+  [[nodiscard]] std::filesystem::path file() const;
+};
 
 // The index of the repository at `folder`: folder/.velmora/index.db.
 [[nodiscard]] std::filesystem::path index_of_repository(const std::filesystem::path& folder);

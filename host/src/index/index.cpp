@@ -157,6 +157,14 @@ std::vector<storage::NearestPair> Index::nearest_symbol_ids(std::span<const floa
   return parts_->vectors(model)->nearest(values, options.top_k);
 }
 
+void Index::read_symbol(SymbolId id, const std::function<void(const storage::SymbolRow&)>& read) {
+  const ReaderPool::Lease reader = parts_->readers.borrow();
+  storage::Statement select =
+      reader->database.prepare(std::string(SELECT_SYMBOL_ROWS) + " WHERE s.id = ?");
+  select.bind(1, id);
+  if (select.step()) read(symbol_row(select));
+}
+
 std::unordered_map<SymbolId, storage::StoredSymbol> Index::get_symbols_by_ids(
     std::span<const SymbolId> ids) {
   const ReaderPool::Lease reader = parts_->readers.borrow();

@@ -78,6 +78,22 @@ TEST_F(BuiltinModel, AnswersOnAllFourChannels) {
   EXPECT_NE(without.output.find("only: no embedding model is configured.\""), std::string::npos);
 }
 
+TEST_F(BuiltinModel, SearchShowsTheNearestAlone) {
+  EXPECT_EQ(run({"index", repo, "--no-embeddings"}).exit_code, 0);
+  EXPECT_EQ(run({"search", "semantic", "fetch", "--repo", repo}).errors,
+            "velmora: The index has no symbol embeddings of " + name + "\n");
+  ASSERT_EQ(index().exit_code, 0);
+  // The vector of a.download is that of its name; paint(canvas) has nothing in common with it.
+  EXPECT_EQ(run({"search", "semantic", "fetch", "--repo", repo}).output,
+            "1.000  a.py:1  function a.download\n0.000  b.py:1  function b.paint\n");
+  const auto json = run({"search", "semantic", "fetch", "--repo", repo, "--json", "--limit", "1"});
+  EXPECT_EQ(json.output.find(R"({"query":"fetch","model":")" + name + R"(","hits":[{"id":)"), 0U);
+  EXPECT_EQ(json.output.find("b.paint"), std::string::npos);
+  const auto unknown = run({"search", "semantic", "unheard", "--repo", repo});
+  EXPECT_EQ(unknown.exit_code, 3);
+  EXPECT_EQ(unknown.errors, "velmora: The embedding model knows none of the question's words\n");
+}
+
 TEST_F(BuiltinModel, EmbedsWhatHasNoVectorYet) {
   const std::string vectors = "SELECT group_concat(hex(vector)) FROM embeddings";
   EXPECT_EQ(run({"index", repo, "--no-embeddings"}).exit_code, 0);

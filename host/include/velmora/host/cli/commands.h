@@ -21,5 +21,6 @@ enum class ExitCode : int {
 void add_explore_command(CLI::App& app, ExitCode& exit_code);
 void add_import_command(CLI::App& app, ExitCode& exit_code);
 void add_index_command(CLI::App& app, ExitCode& exit_code);
+void add_search_command(CLI::App& app, ExitCode& exit_code);
 
 }  // namespace velmora::host::cli

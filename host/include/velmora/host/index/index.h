@@ -82,6 +82,9 @@ class Index final : public storage::Repository {
   std::unordered_map<SymbolId, storage::StoredSymbol> get_symbols_by_ids(
       std::span<const SymbolId> ids) override;
 
+  // Calls `read` with the symbol `id`, whose texts live for the call, if the index holds it.
+  void read_symbol(SymbolId id, const std::function<void(const storage::SymbolRow&)>& read);
+
  private:
   struct Parts;
 
