@@ -47,8 +47,7 @@ auto vector(std::span<float> values) {
 
 Encoded encode(const Bags& texts, const Table& table, Workers& workers) {
   const std::size_t width = table.dimensions;
-  Encoded encoded = {{width, std::vector<float>(texts.size() * width)},
-                     std::vector<float>(texts.size())};
+  Encoded encoded = {{width, Floats(texts.size() * width)}, Floats(texts.size())};
   workers.run(pieces(texts.size()), [&](std::size_t number) {
     const Range range = piece(number, texts.size());
     for (std::size_t text = range.begin; text < range.begin + range.size; ++text) {
@@ -61,10 +60,10 @@ Encoded encode(const Bags& texts, const Table& table, Workers& workers) {
   return encoded;
 }
 
-std::vector<float> cosines(const Encoded& questions, const Encoded& symbols, Workers& workers) {
+Floats cosines(const Encoded& questions, const Encoded& symbols, Workers& workers) {
   const std::size_t rows = questions.lengths.size();
   const std::size_t columns = symbols.lengths.size();
-  std::vector<float> products(rows * columns);
+  Floats products(rows * columns);
   if (products.empty()) return products;
   const auto left = matrix(questions.vectors.rows, questions.vectors.dimensions);
   const auto right = matrix(symbols.vectors.rows, symbols.vectors.dimensions);
@@ -78,19 +77,19 @@ std::vector<float> cosines(const Encoded& questions, const Encoded& symbols, Wor
 }
 
 double contrastive_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                        float temperature, Workers& workers, std::vector<float>& by_questions,
-                        std::vector<float>& by_symbols) {
+                        float temperature, Workers& workers, Floats& by_questions,
+                        Floats& by_symbols) {
   const std::size_t count = batch.question_ids.size();
   const std::size_t width = questions.vectors.dimensions;
   const auto left = matrix(questions.vectors.rows, width);
   const auto right = matrix(symbols.vectors.rows, width);
 
   // exp((cosine - 1) / temperature): no cosine is above one, so nothing overflows.
-  std::vector<float> likelihoods = cosines(questions, symbols, workers);
+  Floats likelihoods = cosines(questions, symbols, workers);
   auto all = matrix(std::span(likelihoods), count);
   std::vector<double> own(count);  // the logarithms on the diagonal
-  std::vector<float> row_sums(count);
-  std::vector<float> column_parts(pieces(count) * count);
+  Floats row_sums(count);
+  Floats column_parts(pieces(count) * count);
   workers.run(pieces(count), [&](std::size_t number) {
     const Range range = piece(number, count);
     auto rows = all.middleRows(index(range.begin), index(range.size));
@@ -110,7 +109,7 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
     vector(std::span(row_sums).subspan(range.begin, range.size)) = rows.rowwise().sum().transpose();
     vector(std::span(column_parts).subspan(number * count, count)) = rows.colwise().sum();
   });
-  std::vector<float> column_sums(count);
+  Floats column_sums(count);
   for (std::size_t number = 0; number < pieces(count); ++number) {
     vector(std::span(column_sums)) +=
         vector(std::span<const float>(column_parts).subspan(number * count, count));
@@ -167,7 +166,7 @@ Gradient gradient_of(const Bags& texts, const Encoded& encoded, std::span<const 
     }
   }
   // Through the scaling to length one: only what is across the vector changes it.
-  std::vector<float> by_sums(by_vectors.begin(), by_vectors.end());
+  Floats by_sums(by_vectors.begin(), by_vectors.end());
   workers.run(pieces(texts.size()), [&](std::size_t number) {
     const Range range = piece(number, texts.size());
     for (std::size_t text = range.begin; text < range.begin + range.size; ++text) {

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <span>
 #include <vector>
 
@@ -14,10 +15,31 @@
 
 namespace velmora::train {
 
+// Begins at a multiple of 64 bytes: the order in which vector instructions add up depends on where
+// numbers lie.
+template <class Value>
+struct AlignedAllocator {
+  using value_type = Value;
+  static constexpr std::align_val_t ALIGNMENT{64};
+
+  AlignedAllocator() = default;
+  template <class Other>
+  explicit AlignedAllocator(const AlignedAllocator<Other>&) {}
+
+  Value* allocate(std::size_t count) {
+    return static_cast<Value*>(::operator new(count * sizeof(Value), ALIGNMENT));
+  }
+  void deallocate(Value* values, std::size_t) { ::operator delete(values, ALIGNMENT); }
+
+  bool operator==(const AlignedAllocator&) const = default;
+};
+
+using Floats = std::vector<float, AlignedAllocator<float>>;
+
 // A vector for each word, one after the other.
 struct Table {
   std::size_t dimensions = 0;
-  std::vector<float> rows;
+  Floats rows;
 
   [[nodiscard]] std::span<const float> row(std::size_t number) const {
     return std::span(rows).subspan(number * dimensions, dimensions);
@@ -31,15 +53,14 @@ struct Table {
 // words has length 0 and a row of zeros.
 struct Encoded {
   Table vectors;
-  std::vector<float> lengths;
+  Floats lengths;
 };
 
 // The vector of each text: the sum of its words' rows times their weights, at length one.
 [[nodiscard]] Encoded encode(const Bags& texts, const Table& table, Workers& workers);
 
 // Cosines of every question (a row) with every symbol (a column).
-[[nodiscard]] std::vector<float> cosines(const Encoded& questions, const Encoded& symbols,
-                                         Workers& workers);
+[[nodiscard]] Floats cosines(const Encoded& questions, const Encoded& symbols, Workers& workers);
 
 // Questions and their symbols: the n-th symbol answers the n-th question.
 struct Batch {
@@ -52,7 +73,7 @@ struct Batch {
 // The derivative by each row of a table that the batch has a word of.
 struct Gradient {
   std::vector<std::uint32_t> words;
-  std::vector<float> rows;  // one for each of `words`
+  Floats rows;  // one for each of `words`
 };
 
 // The loss of a batch by the vectors of its texts, and its derivatives by them: the mean of the
@@ -60,8 +81,8 @@ struct Gradient {
 // of each symbol among all of the batch. Pairs that share the question or the symbol are not each
 // other's wrong answers.
 double contrastive_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                        float temperature, Workers& workers, std::vector<float>& by_questions,
-                        std::vector<float>& by_symbols);
+                        float temperature, Workers& workers, Floats& by_questions,
+                        Floats& by_symbols);
 
 // The derivative by the rows of the table that `texts` were encoded with, from that by their
 // vectors. `words` is how many rows the table has.

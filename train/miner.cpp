@@ -31,6 +31,7 @@ bool says_enough(std::string_view question) {
 struct Lines {
   std::int64_t first = 0;
   std::int64_t last = 0;
+  bool is_gap = false;  // these are the two lines between which others were taken away
 };
 
 struct ChangedFile {
@@ -52,7 +53,7 @@ std::int64_t number_at(std::string_view& text) {
   return number;
 }
 
-// The new lines of "@@ -a,b +c,d @@"; where lines only went, the one before them.
+// The new lines of "@@ -a,b +c,d @@".
 Lines lines_of_hunk(std::string_view header) {
   header.remove_prefix(std::min(header.find('+') + 1, header.size()));
   const std::int64_t first = number_at(header);
@@ -61,7 +62,8 @@ Lines lines_of_hunk(std::string_view header) {
     header.remove_prefix(1);
     count = number_at(header);
   }
-  return {first, first + std::max<std::int64_t>(count, 1) - 1};
+  if (count == 0) return {first, first + 1, true};
+  return {first, first + count - 1};
 }
 
 constexpr std::string_view COMMIT_MARK = "\x01";
@@ -140,13 +142,15 @@ std::vector<std::string> changed_functions(const ChangedFile& file,
                                            const std::vector<Symbol>& symbols) {
   std::vector<std::string> fqns;
   for (const Lines& lines : file.lines) {
-    std::int64_t line = lines.first;
-    while (line <= lines.last) {
+    // What was taken away between two functions was in neither.
+    if (lines.is_gap && function_at(symbols, lines.first) != function_at(symbols, lines.last)) {
+      continue;
+    }
+    for (std::int64_t line = lines.first; line <= lines.last; ++line) {
       const Symbol* function = function_at(symbols, line);
       if (function != nullptr && std::find(fqns.begin(), fqns.end(), function->fqn) == fqns.end()) {
         fqns.push_back(function->fqn);
       }
-      ++line;
     }
   }
   return fqns;

@@ -84,8 +84,7 @@ class Schedule {
 class LearningTable {
  public:
   LearningTable(std::size_t words, const TrainingOptions& options, Random& random)
-      : table_{options.dimensions, std::vector<float>(words * options.dimensions)},
-        squares_(words) {
+      : table_{options.dimensions, Floats(words * options.dimensions)}, squares_(words) {
     for (float& value : table_.rows) value = static_cast<float>(random.normal());
     if (options.start == nullptr) return;
     std::copy(options.start->rows.begin(), options.start->rows.end(), table_.rows.begin());
@@ -113,7 +112,7 @@ class LearningTable {
 
  private:
   Table table_;
-  std::vector<float> squares_;
+  Floats squares_;
 };
 
 // An exam in word numbers.
@@ -141,7 +140,7 @@ double mean_reciprocal_rank(const std::vector<EncodedExam>& exams, const Table& 
   for (const EncodedExam& exam : exams) {
     const Encoded questions = encode(exam.questions, table, workers);
     const Encoded symbols = encode(exam.symbols, table, workers);
-    const std::vector<float> all = cosines(questions, symbols, workers);
+    const Floats all = cosines(questions, symbols, workers);
     for (std::size_t i = 0; i < exam.asked.size(); ++i) {
       const auto row = std::span(all).subspan(i * exam.symbols.size(), exam.symbols.size());
       float best = -2.0F;
@@ -201,8 +200,8 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
   Schedule schedule(drawn, options.group);
   const std::size_t batches = (drawn.size() + options.batch - 1) / options.batch;
   const double steps = static_cast<double>(batches) * options.epochs;
-  std::vector<float> by_questions;
-  std::vector<float> by_symbols;
+  Floats by_questions;
+  Floats by_symbols;
   bool stopped = false;
   for (int epoch = 0; epoch < options.epochs && !stopped; ++epoch) {
     const std::vector<std::uint32_t> order = schedule.next(random);
@@ -237,7 +236,7 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
     }
   }
   return {options.base_name, options.settings, options.dimensions, vocabulary.words(),
-          std::move(best.rows)};
+          std::vector<float>(best.rows.begin(), best.rows.end())};
 }
 
 }  // namespace velmora::train

@@ -1,0 +1,175 @@
+#include "velmora/host/embedding/word_model.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "embedding/word_bag.h"
+
+namespace velmora::host::embedding {
+namespace {
+
+namespace fs = std::filesystem;
+
+class WordModelTest : public ::testing::Test {
+ protected:
+  // A folder for each test: CTest may run them side by side.
+  WordModelTest()
+      : folder_(fs::path(::testing::TempDir()) /
+                (std::string("word_model_") +
+                 ::testing::UnitTest::GetInstance()->current_test_info()->name())) {
+    fs::create_directories(folder_);
+  }
+  ~WordModelTest() override { fs::remove_all(folder_); }
+
+  [[nodiscard]] fs::path file() const { return folder_ / "words.model"; }
+
+  [[nodiscard]] std::string read() const {
+    std::ifstream in(file(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+
+  void write(const std::string& bytes) const {
+    std::ofstream(file(), std::ios::binary | std::ios::trunc) << bytes;
+  }
+
+ private:
+  const fs::path folder_;
+};
+
+const SymbolSettings SETTINGS = {.name = {2.0F, 8},
+                                 .fqn = {1.0F, 8},
+                                 .signature = {0.5F, 2},
+                                 .path = {0.0F, 8},
+                                 .docstring = {0.25F, 8}};
+
+// Twenty words whose numbers follow a rule, of very different sizes.
+WordModelData some_model() {
+  WordModelData data = {"test", SETTINGS, 5, {}, {}};
+  for (int word = 0; word < 20; ++word) {
+    data.words.push_back("word" + std::string(1, static_cast<char>('a' + word)));
+    for (int i = 0; i < 5; ++i) {
+      data.rows.push_back(static_cast<float>(std::sin(7 * word + 3 * i) * std::pow(4.0, word % 7)));
+    }
+  }
+  return data;
+}
+
+TEST(WordBag, AddsTheWeightsOfAWordsPlacesAndDampsWhatIsAboveOne) {
+  const SymbolParts symbol = {.name = "readFile",
+                              .fqn = "io.readFile",
+                              .signature = "read(path, mode)",
+                              .path = "never/seen.py",
+                              .docstring = "Reads the path"};
+  // read: 2 + 1 + 0.5; file: 2 + 1; io: 1; path: 0.5 + 0.25; mode is the signature's third word.
+  const auto damped = [](float weight) { return 1.0F + std::log(weight); };
+  EXPECT_EQ(symbol_bag(symbol, SETTINGS), (WordBag{{"read", damped(3.5F)},
+                                                   {"file", damped(3.0F)},
+                                                   {"io", 1.0F},
+                                                   {"path", 0.75F},
+                                                   {"reads", 0.25F}}));
+  EXPECT_EQ(query_bag("read the file, read it"), (WordBag{{"read", 1.0F}, {"file", 1.0F}}));
+}
+
+TEST_F(WordModelTest, EmbedsAsPlainArithmeticDoesWithinTheRounding) {
+  const WordModelData data = some_model();
+  // The longest error of a word's numbers is half a step, a step being its largest / 127.
+  for (const auto& [kind, tolerance] :
+       {std::pair(RowKind::float32, 1e-5), std::pair(RowKind::int8, 0.02)}) {
+    write_word_model(file(), data, kind);
+    const auto model = WordModel::open(file());
+    std::vector<float> got(5);
+    for (std::uint32_t word = 0; word + 1 < data.words.size(); ++word) {
+      model->embed_query(data.words[word] + " unknown " + data.words[word + 1], got);
+      std::vector<double> sum(5);
+      double length = 0.0;
+      for (std::size_t i = 0; i < 5; ++i) {
+        sum[i] = double{data.rows[word * 5 + i]} + double{data.rows[(word + 1) * 5 + i]};
+        length += sum[i] * sum[i];
+      }
+      for (std::size_t i = 0; i < 5; ++i)
+        EXPECT_NEAR(got[i], sum[i] / std::sqrt(length), tolerance);
+    }
+  }
+}
+
+TEST_F(WordModelTest, KeepsWordsAndSettingsAndNamesItselfByItsContent) {
+  WordModelData data = some_model();
+  write_word_model(file(), data);
+  const auto model = WordModel::open(file());
+  EXPECT_EQ(model->dimensions(), 5U);
+  EXPECT_EQ(model->data().words, data.words);
+  EXPECT_EQ(model->data().settings, data.settings);
+  EXPECT_EQ(model->name().substr(0, 5), "test-");
+  EXPECT_EQ(model->name().size(), 13U);
+
+  std::vector<float> none(5, 9.0F);
+  model->embed_query("nothing of this is known", none);
+  EXPECT_EQ(none, std::vector<float>(5, 0.0F));
+
+  const std::string bytes = read();
+  write_word_model(file(), data);
+  EXPECT_EQ(read(), bytes);
+  data.rows[3] += 100.0F;
+  write_word_model(file(), data);
+  EXPECT_NE(WordModel::open(file())->name(), model->name());
+}
+
+TEST_F(WordModelTest, RefusesEveryDamageAndSaysWhichFile) {
+  EXPECT_THROW((void)WordModel::open(file()), ModelFileError);
+  write_word_model(file(), some_model());
+  const std::string whole = read();
+  const auto fault_of = [&](const std::string& bytes) -> std::string {
+    write(bytes);
+    try {
+      (void)WordModel::open(file());
+    } catch (const ModelFileError& error) {
+      return error.what();
+    }
+    return "none";
+  };
+  ASSERT_EQ(fault_of(whole), "none");
+  const std::string start = "The model file " + file().string() + " ";
+  for (std::size_t at = 0; at < whole.size(); ++at) {
+    std::string flipped = whole;
+    flipped[at] = static_cast<char>(flipped[at] ^ 0x10);
+    EXPECT_TRUE(fault_of(flipped).starts_with(start)) << "byte " << at;
+  }
+  for (std::size_t size = 0; size < whole.size(); size += 7) {
+    EXPECT_TRUE(fault_of(whole.substr(0, size)).starts_with(start)) << size << " bytes";
+  }
+  EXPECT_TRUE(fault_of(whole + "x").find("cut short or damaged") != std::string::npos);
+  std::string other = whole;
+  other[8] = 7;  // the version
+  EXPECT_EQ(fault_of(other), start + "has format version 7, and this program reads version 1");
+  EXPECT_EQ(fault_of("PK" + whole.substr(2)), start + "is no model");
+}
+
+TEST_F(WordModelTest, RefusesToWriteWhatNoModelIs) {
+  const std::vector<std::function<void(WordModelData&)>> faults = {
+      [](WordModelData& data) { data.base_name.clear(); },
+      [](WordModelData& data) { data.rows.pop_back(); },
+      [](WordModelData& data) { data.rows[2] = std::nanf(""); },
+      [](WordModelData& data) { data.words[3] = data.words[4]; },
+      [](WordModelData& data) { data.settings.path.weight = -1.0F; },
+  };
+  for (const auto& spoil : faults) {
+    WordModelData data = some_model();
+    spoil(data);
+    EXPECT_THROW(write_word_model(file(), data), std::invalid_argument);
+    EXPECT_FALSE(fs::exists(file()));
+  }
+}
+
+}  // namespace
+}  // namespace velmora::host::embedding

@@ -1,0 +1,149 @@
+#include "training.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "gradient.h"
+#include "random.h"
+
+namespace velmora::train {
+namespace {
+
+// Six texts on each side out of ten words; two questions are equal, two symbols are the same one.
+Batch tiny_batch(Random& random) {
+  Batch batch;
+  for (std::uint32_t text = 0; text < 6; ++text) {
+    for (Bags* bags : {&batch.questions, &batch.symbols}) {
+      std::vector<Term> terms;
+      for (std::uint32_t word = 0; word < 10; ++word) {
+        if (random.below(3) == 0)
+          terms.push_back({word, static_cast<float>(0.5 + random.uniform())});
+      }
+      bags->add(terms);
+    }
+    batch.question_ids.push_back(text == 4 ? 1 : text);
+    batch.symbol_ids.push_back(text == 5 ? 2 : text);
+  }
+  return batch;
+}
+
+struct Step {
+  double loss = 0.0;
+  Gradient by_questions;
+  Gradient by_symbols;
+};
+
+Step step(const Batch& batch, const Table& table, Workers& workers) {
+  const Encoded questions = encode(batch.questions, table, workers);
+  const Encoded symbols = encode(batch.symbols, table, workers);
+  Floats question_side;
+  Floats symbol_side;
+  Step result;
+  result.loss =
+      contrastive_loss(batch, questions, symbols, 0.5F, workers, question_side, symbol_side);
+  result.by_questions = gradient_of(batch.questions, questions, question_side, 10, workers);
+  result.by_symbols = gradient_of(batch.symbols, symbols, symbol_side, 10, workers);
+  return result;
+}
+
+TEST(Gradient, IsWhatSmallChangesOfTheNumbersDoToTheLoss) {
+  Workers workers(2);
+  Random random(5);
+  const Batch batch = tiny_batch(random);
+  Table table = {4, Floats(40)};
+  for (float& value : table.rows) value = static_cast<float>(random.normal());
+  const Step exact = step(batch, table, workers);
+  std::vector<double> gradient(table.rows.size());
+  for (const Gradient* side : {&exact.by_questions, &exact.by_symbols}) {
+    for (std::size_t i = 0; i < side->words.size(); ++i) {
+      for (std::size_t j = 0; j < 4; ++j) {
+        gradient[side->words[i] * 4 + j] += double{side->rows[i * 4 + j]};
+      }
+    }
+  }
+  constexpr float STEP = 0.01F;
+  for (std::size_t i = 0; i < table.rows.size(); ++i) {
+    const float value = table.rows[i];
+    table.rows[i] = value + STEP;
+    const double above = step(batch, table, workers).loss;
+    table.rows[i] = value - STEP;
+    const double below = step(batch, table, workers).loss;
+    table.rows[i] = value;
+    EXPECT_NEAR(gradient[i], (above - below) / (2.0 * double{STEP}), 2e-4) << "number " << i;
+  }
+}
+
+// Questions in words of their own for the words of the names.
+std::vector<Pair> synonyms() {
+  const std::vector<std::pair<std::string, std::string>> words = {
+      {"remove", "erase"},     {"begin", "start"}, {"picture", "image"},  {"error", "fault"},
+      {"folder", "directory"}, {"quick", "fast"},  {"query", "question"}, {"file", "document"}};
+  std::vector<Pair> pairs;
+  for (const auto& [asked, named] : words) {
+    for (const auto& [asked_too, named_too] : words) {
+      if (asked == asked_too) continue;
+      pairs.push_back({.repository = "synonyms",
+                       .query = asked + " " + asked_too,
+                       .name = named + "_" + named_too,
+                       .fqn = named + "_" + named_too,
+                       .path = "a.py"});
+    }
+  }
+  return pairs;
+}
+
+TEST(Training, LearnsSynonymsAndGivesTheSameBitsWithAnyNumberOfThreads) {
+  const std::vector<Pair> pairs = synonyms();
+  const TrainingOptions options = {.dimensions = 16, .epochs = 60, .batch = 300};
+  std::vector<host::embedding::WordModelData> models;
+  for (const unsigned threads : {1U, 3U}) {
+    Workers workers(threads);
+    models.push_back(train_model(pairs, {}, options, workers));
+  }
+  EXPECT_EQ(models[0].words, models[1].words);
+  EXPECT_EQ(models[0].rows, models[1].rows);
+
+  const auto cosine = [&](const std::string& left, const std::string& right) {
+    const auto& words = models[0].words;
+    const auto row = [&](const std::string& word) {
+      const auto number = std::find(words.begin(), words.end(), word) - words.begin();
+      return models[0].rows.begin() + number * 16;
+    };
+    double product = 0.0, left_square = 0.0, right_square = 0.0;
+    for (int i = 0; i < 16; ++i) {
+      const double a = row(left)[i], b = row(right)[i];
+      product += a * b;
+      left_square += a * a;
+      right_square += b * b;
+    }
+    return product / std::sqrt(left_square * right_square);
+  };
+  EXPECT_GT(cosine("remove", "erase"), cosine("remove", "image") + 0.5);
+  EXPECT_GT(cosine("picture", "image"), cosine("picture", "fault") + 0.5);
+}
+
+TEST(Exams, TakeTheDocumentationFromTheSymbolsThatAreAskedFor) {
+  std::vector<Pair> pairs;
+  for (const std::string name : {"one", "two", "three"}) {
+    pairs.push_back({.repository = "r", .query = "does " + name, .name = name, .fqn = name});
+  }
+  pairs.push_back({"r", PairKind::commit, "mend both", "one", "one", "", "", ""});
+  pairs.push_back({"r", PairKind::commit, "mend both", "two", "two", "", "", ""});
+  const std::vector<std::string_view> repositories = {"r"};
+  const std::vector<Exam> exams = make_exams(pairs, repositories, {.questions = 1});
+  ASSERT_EQ(exams.size(), 2U);
+  ASSERT_EQ(exams[0].questions.size(), 1U);
+  for (std::uint32_t i = 0; i < 3; ++i) {
+    const bool is_asked = exams[0].questions[0].answers[0] == i;
+    EXPECT_EQ(exams[0].symbols[i].docstring, is_asked ? "" : pairs[i].query);
+    EXPECT_EQ(exams[1].symbols[i].docstring, pairs[i].query);
+  }
+  EXPECT_EQ(exams[1].questions[0].answers, (std::vector<std::uint32_t>{0, 1}));
+}
+
+}  // namespace
+}  // namespace velmora::train
