@@ -15,14 +15,14 @@ enum class PairKind {
 };
 
 struct Pair {
-  std::string repository;
+  std::string repository = {};
   PairKind kind = PairKind::doc;
-  std::string query;
-  std::string name;
-  std::string fqn;
-  std::string signature;  // empty: none
-  std::string path;
-  std::string docstring;  // empty: none, and always in a pair of kind `doc`
+  std::string query = {};
+  std::string name = {};
+  std::string fqn = {};
+  std::string signature = {};  // empty: none
+  std::string path = {};
+  std::string docstring = {};  // empty: none, and always in a pair of kind `doc`
 
   bool operator==(const Pair&) const = default;
 
