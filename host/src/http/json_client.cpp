@@ -84,6 +84,8 @@ JsonClient::Handle JsonClient::take() {
   curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers_.get());
   curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(options_.deadline.count()));
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);  // signals and threads do not mix
+  // A name look-up that hangs is left behind, or it would hold the question beyond its deadline.
+  curl_easy_setopt(curl, CURLOPT_QUICK_EXIT, 1L);
   curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, receive);
   curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
   curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, stop_wanted);

@@ -76,24 +76,31 @@ TEST_F(Explore, AnswersInJson) {
 }
 
 TEST_F(Explore, LetsAServerReorderHits) {
-  HttpServer server([](const std::string&) {
-    return HttpServer::response(R"({"results":[{"index":0,"relevance_score":0.1},)"
-                                R"({"index":1,"relevance_score":0.9}]})");
-  });
-  const auto first = [&](const std::vector<std::string>& more) {
+  std::string response = HttpServer::response(R"({"results":[{"index":0,"relevance_score":0.1},)"
+                                              R"({"index":1,"relevance_score":0.9}]})");
+  HttpServer server([&](const std::string&) { return response; });
+  const auto ask = [&](const std::vector<std::string>& more) {
     std::vector<std::string> arguments = {
         "explore",         "--repo",         repo, "--json",       "--no-embeddings", "config",
         "--include-tests", "--rerank-model", "m",  "--rerank-url", server.url()};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    const std::string output = run_velmora(arguments).output;
-    return output.substr(output.find("\"fqn\":"), 20);
+    return run_velmora(arguments);
   };
-  const std::string ranked = first({"--no-rerank"});
+  const auto first = [](const auto& answer) {
+    return answer.output.substr(answer.output.find("\"fqn\":"), 20);
+  };
+  const std::string ranked = first(ask({"--no-rerank"}));
   EXPECT_TRUE(server.requests().empty());
-  EXPECT_NE(first({}), ranked);
+  EXPECT_NE(first(ask({})), ranked);
   EXPECT_EQ(server.requests().at(0).find("Reads settings"), std::string::npos);
-  EXPECT_NE(first({"--share-source"}), ranked);
+  EXPECT_NE(first(ask({"--share-source"})), ranked);
   EXPECT_NE(server.requests().at(1).find("Reads settings"), std::string::npos);
+  response = HttpServer::response("", "500 Broken");
+  const auto failed = ask({});
+  EXPECT_EQ(failed.exit_code, 0);
+  EXPECT_EQ(first(failed), ranked);
+  EXPECT_NE(failed.output.find("could not rerank the hits"), std::string::npos);
+  EXPECT_NE(failed.errors.find("The rerank server answered with status 500"), std::string::npos);
 }
 
 TEST_F(Explore, ShowsPeopleWhereAndWhy) {

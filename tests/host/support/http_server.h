@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -21,7 +22,7 @@ namespace velmora::host::test {
 class HttpServer {
  public:
   // What is sent for a request, whose head and body are given as received. An empty text sends
-  // nothing and leaves the client waiting.
+  // nothing and leaves the client waiting; one that holds "Connection: close" ends the connection.
   using Answer = std::function<std::string(const std::string& request)>;
 
   // A whole response with a body.
@@ -30,7 +31,9 @@ class HttpServer {
            "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + std::string(body);
   }
 
-  explicit HttpServer(Answer answer) : answer_(std::move(answer)) {
+  // Behind each answer it sends `drip` every few milliseconds until the client goes.
+  explicit HttpServer(Answer answer, std::string drip = {})
+      : answer_(std::move(answer)), drip_(std::move(drip)) {
     listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -94,7 +97,17 @@ class HttpServer {
       }
       const std::string sent = answer_(std::exchange(received, ""));
       static_cast<void>(::send(connection, sent.data(), sent.size(), MSG_NOSIGNAL));
+      while (!drip_.empty() && !is_left(connection)) {
+        static_cast<void>(::send(connection, drip_.data(), drip_.size(), MSG_NOSIGNAL));
+      }
+      if (sent.find("Connection: close\r\n") != std::string::npos) return;
     }
+  }
+
+  // Whether the client went within the few milliseconds that this waits.
+  static bool is_left(int connection) {
+    pollfd wait{connection, POLLRDHUP, 0};
+    return ::poll(&wait, 1, 5) != 0;
   }
 
   static bool is_whole(const std::string& request) {
@@ -106,6 +119,7 @@ class HttpServer {
   }
 
   Answer answer_;
+  std::string drip_;
   int listener_ = -1;
   int port_ = 0;
   mutable std::mutex lock_;
