@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs, with apt, what building (or testing, measuring or training) needs and this Debian machine lacks.
+# Installs, with apt, what building (or testing, measuring or training) needs and this Debian machine
+# lacks.
 # With everything there it does nothing, and needs neither the network nor root.
 set -euo pipefail
 
@@ -12,7 +13,7 @@ trainer=(libeigen3-dev zlib1g-dev git)
 
 case "${1:-build}" in
   build) wanted=("${build[@]}") ;;
-  test) wanted=("${build[@]}" "${tests[@]}") ;;
+  test) wanted=("${build[@]}" "${trainer[@]}" "${tests[@]}") ;;
   bench) wanted=("${build[@]}" "${benchmarks[@]}") ;;
   train) wanted=("${build[@]}" "${trainer[@]}") ;;
   -h | --help)
