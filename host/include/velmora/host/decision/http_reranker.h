@@ -14,14 +14,14 @@ struct HttpRerankerOptions {
   std::string model;          // named in the request
   std::string api_key = {};   // sent as a bearer token; empty: none
   bool share_source = false;  // whether signatures and docstrings may be sent
-  // The longest that a decision may take, whatever the server does.
+  // The longest that a decision may take, whatever the server does; above 0.
   std::chrono::milliseconds deadline = std::chrono::seconds(3);
 };
 
 // Decides by `POST {url}/rerank` with {"model": MODEL, "query": QUESTION, "documents": [LINE,
 // ...]}; of the answer it reads results[i].index and results[i].relevance_score. Scores that are
-// not all from 0 to 1 go through the logistic function, which keeps their order. Any number of
-// threads may ask at once; connections stay open between questions.
+// not all from 0 to 1 go through the logistic function; beyond 37 or so it makes them equal. Any
+// number of threads may ask at once; connections stay open between questions.
 class HttpReranker final : public engines::DecisionClient {
  public:
   // Throws std::invalid_argument for a key that cannot stand in a header.
