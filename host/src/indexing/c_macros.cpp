@@ -57,7 +57,9 @@ class Blanker {
     if (word == "class" || word == "struct" || word == "union" || word == "namespace") {
       at = beside_name(skip(at + word.size()));
     }
-    for (at = text_.find(')', at); at < stop; at = text_.find(')', at)) {
+    // A search that ran on to later lines would make a file without brackets take quadratic time.
+    const std::string_view until_stop = text_.substr(0, stop);
+    for (at = until_stop.find(')', at); at < stop; at = until_stop.find(')', at)) {
       at = skip(at + 1);
       if (word_at(at) == "const") at = skip(at + 5);
       at = trailing(at);

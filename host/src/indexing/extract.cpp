@@ -17,6 +17,7 @@
 #include "indexing/comments.h"
 #include "indexing/extraction_version.h"
 #include "indexing/language.h"
+#include "indexing/parsed_file.h"
 #include "indexing/source.h"
 
 namespace velmora::host::indexing {
@@ -25,8 +26,6 @@ namespace {
 // Deeper or longer than people write; the limits bound the length of qualified names.
 constexpr std::size_t DEEPEST_SCOPE = 64;
 constexpr std::size_t LONGEST_NAME = 1024;
-// Brackets open at once; the parser's memory explodes on hundreds of thousands that never close.
-constexpr std::size_t DEEPEST_BRACKET = 5000;
 
 // Patterns that wait for a child at once: deep nesting must not make the query slow.
 constexpr std::uint32_t MOST_OPEN_MATCHES = 64;
@@ -35,8 +34,6 @@ constexpr std::uint32_t MOST_OPEN_MATCHES = 64;
 constexpr std::string_view SCOPED_KINDS[] = {"class",     "struct", "union",
                                              "interface", "trait",  "enum"};
 
-constexpr const char* TOO_SLOW = "parsing it takes too long";
-
 template <auto Delete>
 struct Deleter {
   template <class T>
@@ -44,8 +41,6 @@ struct Deleter {
     Delete(object);
   }
 };
-using Parser = std::unique_ptr<TSParser, Deleter<ts_parser_delete>>;
-using Tree = std::unique_ptr<TSTree, Deleter<ts_tree_delete>>;
 using Cursor = std::unique_ptr<TSQueryCursor, Deleter<ts_query_cursor_delete>>;
 using QueryPtr = std::unique_ptr<TSQuery, Deleter<ts_query_delete>>;
 
@@ -122,31 +117,6 @@ const Query& query_of(const Language& language) {
   return compiled.emplace(&language, compile(language)).first->second;
 }
 
-void check_depth(std::string_view text) {
-  std::size_t depth = 0;
-  for (const char c : text) {
-    if (c == '(' || c == '[' || c == '{') {
-      if (++depth > DEEPEST_BRACKET) throw ExtractError("it is nested too deeply");
-    } else if ((c == ')' || c == ']' || c == '}') && depth > 0) {
-      --depth;
-    }
-  }
-}
-
-Tree parse(const Language& language, std::string_view text, const ExtractOptions& options) {
-  check_depth(text);
-  const Parser parser(ts_parser_new());
-  if (!ts_parser_set_language(parser.get(), language.grammar())) {
-    throw std::logic_error("the grammar of " + std::string(language.name) +
-                           " is of another version than the parser");
-  }
-  ts_parser_set_timeout_micros(parser.get(), static_cast<std::uint64_t>(options.timeout.count()));
-  Tree tree(ts_parser_parse_string(parser.get(), nullptr, text.data(),
-                                   static_cast<std::uint32_t>(text.size())));
-  if (!tree) throw ExtractError(TOO_SLOW);
-  return tree;
-}
-
 struct Item {
   Mark mark = Mark::local;
   std::string_view kind;
@@ -158,12 +128,10 @@ struct Item {
 
 // The matches of the query, those that begin earlier first, then those that enclose others, then
 // those of the patterns that stand first in the query.
-std::vector<Item> find_items(const Query& query, TSNode root, const ExtractOptions& options) {
-  const auto start = std::chrono::steady_clock::now();
+std::vector<Item> find_items(const Query& query, TSNode root, const Deadline& deadline) {
   const Cursor cursor(ts_query_cursor_new());
   ts_query_cursor_set_match_limit(cursor.get(), MOST_OPEN_MATCHES);
-  ts_query_cursor_set_timeout_micros(cursor.get(),
-                                     static_cast<std::uint64_t>(options.timeout.count()));
+  ts_query_cursor_set_timeout_micros(cursor.get(), deadline.left());
   ts_query_cursor_exec(cursor.get(), query.query.get(), root);
   std::vector<std::pair<std::uint16_t, Item>> found;
   TSQueryMatch match;
@@ -185,7 +153,7 @@ std::vector<Item> find_items(const Query& query, TSNode root, const ExtractOptio
     if (item.range.start < item.range.end) found.emplace_back(match.pattern_index, item);
   }
   // A cursor that ran out of time ends like one that is done.
-  if (std::chrono::steady_clock::now() - start >= options.timeout) throw ExtractError(TOO_SLOW);
+  deadline.check();
   std::ranges::stable_sort(found, {}, [](const auto& entry) {
     return std::tuple(entry.second.range.start, ~entry.second.range.end, entry.first);
   });
@@ -223,9 +191,10 @@ class Extraction {
     symbols_.push_back(std::move(symbol));
   }
 
-  void walk(const std::vector<Item>& items) {
+  void walk(const std::vector<Item>& items, const Deadline& deadline) {
     TSNode last{};
     for (const Item& item : items) {
+      deadline.check();
       while (!open_.empty() && open_.back().range.end <= item.range.start) open_.pop_back();
       if (!open_.empty() && open_.back().role == Enclosing::Role::local) continue;
       if (item.mark == Mark::definition) {
@@ -379,34 +348,16 @@ class Extraction {
   std::vector<index::Symbol> symbols_;
 };
 
-const Language& language_named(std::string_view name, std::string_view path) {
-  // A language may have dialects, which the extension tells apart.
-  const Language* const dialect = language_of(path);
-  if (dialect != nullptr && dialect->name == name) return *dialect;
-  const Language* const language = find_language(name);
-  if (language == nullptr) throw std::invalid_argument("unknown language: " + std::string(name));
-  return *language;
-}
-
-// The source as the parser of the language is to see it; `storage` holds it when it differs.
-std::string_view prepare(const Language& language, std::string_view source, std::string& storage) {
-  if (language.prepare == nullptr) return source;
-  storage = language.prepare(source);
-  return storage;
-}
-
 }  // namespace
 
 constinit const std::string_view EXTRACTION_VERSION = VERSION;
 
-std::vector<index::Symbol> extract_symbols(std::string_view language_name, std::string_view path,
-                                           std::string_view source, const ExtractOptions& options) {
-  const Language& language = language_named(language_name, path);
-  std::string storage;
-  Source file{.path = path, .original = source, .text = prepare(language, source, storage)};
-  const Tree tree = parse(language, file.text, options);
-  const TSNode root = ts_tree_root_node(tree.get());
-  std::vector<Item> items = find_items(query_of(language), root, options);
+void load_query(const Language& language) { static_cast<void>(query_of(language)); }
+
+std::vector<index::Symbol> find_symbols(const ParsedFile& parsed, const Deadline& deadline) {
+  const Language& language = parsed.language();
+  Source file{.path = parsed.path(), .original = parsed.source(), .text = parsed.text()};
+  std::vector<Item> items = find_items(query_of(language), parsed.root(), deadline);
   for (const Item& item : items) {
     if (item.mark == Mark::comment) {
       // Some grammars take the line break along.
@@ -419,30 +370,16 @@ std::vector<index::Symbol> extract_symbols(std::string_view language_name, std::
   std::erase_if(items, [](const Item& item) { return item.mark == Mark::comment; });
 
   Extraction extraction(language, file);
-  extraction.add_module(root);
-  extraction.walk(items);
+  extraction.add_module(parsed.root());
+  extraction.walk(items, deadline);
   return extraction.take();
 }
 
-std::size_t count_errors(std::string_view language_name, std::string_view path,
-                         std::string_view source, const ExtractOptions& options) {
-  const Language& language = language_named(language_name, path);
-  std::string storage;
-  const Tree tree = parse(language, prepare(language, source, storage), options);
-  std::size_t errors = 0;
-  TSTreeCursor cursor = ts_tree_cursor_new(ts_tree_root_node(tree.get()));
-  bool more = true;
-  while (more) {
-    const TSNode node = ts_tree_cursor_current_node(&cursor);
-    if (ts_node_is_missing(node) || type_of(node) == "ERROR") ++errors;
-    if (ts_node_has_error(node) && ts_tree_cursor_goto_first_child(&cursor)) continue;
-    more = ts_tree_cursor_goto_next_sibling(&cursor);
-    while (!more && ts_tree_cursor_goto_parent(&cursor)) {
-      more = ts_tree_cursor_goto_next_sibling(&cursor);
-    }
-  }
-  ts_tree_cursor_delete(&cursor);
-  return errors;
+std::vector<index::Symbol> extract_symbols(std::string_view language, std::string_view path,
+                                           std::string_view source, const ExtractOptions& options) {
+  load_query(language_named(language, path));
+  const Deadline deadline(options.timeout);
+  return find_symbols(ParsedFile(language, path, source, deadline), deadline);
 }
 
 }  // namespace velmora::host::indexing

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "indexing/language.h"
-#include "velmora/host/indexing/extract.h"
+#include "indexing/parsed_file.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -24,8 +25,8 @@ bool mentions_cpp(std::string_view source) {
 
 // Whether there is a class or something in a namespace. To the grammar of C "namespace n { }" is a
 // function without parameters, and no error.
-bool declares_cpp(std::string_view path, std::string_view source) {
-  return std::ranges::any_of(extract_symbols("cpp", path, source), [](const auto& symbol) {
+bool declares_cpp(std::span<const index::Symbol> symbols) {
+  return std::ranges::any_of(symbols, [](const index::Symbol& symbol) {
     return symbol.kind == "class" || symbol.fqn.find("::") != std::string::npos;
   });
 }
@@ -58,14 +59,28 @@ bool HeaderLanguage::among_cpp(std::string_view path) const {
   return false;
 }
 
-std::string_view HeaderLanguage::decide(std::string_view path, std::string_view source) const {
-  if (find_language("cpp") == nullptr) return "c";
-  if (among_cpp(path)) return "cpp";
-  const std::size_t errors = count_errors("c", path, source);
-  if (errors == 0 && !mentions_cpp(source)) return "c";
-  const std::size_t cpp_errors = count_errors("cpp", path, source);
-  if (cpp_errors != errors) return cpp_errors < errors ? "cpp" : "c";
-  return declares_cpp(path, source) ? "cpp" : "c";
+Header HeaderLanguage::read(std::string_view path, std::string_view source,
+                            const ExtractOptions& options) const {
+  for (const char* name : {"c", "cpp"}) {
+    if (const Language* const language = find_language(name)) load_query(*language);
+  }
+  const Deadline deadline(options.timeout);
+  const auto parse = [&](std::string_view language) {
+    return ParsedFile(language, path, source, deadline);
+  };
+  const auto result = [&](const ParsedFile& file) {
+    return Header{file.language().name, find_symbols(file, deadline)};
+  };
+  if (find_language("cpp") == nullptr) return result(parse("c"));
+  if (among_cpp(path)) return result(parse("cpp"));
+  const ParsedFile c = parse("c");
+  const std::size_t c_errors = c.count_errors();
+  if (c_errors == 0 && !mentions_cpp(source)) return result(c);
+  const ParsedFile cpp = parse("cpp");
+  const std::size_t cpp_errors = cpp.count_errors();
+  if (c_errors < cpp_errors) return result(c);
+  Header header = result(cpp);
+  return cpp_errors < c_errors || declares_cpp(header.symbols) ? std::move(header) : result(c);
 }
 
 }  // namespace velmora::host::indexing

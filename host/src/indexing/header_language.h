@@ -6,8 +6,17 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
+
+#include "velmora/host/index/symbol.h"
+#include "velmora/host/indexing/extract.h"
 
 namespace velmora::host::indexing {
+
+struct Header {
+  std::string_view language;  // as in SOURCE_LANGUAGES
+  std::vector<index::Symbol> symbols;
+};
 
 // Knows the C and C++ sources of a repository. Any thread may ask.
 class HeaderLanguage {
@@ -18,9 +27,11 @@ class HeaderLanguage {
   // too, are C++.
   [[nodiscard]] bool among_cpp(std::string_view path) const;
 
-  // "cpp" among C++ sources; otherwise what parses with fewer errors; with as many, "cpp" when
-  // there are classes or namespaces.
-  [[nodiscard]] std::string_view decide(std::string_view path, std::string_view source) const;
+  // What a header at `path` is: C++ among C++ sources; otherwise what parses with fewer errors;
+  // with as many, C++ when there are classes or namespaces. Throws as extract_symbols does: the
+  // limit is for all of it.
+  [[nodiscard]] Header read(std::string_view path, std::string_view source,
+                            const ExtractOptions& options) const;
 
  private:
   struct Sources {

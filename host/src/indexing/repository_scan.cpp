@@ -121,10 +121,15 @@ class RepositoryScan::Impl {
     index::FileRecord& file = scanned.file;
     if (scanned.state != ScannedFile::State::read || !file.skipped.empty()) return;
     try {
-      file.language = header ? headers_->decide(file.path, source) : file.expected;
-      scanned.symbols = extract_symbols(file.language, file.path, source, options_.extract);
+      if (header) {
+        Header read = headers_->read(file.path, source, options_.extract);
+        file.language = read.language;
+        scanned.symbols = std::move(read.symbols);
+      } else {
+        scanned.symbols = extract_symbols(file.expected, file.path, source, options_.extract);
+        file.language = file.expected;
+      }
     } catch (const ExtractError& reason) {
-      file.language.clear();
       file.skipped = reason.what();
     }
   }

@@ -7,9 +7,13 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "indexing/header_language.h"
+#include "indexing/parsed_file.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -152,6 +156,31 @@ TEST(Extract, RefusesWhatWouldTakeTooLong) {
             "parsing it takes too long");
   EXPECT_EQ(reason("int f() {}", {}), "1");
   EXPECT_THROW(static_cast<void>(extract_symbols("cobol", "a.cob", "")), std::invalid_argument);
+}
+
+// Once the time of a file is over, no step of reading it begins anew with all of it.
+TEST(Extract, AllStepsShareOneLimit) {
+  const auto reason = [](const auto& step) -> std::string {
+    try {
+      static_cast<void>(step());
+    } catch (const ExtractError& error) {
+      return error.what();
+    }
+    return "";
+  };
+  const std::string source = "namespace n { class A { int f(); }; }";
+  const Deadline ample(std::chrono::hours(1));
+  const Deadline spent(std::chrono::microseconds(0));
+  const ParsedFile parsed("cpp", "a.h", source, ample);
+  const HeaderLanguage headers(std::span<const std::string>{});
+  const auto header = [&](std::chrono::microseconds timeout) {
+    return headers.read("a.h", source, {.timeout = timeout});
+  };
+  constexpr const char* TOO_LONG = "parsing it takes too long";
+  EXPECT_EQ(reason([&] { return ParsedFile("c", "a.h", source, spent).count_errors(); }), TOO_LONG);
+  EXPECT_EQ(reason([&] { return find_symbols(parsed, spent); }), TOO_LONG);
+  EXPECT_EQ(reason([&] { return header(std::chrono::microseconds(0)); }), TOO_LONG);
+  EXPECT_EQ(listed(header(std::chrono::hours(1)).symbols), listed(find_symbols(parsed, ample)));
 }
 
 }  // namespace

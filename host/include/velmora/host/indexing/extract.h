@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
@@ -23,8 +22,9 @@ class ExtractError : public std::runtime_error {
 extern const std::string_view EXTRACTION_VERSION;
 
 struct ExtractOptions {
-  // How long parsing a file, and then finding its definitions, may take. Real files take
-  // milliseconds; the limit is for those made to be hard, and bounds their memory too.
+  // How long reading a file may take in all: parsing it, more than once if need be, and finding its
+  // definitions. Real files take milliseconds; the limit is for those made to be hard, and bounds
+  // their memory too.
   std::chrono::microseconds timeout = std::chrono::seconds(3);
 };
 
@@ -40,11 +40,6 @@ struct ExtractOptions {
                                                          std::string_view path,
                                                          std::string_view source,
                                                          const ExtractOptions& options = {});
-
-// How many places of `source`, a file in `language` at `path`, its parser could make nothing of.
-// Throws as extract_symbols does.
-[[nodiscard]] std::size_t count_errors(std::string_view language, std::string_view path,
-                                       std::string_view source, const ExtractOptions& options = {});
 
 // The languages that are built in as people write them ("C++"), in alphabetical order.
 [[nodiscard]] std::vector<std::string_view> language_titles();
