@@ -118,10 +118,10 @@ void Index::write(const std::function<bool(storage::Database&)>& work) {
   });
 }
 
-std::int64_t Index::replace(const std::function<std::optional<Symbol>()>& next) {
+std::int64_t Index::replace(const std::function<std::optional<Symbol>()>& next, VectorKind kind) {
   std::int64_t count = 0;
   write([&](storage::Database& database) {
-    SymbolWriter writer(database);
+    SymbolWriter writer(database, kind);
     while (const std::optional<Symbol> symbol = next()) {
       writer.add(*symbol);
       ++count;

@@ -17,7 +17,7 @@ using storage::Database;
 using storage::DatabaseError;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 3;
+constexpr std::int64_t FORMAT = 4;
 
 constexpr const char* TABLES = R"sql(
 CREATE TABLE meta(
@@ -54,14 +54,15 @@ CREATE INDEX symbols_by_file ON symbols(file);
 CREATE TABLE models(
   id INTEGER PRIMARY KEY,
   name TEXT NOT NULL UNIQUE,
-  built_in INTEGER NOT NULL DEFAULT 0,  -- whether it is the program's own; at most one is
+  -- What its vectors are: float32, float16 or, of the program's own model alone, int8.
+  kind TEXT NOT NULL CHECK(kind IN ('float32', 'float16', 'int8')),
   -- Symbols of smaller ids had their turn to be embedded; the default is the smallest id.
   embedded_to INTEGER NOT NULL DEFAULT (-9223372036854775807 - 1)
 );
 CREATE TABLE embeddings(
   model INTEGER NOT NULL,
   symbol INTEGER NOT NULL,
-  vector BLOB NOT NULL,  -- float32, little-endian; of the program's own model int8
+  vector BLOB NOT NULL,  -- numbers of the model's kind, little-endian
   UNIQUE(model, symbol)
 );
 INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), 0, '');

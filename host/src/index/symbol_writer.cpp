@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <span>
 #include <stdexcept>
 
 #include "index/stored_vector.h"
@@ -12,20 +11,21 @@ namespace {
 
 using storage::DatabaseError;
 
-// The number of `name`, which gets the next one and a row when it is new.
+// The number of `name`, which gets the next one and a row, made by `insert`, when it is new.
+template <class Insert>
 std::int64_t numbered(std::unordered_map<std::string, std::int64_t>& numbers,
-                      const std::string& name, storage::Database& database,
-                      std::string_view insert) {
+                      const std::string& name, Insert&& insert) {
   const auto [entry, is_new] =
       numbers.try_emplace(name, static_cast<std::int64_t>(numbers.size()) + 1);
-  if (is_new) database.prepare(insert).bind(1, entry->second).bind(2, std::string_view(name)).run();
+  if (is_new) insert(entry->second);
   return entry->second;
 }
 
 }  // namespace
 
-SymbolWriter::SymbolWriter(storage::Database& database)
+SymbolWriter::SymbolWriter(storage::Database& database, VectorKind kind)
     : database_(database),
+      kind_(kind),
       insert_symbol_(database.prepare("INSERT INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
       insert_embedding_(database.prepare("INSERT INTO embeddings VALUES(?, ?, ?)")) {
   database.execute(
@@ -41,11 +41,22 @@ SymbolId SymbolWriter::next_id() const {
 }
 
 std::int64_t SymbolWriter::file_id(const std::string& path) {
-  return numbered(files_, path, database_, "INSERT INTO files(id, path) VALUES(?, ?)");
+  return numbered(files_, path, [&](std::int64_t id) {
+    database_.prepare("INSERT INTO files(id, path) VALUES(?, ?)")
+        .bind(1, id)
+        .bind(2, std::string_view(path))
+        .run();
+  });
 }
 
 std::int64_t SymbolWriter::model_id(const std::string& name) {
-  return numbered(models_, name, database_, "INSERT INTO models(id, name) VALUES(?, ?)");
+  return numbered(models_, name, [&](std::int64_t id) {
+    database_.prepare("INSERT INTO models(id, name, kind) VALUES(?, ?, ?)")
+        .bind(1, id)
+        .bind(2, std::string_view(name))
+        .bind(3, kind_name(kind_))
+        .run();
+  });
 }
 
 void SymbolWriter::add(const Symbol& symbol) {
@@ -75,7 +86,7 @@ void SymbolWriter::add_embedding(SymbolId symbol, const SymbolEmbedding& embeddi
   try {
     insert_embedding_.bind(1, model_id(embedding.model))
         .bind(2, symbol)
-        .bind_blob(3, std::as_bytes(std::span(embedding.values)))
+        .bind_blob(3, stored_vector(embedding.values, kind_))
         .run();
   } catch (const DatabaseError& error) {
     if (error.code() != SQLITE_CONSTRAINT) throw;

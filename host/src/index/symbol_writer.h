@@ -8,14 +8,15 @@
 #include <unordered_map>
 
 #include "velmora/host/index/symbol.h"
+#include "velmora/host/index/vector_kind.h"
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::index {
 
 class SymbolWriter {
  public:
-  // Empties the tables. The database outlives the writer.
-  explicit SymbolWriter(storage::Database& database);
+  // Empties the tables. Vectors will be kept as `kind`. The database outlives the writer.
+  SymbolWriter(storage::Database& database, VectorKind kind);
 
   // Stores a symbol. Throws std::invalid_argument for one that cannot be stored, and is of no use
   // afterwards.
@@ -31,6 +32,7 @@ class SymbolWriter {
   void add_embedding(SymbolId symbol, const SymbolEmbedding& embedding);
 
   storage::Database& database_;
+  const VectorKind kind_;
   storage::Statement insert_symbol_;
   storage::Statement insert_embedding_;
   std::unordered_map<std::string, std::int64_t> files_;

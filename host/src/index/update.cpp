@@ -151,15 +151,13 @@ class Update::Impl {
     Statement insert = database_.prepare("INSERT INTO embeddings VALUES(?, ?, ?)");
     select.bind(1, model).bind(2, embedded_to);
     std::vector<float> vector(dimensions);
-    std::vector<std::int8_t> bytes(dimensions);
     std::int64_t stored = 0;
     while (select.step()) {
       const storage::SymbolRow symbol = symbol_row(select);
       if (!vector_of(symbol, vector)) continue;
-      write_direction<std::int8_t>(vector, bytes);
       insert.bind(1, model)
           .bind(2, symbol.id)
-          .bind_blob(3, std::as_bytes(std::span(std::as_const(bytes))))
+          .bind_blob(3, stored_vector(vector, VectorKind::int8))
           .run();
       ++stored;
     }
@@ -194,9 +192,11 @@ class Update::Impl {
     return id;
   }
 
-  // The row of the program's own model, which takes the place of any other, and where it is.
+  // The row of the program's own model, and where it is. It takes the place of any other, and of
+  // vectors that came under its name.
   std::pair<std::int64_t, SymbolId> own_model(std::string_view name) {
-    Statement others = database_.prepare("SELECT id FROM models WHERE built_in AND name <> ?");
+    Statement others =
+        database_.prepare("SELECT id FROM models WHERE (kind = 'int8') <> (name = ?)");
     others.bind(1, name);
     while (others.step()) {
       const std::int64_t other = others.column_int64(0);
@@ -205,9 +205,7 @@ class Update::Impl {
       database_.prepare("DELETE FROM models WHERE id = ?").bind(1, other).run();
     }
     database_
-        .prepare(
-            "INSERT INTO models(name, built_in) VALUES(?, 1)"
-            " ON CONFLICT(name) DO UPDATE SET built_in = 1 WHERE NOT built_in")
+        .prepare("INSERT INTO models(name, kind) VALUES(?, 'int8') ON CONFLICT(name) DO NOTHING")
         .bind(1, name)
         .run();
     Statement select = database_.prepare("SELECT id, embedded_to FROM models WHERE name = ?");

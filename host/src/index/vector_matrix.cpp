@@ -1,12 +1,11 @@
 #include "index/vector_matrix.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
 
+#include "index/best_rows.h"
 #include "index/stored_vector.h"
 #include "velmora/host/index/index.h"
 
@@ -15,86 +14,47 @@ namespace {
 
 using storage::NearestPair;
 
-static_assert(std::endian::native == std::endian::little,
-              "vectors are stored as they are in memory");
-
-// In double precision, so that the order of near neighbours is theirs and not that of rounding;
-// with several sums, so that the compiler may use the processor's wide registers.
-double dot(const double* left, const float* right, std::size_t length) {
-  constexpr std::size_t LANES = 8;
-  std::array<double, LANES> sums{};
-  std::size_t i = 0;
-  for (; i + LANES <= length; i += LANES) {
-    for (std::size_t lane = 0; lane < LANES; ++lane) {
-      sums[lane] += left[i + lane] * static_cast<double>(right[i + lane]);
-    }
-  }
-  double sum = 0.0;
-  for (; i < length; ++i) sum += left[i] * static_cast<double>(right[i]);
-  for (const double lane : sums) sum += lane;
-  return sum;
-}
-
-// In whole numbers, which are exact and fast.
-double dot(const std::int16_t* left, const std::int8_t* right, std::size_t length) {
-  constexpr std::size_t BLOCK = 512;  // the sum of so many products fits into 32 bits
-  double sum = 0.0;
-  for (std::size_t start = 0; start < length; start += BLOCK) {
-    const std::size_t end = std::min(start + BLOCK, length);
-    std::int32_t block = 0;
-    for (std::size_t i = start; i < end; ++i) {
-      block += std::int32_t{left[i]} * std::int32_t{static_cast<std::int16_t>(right[i])};
-    }
-    sum += block;
-  }
-  return sum;
-}
+double number(float value) { return value; }
+double number(Half value) { return to_float(value); }
+double number(std::int8_t value) { return value; }
+double number(std::int16_t value) { return value; }
 
 template <class Number>
-double norm(std::span<const Number> values) {
+double norm(const Number* numbers, std::size_t length) {
   double sum = 0.0;
-  for (const Number value : values) {
-    sum += static_cast<double>(value) * static_cast<double>(value);
-  }
+  for (std::size_t i = 0; i < length; ++i) sum += number(numbers[i]) * number(numbers[i]);
   return std::sqrt(sum);
 }
 
-bool nearer(const NearestPair& left, const NearestPair& right) {
-  if (left.similarity != right.similarity) return left.similarity > right.similarity;
-  return left.id < right.id;
+double norm(VectorKind kind, const std::byte* row, std::size_t length) {
+  switch (kind) {
+    case VectorKind::float32:
+      return norm(reinterpret_cast<const float*>(row), length);
+    case VectorKind::float16:
+      return norm(reinterpret_cast<const Half*>(row), length);
+    case VectorKind::int8:
+      break;
+  }
+  return norm(reinterpret_cast<const std::int8_t*>(row), length);
 }
 
 }  // namespace
 
-template <class Number>
-void VectorMatrix::Rows<Number>::reserve(std::size_t rows, std::size_t row_bytes) {
-  inverse_norms.reserve(rows);
-  numbers.reserve(rows * (row_bytes / sizeof(Number)));
-}
-
-template <class Number>
-bool VectorMatrix::Rows<Number>::add(std::span<const std::byte> blob) {
-  const std::size_t length = blob.size() / sizeof(Number);
-  numbers.resize(numbers.size() + length);
-  Number* const row = numbers.data() + (numbers.size() - length);
-  if (length > 0) std::memcpy(row, blob.data(), length * sizeof(Number));
-  const double size = norm(std::span<const Number>(row, length));
-  inverse_norms.push_back(1.0 / size);
-  return std::isfinite(size) && size > 0.0;
-}
-
-VectorMatrix::VectorMatrix(storage::Database& database, std::string_view model) : model_(model) {
+VectorMatrix::VectorMatrix(storage::Database& database, std::string_view model,
+                           const DotProducts& dots)
+    : model_(model), dots_(dots) {
   storage::Statement about = database.prepare(
-      "SELECT id, built_in, (SELECT count(*) FROM embeddings AS e WHERE e.model = m.id),"
-      " (SELECT length(vector) FROM embeddings AS e WHERE e.model = m.id LIMIT 1)"
+      "SELECT id, kind, (SELECT count(*) FROM embeddings AS e WHERE e.model = m.id),"
+      " (SELECT length(vector) FROM embeddings AS e WHERE e.model = m.id ORDER BY symbol LIMIT 1)"
       " FROM models AS m WHERE name = ?");
   about.bind(1, model);
   if (!about.step()) return;
-  bytes_ = about.column_int64(1) != 0;
+  kind_ = kind_of(about.column_text(1));
   const auto rows = static_cast<std::size_t>(about.column_int64(2));
-  const auto row_bytes = static_cast<std::size_t>(about.column_int64(3));
+  length_ = static_cast<std::size_t>(about.column_int64(3)) / number_size(kind_);
   ids_.reserve(rows);
-  bytes_ ? byte_rows_.reserve(rows, row_bytes) : float_rows_.reserve(rows, row_bytes);
+  norms_.reserve(rows);
+  rows_ = RowBlock(rows * length_ * number_size(kind_));
 
   storage::Statement select =
       database.prepare("SELECT symbol, vector FROM embeddings WHERE model = ? ORDER BY symbol");
@@ -103,19 +63,27 @@ VectorMatrix::VectorMatrix(storage::Database& database, std::string_view model) 
 }
 
 void VectorMatrix::read_row(storage::SymbolId id, std::span<const std::byte> blob) {
-  const std::size_t number = bytes_ ? sizeof(std::int8_t) : sizeof(float);
-  const std::size_t length = blob.size() / number;
-  if (ids_.empty()) length_ = length;
+  const std::size_t length = blob.size() / number_size(kind_);
   if (length != length_) {
     odd_length_ = length;
     return;
   }
-  const bool is_whole = blob.size() == length * number;
-  if (!is_whole || !(bytes_ ? byte_rows_.add(blob) : float_rows_.add(blob))) {
+  const std::size_t row_bytes = length_ * number_size(kind_);
+  std::byte* const row = rows_.data() + ids_.size() * row_bytes;
+  if (row_bytes > 0) std::memcpy(row, blob.data(), row_bytes);
+  const double size = norm(kind_, row, length_);
+  if (blob.size() != row_bytes || !std::isfinite(size) || size == 0.0) {
     throw IndexError("The stored vector of symbol " + std::to_string(id) + " (model " + model_ +
                      ") is damaged. Make the index anew");
   }
   ids_.push_back(id);
+  norms_.push_back(size);
+}
+
+template <class Number, class Visit>
+void VectorMatrix::each_row(Visit visit) const {
+  const auto* const rows = reinterpret_cast<const Number*>(rows_.data());
+  for (std::size_t row = 0; row < ids_.size(); ++row) visit(row, rows + row * length_);
 }
 
 std::vector<NearestPair> VectorMatrix::nearest(std::span<const float> query,
@@ -128,39 +96,43 @@ std::vector<NearestPair> VectorMatrix::nearest(std::span<const float> query,
                                 " values, and a stored vector of the model " + model_ + " has " +
                                 std::to_string(other));
   }
-  if (bytes_) {
+  BestRows best(static_cast<std::size_t>(std::min(top_k, static_cast<std::int64_t>(ids_.size()))));
+  const auto offer = [&](std::size_t row, double dot, double query_norm) {
+    best.offer(std::clamp(dot / (norms_[row] * query_norm), -1.0, 1.0), row);
+  };
+  if (kind_ == VectorKind::int8) {
     std::vector<std::int16_t> numbers(length_);
     write_direction<std::int16_t>(query, numbers);
-    return nearest_of<std::int16_t>(byte_rows_, numbers, top_k);
-  }
-  return nearest_of<double>(float_rows_, std::vector<double>(query.begin(), query.end()), top_k);
-}
-
-template <class QueryNumber, class Number>
-std::vector<NearestPair> VectorMatrix::nearest_of(const Rows<Number>& rows,
-                                                  std::span<const QueryNumber> query,
-                                                  std::int64_t top_k) const {
-  const double inverse_query_norm = 1.0 / norm(query);
-  // A heap of the best so far with the farthest of them in front.
-  const auto wanted =
-      static_cast<std::size_t>(std::min(top_k, static_cast<std::int64_t>(ids_.size())));
-  std::vector<NearestPair> best;
-  best.reserve(wanted);
-  for (std::size_t row = 0; row < ids_.size(); ++row) {
-    const double cosine = dot(query.data(), rows.numbers.data() + row * length_, length_) *
-                          rows.inverse_norms[row] * inverse_query_norm;
-    const NearestPair pair{.id = ids_[row], .similarity = std::clamp(cosine, -1.0, 1.0)};
-    if (best.size() < wanted) {
-      best.push_back(pair);
-      std::push_heap(best.begin(), best.end(), nearer);
-    } else if (nearer(pair, best.front())) {
-      std::pop_heap(best.begin(), best.end(), nearer);
-      best.back() = pair;
-      std::push_heap(best.begin(), best.end(), nearer);
+    const double query_norm = norm(numbers.data(), length_);
+    each_row<std::int8_t>([&](std::size_t row, const std::int8_t* values) {
+      offer(row, dots_.int8(numbers.data(), values, length_), query_norm);
+    });
+  } else {
+    const std::vector<double> numbers(query.begin(), query.end());
+    const double query_norm = norm(query.data(), length_);
+    if (kind_ == VectorKind::float32) {
+      each_row<float>([&](std::size_t row, const float* values) {
+        offer(row, dots_.float32(numbers.data(), values, length_), query_norm);
+      });
+    } else {
+      // A half takes two steps to become a double, which is slower than memory: most rows are too
+      // far off for the rounding of a sum in single precision to matter.
+      std::vector<float> direction(length_);
+      std::ranges::transform(numbers, direction.begin(),
+                             [&](double value) { return static_cast<float>(value / query_norm); });
+      const double error = rough_error(length_);
+      each_row<Half>([&](std::size_t row, const Half* values) {
+        const double rough = dots_.rough_float16(direction.data(), values, length_);
+        if (rough < (best.bar() - error) * norms_[row]) return;
+        offer(row, dots_.float16(numbers.data(), values, length_), query_norm);
+      });
     }
   }
-  std::sort_heap(best.begin(), best.end(), nearer);
-  return best;
+  std::vector<NearestPair> pairs;
+  for (const BestRows::Row& row : std::move(best).take()) {
+    pairs.push_back({.id = ids_[row.number], .similarity = row.similarity});
+  }
+  return pairs;
 }
 
 }  // namespace velmora::host::index

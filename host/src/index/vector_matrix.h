@@ -9,6 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "index/dot_product.h"
+#include "index/row_block.h"
+#include "velmora/host/index/vector_kind.h"
 #include "velmora/storage/repository_retrieval.h"
 #include "velmora/storage/sqlite.h"
 
@@ -17,8 +20,9 @@ namespace velmora::host::index {
 // Immutable once read, so threads share it.
 class VectorMatrix {
  public:
-  // Reads every vector of `model`; none is no error.
-  VectorMatrix(storage::Database& database, std::string_view model);
+  // Reads every vector of `model`; none is no error. `dots` outlives the matrix.
+  VectorMatrix(storage::Database& database, std::string_view model,
+               const DotProducts& dots = dot_products());
 
   // The `top_k` vectors nearest to `query` by cosine, nearest first, equal ones by lower id. Throws
   // std::invalid_argument for a query without direction, or when a vector has another length.
@@ -26,30 +30,19 @@ class VectorMatrix {
                                                           std::int64_t top_k) const;
 
  private:
-  // The rows of a matrix, one behind the other, and what makes each of them as long as 1.
-  template <class Number>
-  struct Rows {
-    std::vector<Number> numbers;
-    std::vector<double> inverse_norms;
-
-    void reserve(std::size_t rows, std::size_t row_bytes);
-    // Appends a row; false when it has no direction.
-    [[nodiscard]] bool add(std::span<const std::byte> blob);
-  };
-
   void read_row(storage::SymbolId id, std::span<const std::byte> blob);
-  template <class QueryNumber, class Number>
-  [[nodiscard]] std::vector<storage::NearestPair> nearest_of(const Rows<Number>& rows,
-                                                             std::span<const QueryNumber> query,
-                                                             std::int64_t top_k) const;
+  // Calls `visit` with the number of each row and its numbers.
+  template <class Number, class Visit>
+  void each_row(Visit visit) const;
 
   std::string model_;
-  bool bytes_ = false;                     // whether the vectors are kept as bytes
+  const DotProducts& dots_;
+  VectorKind kind_ = VectorKind::float32;
   std::size_t length_ = 0;                 // of the first vector
   std::optional<std::size_t> odd_length_;  // of a vector that is not as long as the first
   std::vector<storage::SymbolId> ids_;     // ascending
-  Rows<float> float_rows_;                 // one row of `length_` for each id, in one of the two
-  Rows<std::int8_t> byte_rows_;
+  RowBlock rows_;                          // of `length_` numbers of the kind for each id
+  std::vector<double> norms_;              // the length of each row
 };
 
 }  // namespace velmora::host::index

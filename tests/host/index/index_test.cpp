@@ -185,7 +185,7 @@ std::vector<NearestPair> plain_nearest(const std::vector<Symbol>& symbols,
     pairs.push_back({.id = *symbol.id, .similarity = dot / std::sqrt(left) / std::sqrt(right)});
   }
   std::sort(pairs.begin(), pairs.end(), [](const NearestPair& a, const NearestPair& b) {
-    // Small whole numbers: cosines that differ at all differ by far more than rounding.
+    // Equal vectors are equally near; others differ by more than rounding.
     if (std::abs(a.similarity - b.similarity) > 1e-12) return a.similarity > b.similarity;
     return a.id < b.id;
   });
@@ -199,14 +199,16 @@ TEST(Index, NearestIsExactWithTiesByLowerId) {
   for (const std::size_t length : {1U, 3U, 8U, 21U}) {
     const auto vector = [&] {
       std::vector<float> values(length);
-      for (float& value : values) value = static_cast<float>(static_cast<int>(random() % 5) - 2);
-      values[random() % length] = 1.0F;  // never all zero
+      for (float& value : values) value = static_cast<float>(random()) * 0x1p-31F - 1.0F;
       return values;
     };
     std::vector<Symbol> symbols;
     for (SymbolId id = -50; id < 50; ++id) {
+      const bool repeats = !symbols.empty() && random() % 3 == 0;
+      const std::vector<float> values =
+          repeats ? symbols[random() % symbols.size()].embeddings[0].values : vector();
       symbols.push_back(symbol(id, "s"));
-      symbols.back().embeddings = {{random() % 4 == 0 ? "other" : "m", vector()}};
+      symbols.back().embeddings = {{random() % 4 == 0 ? "other" : "m", values}};
     }
     std::shuffle(symbols.begin(), symbols.end(), random);
     index->replace(each(symbols));

@@ -22,6 +22,7 @@
 
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/index/update.h"
+#include "velmora/host/index/vector_kind.h"
 #include "velmora/storage/repository_retrieval.h"
 
 namespace velmora::host::index {
@@ -54,8 +55,9 @@ class Index final : public storage::Repository {
   // stored or refused before the next is asked for: std::invalid_argument names a repeated id, a
   // model that embeds a symbol twice, an id that would leave 64 bits, or a vector that is empty,
   // all zero or not finite. Throws IndexError when another writer does not finish within ten
-  // seconds.
-  std::int64_t replace(const std::function<std::optional<Symbol>()>& next);
+  // seconds. The vectors are kept as `kind`, which is not int8.
+  std::int64_t replace(const std::function<std::optional<Symbol>()>& next,
+                       VectorKind kind = VectorKind::float32);
 
   // Changes single files of the index. All or nothing: what `change` throws reaches the caller and
   // leaves the index as it was, and readers see the earlier state until `change` has returned. The
