@@ -42,17 +42,19 @@ struct Arguments {
   unsigned threads = 0;
 };
 
-// Tells of each epoch, and ends the training when the user interrupts it.
-TrainingHooks hooks() {
+// Tells of each epoch, and ends the training when the user interrupts it. Without exams there is no
+// rank to tell.
+TrainingHooks hooks(bool has_exams) {
   std::signal(SIGINT, [](int) { interrupted = 1; });
   const auto begin = std::chrono::steady_clock::now();
   return {.progress =
-              [begin](const TrainingProgress& progress) {
+              [begin, has_exams](const TrainingProgress& progress) {
                 const std::chrono::duration<double> spent =
                     std::chrono::steady_clock::now() - begin;
-                std::fprintf(stderr, "epoch %d of %d: loss %.4f, rank by meaning %.4f, %.0f s\n",
-                             progress.epoch, progress.epochs, progress.loss, progress.rank,
-                             spent.count());
+                std::fprintf(stderr, "epoch %d of %d: loss %.4f", progress.epoch, progress.epochs,
+                             progress.loss);
+                if (has_exams) std::fprintf(stderr, ", rank by meaning %.4f", progress.rank);
+                std::fprintf(stderr, ", %.0f s\n", spent.count());
               },
           .stop = [] { return interrupted != 0; }};
 }
@@ -73,7 +75,7 @@ void run_train(const Arguments& arguments) {
     return std::find(VALIDATION_REPOSITORIES.begin(), VALIDATION_REPOSITORIES.end(),
                      pair.repository) != VALIDATION_REPOSITORIES.end();
   });
-  const WordModelData data = train_model(pairs, exams, arguments.training, workers, hooks());
+  const WordModelData data = train_model(pairs, exams, arguments.training, workers, hooks(!exams.empty()));
   write_word_model(arguments.model, data);
   if (arguments.float_model) write_word_model(*arguments.float_model, data, RowKind::float32);
   std::printf("%s: %zu words of %u numbers, %s\n", arguments.model.c_str(), data.words.size(),
@@ -105,7 +107,7 @@ void run_tune(const Arguments& arguments) {
   Workers workers(arguments.threads);
   const fs::path root = arguments.repositories.front();
   const fs::path out = root / ".velmora" / "tuned.model";
-  const Tuned tuned = tune(root, arguments.model, out, workers, hooks());
+  const Tuned tuned = tune(root, arguments.model, out, workers, hooks(false));
   const double before = tuned.before.all.reciprocal_rank;
   const double after = tuned.after.all.reciprocal_rank;
   std::printf(
@@ -114,7 +116,7 @@ void run_tune(const Arguments& arguments) {
       tuned.pairs, tuned.questions, tuned.before.text.reciprocal_rank, before, after,
       (after / std::max(before, 1e-9) - 1.0) * 100.0);
   if (tuned.kept) {
-    std::printf("Kept as %s.\n", out.c_str());
+    std::printf("Kept as %s. Put it to use with: velmora index %s\n", out.c_str(), root.c_str());
   } else {
     std::printf("It is no better, so it is not kept.\n");
   }

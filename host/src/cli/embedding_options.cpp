@@ -2,15 +2,19 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
+#include <system_error>
 
 #include "velmora/host/embedding/http_engine.h"
 
 namespace velmora::host::cli {
 
+namespace fs = std::filesystem;
+
 void add_model_option(CLI::App& command, EmbeddingOptions& options) {
   command
       .add_option("--model", options.file,
-                  "The embedding model to use in place of the one that velmora came with")
+                  "The embedding model to use, in place of tuned.model beside the index and of the"
+                  " one that velmora came with")
       ->type_name("FILE")
       ->envname("VELMORA_MODEL");
 }
@@ -49,14 +53,25 @@ void add_server_options(CLI::App& command, EmbeddingOptions& options) {
       ->capture_default_str();
 }
 
-std::shared_ptr<embedding::BuiltinEngine> builtin_engine(const EmbeddingOptions& options) {
-  return std::make_shared<embedding::BuiltinEngine>(
-      options.file ? std::filesystem::path(*options.file) : embedding::shipped_model_file());
+std::optional<fs::path> chosen_model_file(const EmbeddingOptions& options,
+                                          const fs::path& index_file) {
+  if (options.file) return *options.file;
+  const fs::path tuned = index_file.parent_path() / "tuned.model";
+  std::error_code unreadable;  // opening it will tell
+  if (fs::symlink_status(tuned, unreadable).type() == fs::file_type::not_found) return std::nullopt;
+  return tuned;
 }
 
-std::shared_ptr<engines::EmbeddingEngine> question_engine(const EmbeddingOptions& options) {
+std::shared_ptr<embedding::BuiltinEngine> builtin_engine(const EmbeddingOptions& options,
+                                                         const fs::path& index_file) {
+  return std::make_shared<embedding::BuiltinEngine>(
+      chosen_model_file(options, index_file).value_or(embedding::shipped_model_file()));
+}
+
+std::shared_ptr<engines::EmbeddingEngine> question_engine(const EmbeddingOptions& options,
+                                                          const fs::path& index_file) {
   if (options.none) return nullptr;
-  if (options.url.empty()) return builtin_engine(options);
+  if (options.url.empty()) return builtin_engine(options, index_file);
   const char* const key = std::getenv("VELMORA_EMBEDDINGS_API_KEY");
   auto engine = std::make_shared<embedding::HttpEngine>(
       embedding::HttpEngineOptions{.url = options.url,

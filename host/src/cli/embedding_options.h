@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,7 +18,7 @@ namespace velmora::host::cli {
 
 struct EmbeddingOptions {
   bool none = false;                // --no-embeddings
-  std::optional<std::string> file;  // of the program's own model; absent: the one it came with
+  std::optional<std::string> file;  // of the program's own model; absent: the index tells
   // Of a server that embeds in place of it; empty: none.
   std::string url;
   std::string server_model;
@@ -36,12 +37,18 @@ void add_embedding_options(CLI::App& command, EmbeddingOptions& options,
 // it stands in no history and no list of processes.
 void add_server_options(CLI::App& command, EmbeddingOptions& options);
 
-[[nodiscard]] std::shared_ptr<embedding::BuiltinEngine> builtin_engine(
-    const EmbeddingOptions& options);
+// The model that the user chose for an index: by option, or by tuning one, which is kept beside the
+// index. Nothing: the one that the program came with.
+[[nodiscard]] std::optional<std::filesystem::path> chosen_model_file(
+    const EmbeddingOptions& options, const std::filesystem::path& index_file);
 
-// The engine that embeds questions; null with --no-embeddings. Waits for a server, but no longer
-// than the user wants.
+// The engine of that model.
+[[nodiscard]] std::shared_ptr<embedding::BuiltinEngine> builtin_engine(
+    const EmbeddingOptions& options, const std::filesystem::path& index_file);
+
+// The engine that embeds questions to an index; null with --no-embeddings. Waits for a server, but
+// no longer than the user wants.
 [[nodiscard]] std::shared_ptr<engines::EmbeddingEngine> question_engine(
-    const EmbeddingOptions& options);
+    const EmbeddingOptions& options, const std::filesystem::path& index_file);
 
 }  // namespace velmora::host::cli

@@ -40,8 +40,8 @@ struct ExploreOptions {
   EmbeddingOptions embedding;
 };
 
-QueryEmbedder embedder(const ExploreOptions& options) {
-  auto engine = question_engine(options.embedding);
+QueryEmbedder embedder(const ExploreOptions& options, const std::filesystem::path& index_file) {
+  auto engine = question_engine(options.embedding, index_file);
   return engine ? workers::retrieval::engine_query_embedder(std::move(engine)) : QueryEmbedder();
 }
 
@@ -61,7 +61,7 @@ ExitCode explore(const ExploreOptions& options) {
   try {
     HybridRetriever retriever(
         index::Index::open(file),
-        {.embedder = embedder(options), .decisions = rerank_client(options.rerank)});
+        {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
     if (options.batch) {
       Input input(*options.batch);
       answer_batch(input.stream(), retriever, retrieve_options(options));

@@ -123,12 +123,13 @@ struct IndexOptions {
 };
 
 // The model that embeds the symbols; null when they are not to be embedded, or cannot be.
-std::shared_ptr<const embedding::WordModel> embedding_model(const EmbeddingOptions& options) {
+std::shared_ptr<const embedding::WordModel> embedding_model(const EmbeddingOptions& options,
+                                                            const fs::path& index_file) {
   if (options.none) return nullptr;
   try {
-    return builtin_engine(options)->model();
+    return builtin_engine(options, index_file)->model();
   } catch (const engines::EmbeddingNotReadyError& error) {
-    if (options.file) throw;  // the user's choice
+    if (chosen_model_file(options, index_file)) throw;
     std::fputs(("velmora: " + printable(error.what()) + ". Indexing without embeddings\n").c_str(),
                stderr);
     return nullptr;
@@ -236,7 +237,7 @@ void watch_folder(const IndexOptions& options,
 }
 
 void index_folder(const IndexOptions& options) {
-  const auto model = embedding_model(options.embedding);
+  const auto model = embedding_model(options.embedding, index_of_repository(options.folder));
   if (options.watch) return watch_folder(options, model);
   const auto [report, time] = refresh_folder(options, model, [] {});
   write_output(summary(report, time));

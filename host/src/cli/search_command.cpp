@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -50,8 +51,9 @@ ordered_json json_hit(const storage::SymbolRow& symbol, double similarity) {
 }
 
 ExitCode search_semantic(const SearchOptions& options) {
-  const auto index = index::Index::open(options.location.file());
-  const auto engine = question_engine(options.embedding);
+  const std::filesystem::path file = options.location.file();
+  const auto index = index::Index::open(file);
+  const auto engine = question_engine(options.embedding, file);
   const auto model = engine->wait_ready(std::chrono::milliseconds::zero());
   const auto vectors = model->embed(std::array{std::string_view(options.query)});
   const auto pairs = index->nearest_symbol_ids(vectors.at(0), model->name(),

@@ -166,6 +166,39 @@ TEST_F(BuiltinModel, SaysWhatIsWrongWithItsFile) {
   }
 }
 
+// A model that was tuned for the repository stands beside its index.
+TEST_F(BuiltinModel, TunedModelComesBeforeTheShipped) {
+  fs::create_directories(folder.path() / "bin");
+  const fs::path program = folder.path() / "bin" / "velmora";
+  fs::copy_file(VELMORA_PROGRAM, program);
+  fs::copy_file(model, folder.path() / "bin" / "builtin.model");
+  const auto run_plain = [&](const std::vector<std::string>& arguments) {
+    return run_velmora(arguments, "", "/", program);
+  };
+  const auto explore = [&] { return run_plain({"explore", "--repo", repo, "--json", "obtain"}); };
+  const std::string models = "SELECT group_concat(name) FROM models";
+  ASSERT_EQ(run_plain({"index", repo}).exit_code, 0);
+  EXPECT_EQ(stored(models), name);
+  EXPECT_NE(explore().output.find("knows none of the question's words"), std::string::npos);
+
+  const fs::path tuned = file.parent_path() / "tuned.model";
+  const std::string tuned_name = test::write_model(tuned, {{"obtain", {1}}, {"download", {1}}});
+  EXPECT_NE(explore().output.find("no symbol embeddings of " + tuned_name), std::string::npos);
+  ASSERT_EQ(run_plain({"index", repo}).exit_code, 0);
+  EXPECT_EQ(stored(models), tuned_name);
+  EXPECT_NE(explore().output.find(ALL_OK), std::string::npos);
+  ASSERT_EQ(index().exit_code, 0);  // --model is stronger
+  EXPECT_EQ(stored(models), name);
+
+  fs::resize_file(tuned, 100);
+  const std::string fault = "he model file " + tuned.string() + " is cut short";
+  EXPECT_NE(explore().output.find("only: t" + fault), std::string::npos);
+  const auto refused = run_plain({"index", repo});
+  EXPECT_EQ(refused.exit_code, 3);
+  EXPECT_EQ(refused.errors.find("velmora: T" + fault), 0U) << refused.errors;
+  EXPECT_EQ(stored(models), name);
+}
+
 TEST_F(BuiltinModel, ComesWithTheProgram) {
   fs::create_directories(folder.path() / "bin");
   const fs::path program = folder.path() / "bin" / "velmora";
