@@ -7,6 +7,30 @@
 #include "velmora/host/embedding/http_engine.h"
 
 namespace velmora::host::cli {
+namespace {
+
+void add_server(CLI::App& command, std::string& url, std::string& model,
+                const std::string& about_url, const std::string& about_model) {
+  CLI::Option* url_option =
+      command
+          .add_option(
+              "--embeddings-url", url,
+              about_url + "; the API key, if it wants one, is in VELMORA_EMBEDDINGS_API_KEY")
+          ->type_name("URL")
+          ->envname("VELMORA_EMBEDDINGS_URL");
+  CLI::Option* model_option = command.add_option("--embeddings-model", model, about_model)
+                                  ->type_name("NAME")
+                                  ->envname("VELMORA_EMBEDDINGS_MODEL");
+  url_option->needs(model_option);
+  model_option->needs(url_option);
+}
+
+}  // namespace
+
+std::string embeddings_key() {
+  const char* const key = std::getenv("VELMORA_EMBEDDINGS_API_KEY");
+  return key == nullptr ? "" : key;
+}
 
 namespace fs = std::filesystem;
 
@@ -26,30 +50,45 @@ void add_embedding_options(CLI::App& command, EmbeddingOptions& options,
 }
 
 void add_server_options(CLI::App& command, EmbeddingOptions& options) {
-  CLI::Option* url = command
-                         .add_option("--embeddings-url", options.url,
-                                     "Embed questions by POST URL/embeddings; the API key, if it"
-                                     " wants one, is in VELMORA_EMBEDDINGS_API_KEY")
-                         ->type_name("URL")
-                         ->envname("VELMORA_EMBEDDINGS_URL");
-  CLI::Option* model =
-      command
-          .add_option("--embeddings-model", options.server_model,
-                      "The model to ask for; it must have embedded the symbols too")
-          ->type_name("NAME")
-          ->envname("VELMORA_EMBEDDINGS_MODEL");
-  url->needs(model);
-  model->needs(url);
+  add_server(command, options.url, options.server_model, "Embed questions by POST URL/embeddings",
+             "The model to ask for; it must have embedded the symbols too");
   command
       .add_option("--embeddings-query-prefix", options.query_prefix,
                   "Put this before a question, for models that want it")
       ->type_name("TEXT")
-      ->needs(url);
+      ->envname("VELMORA_EMBEDDINGS_QUERY_PREFIX");
   command
       .add_option("--embeddings-wait", options.wait_seconds,
                   "How long to wait for the server's model at the start")
       ->type_name("SECONDS")
       ->check(CLI::Range(0, 3600).description(""))
+      ->capture_default_str();
+}
+
+void add_server_embedding_options(CLI::App& command, ServerEmbeddingOptions& options) {
+  add_server(command, options.url, options.model, "Embed symbols by POST URL/embeddings",
+             "The model to ask for; explore names it too");
+  command
+      .add_option("--embeddings-document-prefix", options.prefix,
+                  "Put this before the text of a symbol, for models that want it; when absent as"
+                  " the last time")
+      ->type_name("TEXT")
+      ->envname("VELMORA_EMBEDDINGS_DOCUMENT_PREFIX");
+  const auto number = [&](const char* name, auto& value, const char* about, int most) {
+    return command.add_option(name, value, about)
+        ->type_name("N")
+        ->check(CLI::Range(1, most).description(""));
+  };
+  number("--embeddings-text-length", options.text_length,
+         "Embed the first N characters of a symbol's text; when absent as the last time, or 1500",
+         1'000'000);
+  number("--embeddings-batch", options.batch_size, "Texts in one request", 4096)
+      ->capture_default_str();
+  number("--embeddings-parallel", options.parallel, "Requests at one time", 64)
+      ->capture_default_str();
+  command.add_flag("--half-precision", options.half_precision,
+                   "Keep the model's vectors in two bytes a number instead of four from now on");
+  number("--embeddings-timeout", options.timeout_seconds, "Seconds that a request may take", 86'400)
       ->capture_default_str();
 }
 
@@ -72,11 +111,10 @@ std::shared_ptr<engines::EmbeddingEngine> question_engine(const EmbeddingOptions
                                                           const fs::path& index_file) {
   if (options.none) return nullptr;
   if (options.url.empty()) return builtin_engine(options, index_file);
-  const char* const key = std::getenv("VELMORA_EMBEDDINGS_API_KEY");
   auto engine = std::make_shared<embedding::HttpEngine>(
       embedding::HttpEngineOptions{.url = options.url,
                                    .model = options.server_model,
-                                   .api_key = key == nullptr ? "" : key,
+                                   .api_key = embeddings_key(),
                                    .query_prefix = options.query_prefix});
   try {
     static_cast<void>(engine->wait_ready(std::chrono::seconds(options.wait_seconds)));

@@ -1,7 +1,8 @@
 // The options of the commands that embed.
 #pragma once
 
-#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -26,6 +27,19 @@ struct EmbeddingOptions {
   int wait_seconds = 5;
 };
 
+// Of a server that embeds the symbols.
+struct ServerEmbeddingOptions {
+  std::string url;
+  std::string model;
+  std::optional<std::string> prefix;
+  std::optional<std::int64_t> text_length;
+  std::size_t batch_size = 64;
+  unsigned parallel = 4;
+  int timeout_seconds = 120;
+  bool half_precision = false;
+  bool anew = false;
+};
+
 // Adds --model to a command. `options` outlives the parse.
 void add_model_option(CLI::App& command, EmbeddingOptions& options);
 
@@ -36,6 +50,12 @@ void add_embedding_options(CLI::App& command, EmbeddingOptions& options,
 // Adds those of a server that embeds questions. The key comes from the environment alone, so that
 // it stands in no history and no list of processes.
 void add_server_options(CLI::App& command, EmbeddingOptions& options);
+
+// Adds those of a server that embeds symbols.
+void add_server_embedding_options(CLI::App& command, ServerEmbeddingOptions& options);
+
+// The key of an embedding server; empty when there is none.
+[[nodiscard]] std::string embeddings_key();
 
 // The model that the user chose for an index: by option, or by tuning one, which is kept beside the
 // index. Nothing: the one that the program came with.

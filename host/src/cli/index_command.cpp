@@ -1,8 +1,3 @@
-#include <poll.h>
-#include <signal.h>
-#include <sys/signalfd.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdint>
@@ -16,67 +11,26 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 
+#include "cli/embed_folder.h"
 #include "cli/embedding_options.h"
+#include "cli/end_signals.h"
 #include "cli/index_location.h"
+#include "cli/index_lock.h"
 #include "cli/output.h"
+#include "cli/progress_line.h"
 #include "indexing/folder_watch.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
-#include "velmora/host/index/writer_lock.h"
 #include "velmora/host/indexing/extract.h"
 #include "velmora/host/indexing/refresh.h"
-#include "velmora/logging.h"
 
 namespace velmora::host::cli {
 namespace {
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
-
-constexpr logging::Logger LOGGER("velmora.host.cli");
-
-// One line on the terminal that tells how far work is that takes a while; nothing when standard
-// error is none, nor among the lines of a verbose log.
-class Progress {
- public:
-  Progress() : shown_(isatty(STDERR_FILENO) == 1 && !LOGGER.enabled(logging::Level::debug)) {}
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-  ~Progress() {
-    if (shown_) std::fputs("\r\033[K", stderr);
-  }
-
-  void show(const indexing::RefreshProgress& progress) {
-    if (!shown_ || progress.files_done == 0) return;
-    const Clock::time_point now = Clock::now();
-    if (now < next_) return;
-    next_ = now + std::chrono::milliseconds(100);
-    if (progress.embedded > 0) {
-      std::fprintf(stderr, "\r\033[KEmbedding: %lld symbols",
-                   static_cast<long long>(progress.embedded));
-      return;
-    }
-    const double seconds = std::chrono::duration<double>(now - start_).count();
-    const double rate = static_cast<double>(progress.files_done) / seconds;
-    const auto files_left = static_cast<double>(progress.file_count - progress.files_done);
-    std::fprintf(
-        stderr, "\r\033[KIndexing: %zu of %zu files, %zu symbols, %.0f files/s, %.0f s left",
-        progress.files_done, progress.file_count, progress.symbols, rate, files_left / rate);
-  }
-
- private:
-  const bool shown_;
-  const Clock::time_point start_ = Clock::now();
-  // The first moments' rate says nothing about the time left.
-  Clock::time_point next_ = start_ + std::chrono::milliseconds(500);
-};
-
-std::string counted(std::size_t count, const std::string& thing) {
-  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
-}
 
 // "Skipped 3 (2: it is a link, 1: it is binary); --verbose lists them"
 std::string skipped_summary(const std::vector<indexing::Skipped>& skipped) {
@@ -114,12 +68,25 @@ std::string summary(const indexing::RefreshReport& report, Clock::duration time)
   return text;
 }
 
+std::string progress_text(const indexing::RefreshProgress& progress, double seconds) {
+  if (progress.files_done == 0) return {};
+  if (progress.embedded > 0) return "Embedding: " + std::to_string(progress.embedded) + " symbols";
+  return "Indexing: " + std::to_string(progress.files_done) + " of " +
+         std::to_string(progress.file_count) + " files, " + std::to_string(progress.symbols) +
+         " symbols, " +
+         rate_text(static_cast<double>(progress.files_done),
+                   static_cast<double>(progress.file_count - progress.files_done), "files",
+                   seconds);
+}
+
 struct IndexOptions {
   std::string folder = ".";
   std::uintmax_t largest_file = indexing::ScanOptions().largest_file;
   bool no_wait = false;
   bool watch = false;
   EmbeddingOptions embedding;
+  bool embed = false;
+  ServerEmbeddingOptions server;
 };
 
 // The model that embeds the symbols; null when they are not to be embedded, or cannot be.
@@ -136,24 +103,6 @@ std::shared_ptr<const embedding::WordModel> embedding_model(const EmbeddingOptio
   }
 }
 
-// The user ended the watch.
-struct Interrupted {};
-
-// The lock of an index, once whoever holds it is done. `check` is called while it waits.
-index::WriterLock take_lock(const fs::path& file, bool no_wait,
-                            const std::function<void()>& check) {
-  for (bool told = false;; told = true) {
-    std::optional<index::WriterLock> lock = index::WriterLock::try_take(file);
-    if (lock) return std::move(*lock);
-    const std::string busy = "The index is being brought up to date by " +
-                             printable(index::WriterLock::holder(file)) + ". ";
-    if (no_wait) throw std::runtime_error(busy + "Try again when it is done");
-    if (!told) std::fputs(("velmora: " + busy + "Waiting for it\n").c_str(), stderr);
-    check();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-}
-
 // Brings the index of a folder up to date. `check` is called often; what it throws ends the work.
 std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
     const IndexOptions& options, std::shared_ptr<const embedding::WordModel> model,
@@ -165,12 +114,12 @@ std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
 
   const fs::path file = index_of_repository(folder);
   make_index_folder(file.parent_path());
-  const auto lock = take_lock(file.parent_path() / "lock", options.no_wait, check);
+  const auto lock = take_index_lock(file, options.no_wait, check);
   const Clock::time_point start = Clock::now();
-  Progress progress;
+  ProgressLine line;
   const auto show = [&](const indexing::RefreshProgress& now) {
     check();
-    progress.show(now);
+    line.show([&](double seconds) { return progress_text(now, seconds); });
   };
   indexing::RefreshReport report = indexing::refresh(
       folder, *index::Index::open_or_create(file),
@@ -178,50 +127,23 @@ std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
   return {std::move(report), Clock::now() - start};
 }
 
-// Becomes readable when the user wants to end the program, which no longer ends by itself then.
-class EndSignals {
- public:
-  EndSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    // Before there is any other thread, so that all of them inherit it.
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    descriptor_ = ::signalfd(-1, &signals, SFD_CLOEXEC);
-    if (descriptor_ < 0) throw std::runtime_error("Signals cannot be waited for");
-  }
-  EndSignals(const EndSignals&) = delete;
-  EndSignals& operator=(const EndSignals&) = delete;
-  ~EndSignals() { ::close(descriptor_); }
-
-  [[nodiscard]] int descriptor() const { return descriptor_; }
-
-  // Throws Interrupted when one has come.
-  void check() const {
-    pollfd ready{descriptor_, POLLIN, 0};
-    if (::poll(&ready, 1, 0) > 0) throw Interrupted();
-  }
-
- private:
-  int descriptor_ = -1;
-};
-
 // Brings the index up to date whenever something changes, until the user ends it.
 void watch_folder(const IndexOptions& options,
                   const std::shared_ptr<const embedding::WordModel>& model) {
   constexpr auto QUIET = std::chrono::milliseconds(100);
   constexpr auto LONGEST = std::chrono::seconds(1);
   const EndSignals signals;
+  const auto check = [&] { signals.check(); };
   indexing::FolderWatch watch(options.folder, signals.descriptor());
   bool first = true;
   do {
     try {
       // Watched before they are read: what changes in between makes another round.
       watch.watch_folders();
-      const auto [report, time] = refresh_folder(options, model, [&] { signals.check(); });
+      const auto [report, time] = refresh_folder(options, model, check);
       if (first || report.added + report.changed + report.removed > 0) {
         write_output(summary(report, time));
+        if (options.embed) embed_folder(options.folder, options.server, check);
       }
       if (first) write_output("Watching " + printable(options.folder) + "; Ctrl-C ends it\n");
       first = false;
@@ -237,10 +159,12 @@ void watch_folder(const IndexOptions& options,
 }
 
 void index_folder(const IndexOptions& options) {
+  if (options.embed) require_server(options.server);
   const auto model = embedding_model(options.embedding, index_of_repository(options.folder));
   if (options.watch) return watch_folder(options, model);
   const auto [report, time] = refresh_folder(options, model, [] {});
   write_output(summary(report, time));
+  if (options.embed) embed_folder(options.folder, options.server);
 }
 
 std::string language_list() {
@@ -269,11 +193,16 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
                     "Go on: bring the index up to date whenever files change, until Ctrl-C");
   add_embedding_options(*command, options->embedding,
                         "Do not embed new symbols; the next run without it does");
+  command->add_flag("--embed", options->embed,
+                    "Let a server's model embed the symbols too, as velmora embed does");
+  add_server_embedding_options(*command, options->server);
   command->footer(
       "The index is DIR/.velmora/index.db. Later runs read what has changed only; an index that "
       "is\n"
       "being brought up to date answers from its last state until it is done.\n"
       "In a git work tree the files that git does not ignore are read.\n"
+      "No server is asked without --embed; new symbols get the vectors that are known of their "
+      "text.\n"
       "Languages: " +
       language_list() + ".");
   command->callback([options, &exit_code] {

@@ -45,6 +45,10 @@ void write_output(std::string_view text) {
                            std::generic_category().message(errno));
 }
 
+std::string counted(std::size_t count, const std::string& thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 std::string printable(std::string_view text) {
   std::string shown;
   shown.reserve(text.size());

@@ -1,6 +1,7 @@
 // What the program writes to its standard streams.
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -16,6 +17,9 @@ class NobodyReads : public std::runtime_error {
 // Writes `text` to standard output at once. Throws NobodyReads, or std::runtime_error when it
 // cannot be written for another reason.
 void write_output(std::string_view text);
+
+// "1 file", "2 files".
+[[nodiscard]] std::string counted(std::size_t count, const std::string& thing);
 
 // `text` as it may be shown on a terminal: control characters other than line breaks and tabs, and
 // bytes that are not UTF-8, become U+FFFD.

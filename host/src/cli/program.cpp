@@ -31,6 +31,7 @@ void complain(std::string_view message) {
 
 ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   ExitCode exit_code = ExitCode::answered;
+  add_embed_command(app, exit_code);
   add_explore_command(app, exit_code);
   add_import_command(app, exit_code);
   add_index_command(app, exit_code);

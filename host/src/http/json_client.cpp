@@ -9,18 +9,39 @@
 namespace velmora::host::http {
 namespace {
 
-constexpr std::size_t LONGEST_ANSWER = std::size_t{16} << 20;
+// The body of an answer, as far as it came.
+struct Body {
+  std::string text;
+  std::size_t longest = 0;
+};
 
 // Appends to the answer; taking fewer bytes than were offered ends the transfer.
 std::size_t receive(const char* data, std::size_t, std::size_t size, void* target) noexcept {
-  std::string& answer = *static_cast<std::string*>(target);
-  if (answer.size() + size > LONGEST_ANSWER) return 0;
+  Body& body = *static_cast<Body*>(target);
+  if (body.text.size() + size > body.longest) return 0;
   try {
-    answer.append(data, size);
+    body.text.append(data, size);
   } catch (const std::bad_alloc&) {
     return 0;
   }
   return size;
+}
+
+HttpError::Cause cause_of(CURLcode code) {
+  switch (code) {
+    case CURLE_OPERATION_TIMEDOUT:
+      return HttpError::Cause::late;
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+      return HttpError::Cause::lost;
+    case CURLE_COULDNT_CONNECT:
+    case CURLE_COULDNT_RESOLVE_HOST:
+      return HttpError::Cause::unreachable;
+    default:
+      return HttpError::Cause::other;
+  }
 }
 
 // Called now and then during a transfer; anything but 0 ends it.
@@ -50,7 +71,7 @@ void JsonClient::add_header(const std::string& header) {
 }
 
 HttpError JsonClient::error(const std::string& what) const {
-  return HttpError(options_.who + " " + what);
+  return HttpError(options_.who + " " + what, HttpError::Cause::answer);
 }
 
 nlohmann::json JsonClient::post(const nlohmann::json& question, std::stop_token stop) {
@@ -94,7 +115,7 @@ JsonClient::Handle JsonClient::take() {
 
 std::string JsonClient::perform(CURL* curl, const std::string& body,
                                 const std::stop_token& stop) const {
-  std::string answer;
+  Body answer{.text = {}, .longest = options_.longest_answer};
   std::array<char, CURL_ERROR_SIZE> reason{};
   curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
   curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.c_str());
@@ -106,22 +127,23 @@ std::string JsonClient::perform(CURL* curl, const std::string& body,
   if (code == CURLE_OPERATION_TIMEDOUT) {
     throw HttpError(options_.who + " did not answer within " +
                         std::to_string(options_.deadline.count()) + " ms",
-                    0, true);
+                    cause_of(code));
   }
   if (code == CURLE_WRITE_ERROR) throw error("sent an answer that is too long");
   if (code != CURLE_OK) {
-    throw error("cannot be asked: " +
-                std::string(reason[0] != '\0' ? reason.data() : curl_easy_strerror(code)));
+    throw HttpError(options_.who + " cannot be asked: " +
+                        std::string(reason[0] != '\0' ? reason.data() : curl_easy_strerror(code)),
+                    cause_of(code));
   }
   long status = 0;
   curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
   if (status != 200) {
-    curl_off_t seconds = 0;  // stays so when the server names none
+    curl_off_t seconds = 0;  // stays so when the server names none; below it for a date gone by
     curl_easy_getinfo(curl, CURLINFO_RETRY_AFTER, &seconds);
-    throw HttpError(options_.who + " answered with status " + std::to_string(status), status, false,
-                    std::chrono::seconds(seconds));
+    throw HttpError(options_.who + " answered with status " + std::to_string(status), status,
+                    std::chrono::seconds(std::max<curl_off_t>(seconds, 0)), std::move(answer.text));
   }
-  return answer;
+  return std::move(answer.text);
 }
 
 }  // namespace velmora::host::http

@@ -4,6 +4,7 @@
 #include <curl/curl.h>
 
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -12,6 +13,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace velmora::host::http {
@@ -20,22 +22,46 @@ namespace velmora::host::http {
 // and never holds the key.
 class HttpError : public std::runtime_error {
  public:
-  explicit HttpError(const std::string& message, long status = 0, bool late = false,
-                     std::chrono::seconds retry_after = {})
-      : std::runtime_error(message), status_(status), late_(late), retry_after_(retry_after) {}
+  enum class Cause {
+    answer,       // an answer came, and is of no use
+    late,         // none came in time
+    lost,         // the connection broke before the answer was whole
+    unreachable,  // no connection was made
+    other,
+  };
 
-  // The status of the answer, or 0 when none came.
+  HttpError(const std::string& message, Cause cause) : HttpError(message, cause, 0, {}, {}) {}
+  // Of an answer whose status is not 200.
+  HttpError(const std::string& message, long status, std::chrono::seconds retry_after,
+            std::string answer)
+      : HttpError(message, Cause::answer, status, retry_after, std::move(answer)) {}
+
+  [[nodiscard]] Cause cause() const { return cause_; }
+  // The status of the answer, or 0 when it was 200 or none came.
   [[nodiscard]] long status() const { return status_; }
   // Whether the same question may be answered later: the server is overloaded (429), has trouble
   // of its own (5xx) or did not answer in time.
-  [[nodiscard]] bool may_pass() const { return late_ || status_ == 429 || status_ >= 500; }
+  [[nodiscard]] bool may_pass() const {
+    return cause_ == Cause::late || status_ == 429 || status_ >= 500;
+  }
   // How long the server asks to be left alone; 0 when it does not say.
   [[nodiscard]] std::chrono::seconds retry_after() const { return retry_after_; }
+  // The body of an answer whose status is not 200.
+  [[nodiscard]] const std::string& answer() const { return answer_; }
 
  private:
+  HttpError(const std::string& message, Cause cause, long status, std::chrono::seconds retry_after,
+            std::string answer)
+      : std::runtime_error(message),
+        cause_(cause),
+        status_(status),
+        retry_after_(retry_after),
+        answer_(std::move(answer)) {}
+
+  Cause cause_;
   long status_;
-  bool late_;
   std::chrono::seconds retry_after_;
+  std::string answer_;
 };
 
 struct JsonClientOptions {
@@ -44,6 +70,7 @@ struct JsonClientOptions {
   std::string api_key;  // sent as a bearer token; empty: none
   // The longest that an answer may take, from the name look-up to the last byte.
   std::chrono::milliseconds deadline = std::chrono::seconds(5);
+  std::size_t longest_answer = std::size_t{16} << 20;  // in bytes
 };
 
 // Keeps its connections open between questions. Any number of threads may ask at once.
@@ -52,12 +79,12 @@ class JsonClient {
   // Throws std::invalid_argument for a key that cannot stand in a header.
   explicit JsonClient(JsonClientOptions options);
 
-  // The answer to `POST {url}`. Follows no redirection and reads no more than 16 MiB. A stop that
-  // is requested ends the wait within a second. Throws HttpError for anything but an answer with
-  // status 200 in JSON.
+  // The answer to `POST {url}`. Follows no redirection and reads no more than the longest answer.
+  // A stop that is requested ends the wait within a second. Throws HttpError for anything but an
+  // answer with status 200 in JSON.
   [[nodiscard]] nlohmann::json post(const nlohmann::json& question, std::stop_token stop = {});
 
-  // An HttpError of this server; `what` stands behind its name.
+  // An HttpError about an answer of this server; `what` stands behind its name.
   [[nodiscard]] HttpError error(const std::string& what) const;
 
  private:

@@ -141,6 +141,14 @@ void Index::update(const std::function<void(Update&)>& change) {
   });
 }
 
+void Index::update_vectors(const std::function<void(TextVectors&)>& change) {
+  write([&](storage::Database& database) {
+    TextVectors vectors(database);
+    change(vectors);
+    return vectors.changed();
+  });
+}
+
 storage::IndexFingerprint Index::retrieval_fingerprint() {
   return {parts_->readers.borrow()->fingerprint()};
 }

@@ -17,7 +17,7 @@ using storage::Database;
 using storage::DatabaseError;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 4;
+constexpr std::int64_t FORMAT = 5;
 
 constexpr const char* TABLES = R"sql(
 CREATE TABLE meta(
@@ -57,14 +57,25 @@ CREATE TABLE models(
   -- What its vectors are: float32, float16 or, of the program's own model alone, int8.
   kind TEXT NOT NULL CHECK(kind IN ('float32', 'float16', 'int8')),
   -- Symbols of smaller ids had their turn to be embedded; the default is the smallest id.
-  embedded_to INTEGER NOT NULL DEFAULT (-9223372036854775807 - 1)
+  embedded_to INTEGER NOT NULL DEFAULT (-9223372036854775807 - 1),
+  -- Of a model that embeds texts, else NULL: what stands before a text, and its length.
+  prefix TEXT,
+  text_length INTEGER
 );
+-- Which symbol has which vector.
 CREATE TABLE embeddings(
   model INTEGER NOT NULL,
   symbol INTEGER NOT NULL,
-  vector BLOB NOT NULL,  -- numbers of the model's kind, little-endian
-  UNIQUE(model, symbol)
+  vector INTEGER NOT NULL,
+  PRIMARY KEY(model, symbol)
+) WITHOUT ROWID;
+CREATE TABLE vectors(
+  id INTEGER PRIMARY KEY,
+  model INTEGER NOT NULL,
+  text BLOB,              -- the key of the text; NULL: the vector is that of one symbol alone
+  numbers BLOB NOT NULL   -- of the model's kind, little-endian
 );
+CREATE UNIQUE INDEX vectors_by_text ON vectors(model, text) WHERE text IS NOT NULL;
 INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), 0, '');
 )sql";
 

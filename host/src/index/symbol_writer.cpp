@@ -27,9 +27,10 @@ SymbolWriter::SymbolWriter(storage::Database& database, VectorKind kind)
     : database_(database),
       kind_(kind),
       insert_symbol_(database.prepare("INSERT INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
-      insert_embedding_(database.prepare("INSERT INTO embeddings VALUES(?, ?, ?)")) {
+      embeddings_(database) {
   database.execute(
-      "DELETE FROM embeddings; DELETE FROM models; DELETE FROM symbols; DELETE FROM files");
+      "DELETE FROM embeddings; DELETE FROM vectors; DELETE FROM models; DELETE FROM symbols;"
+      " DELETE FROM files");
 }
 
 SymbolId SymbolWriter::next_id() const {
@@ -84,10 +85,7 @@ void SymbolWriter::add(const Symbol& symbol) {
 void SymbolWriter::add_embedding(SymbolId symbol, const SymbolEmbedding& embedding) {
   require_direction(embedding.values, "the vector of model " + embedding.model);
   try {
-    insert_embedding_.bind(1, model_id(embedding.model))
-        .bind(2, symbol)
-        .bind_blob(3, stored_vector(embedding.values, kind_))
-        .run();
+    embeddings_.add(model_id(embedding.model), symbol, stored_vector(embedding.values, kind_));
   } catch (const DatabaseError& error) {
     if (error.code() != SQLITE_CONSTRAINT) throw;
     throw std::invalid_argument("the model " + embedding.model + " embeds symbol " +

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "index/embedding_writer.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/index/vector_kind.h"
 #include "velmora/storage/sqlite.h"
@@ -34,7 +35,7 @@ class SymbolWriter {
   storage::Database& database_;
   const VectorKind kind_;
   storage::Statement insert_symbol_;
-  storage::Statement insert_embedding_;
+  EmbeddingWriter embeddings_;
   std::unordered_map<std::string, std::int64_t> files_;
   std::unordered_map<std::string, std::int64_t> models_;
   std::optional<SymbolId> largest_id_;

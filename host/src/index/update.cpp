@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "index/embedding_writer.h"
 #include "index/row_cursor.h"
 #include "index/stored_vector.h"
 #include "velmora/storage/sqlite.h"
@@ -82,8 +83,12 @@ class Update::Impl {
         update_symbol_(database.prepare(
             "UPDATE symbols SET language = ?, start_line = ?, end_line = ? WHERE id = ?")),
         delete_symbol_(database.prepare("DELETE FROM symbols WHERE id = ?")),
+        delete_vectors_(database.prepare(
+            "DELETE FROM vectors WHERE text IS NULL AND id IN (SELECT vector FROM embeddings"
+            " WHERE model IN (SELECT id FROM models) AND symbol = ?)")),
         delete_embeddings_(database.prepare(
-            "DELETE FROM embeddings WHERE model IN (SELECT id FROM models) AND symbol = ?")) {
+            "DELETE FROM embeddings WHERE model IN (SELECT id FROM models) AND symbol = ?")),
+        text_vectors_(database) {
     largest_id_ = number("SELECT largest_id FROM meta");
   }
 
@@ -148,17 +153,14 @@ class Update::Impl {
                                          " WHERE s.id >= ?2 AND NOT EXISTS (SELECT 1 FROM "
                                          "embeddings AS e WHERE e.model = ?1 AND e.symbol = s.id)"
                                          " ORDER BY s.id");
-    Statement insert = database_.prepare("INSERT INTO embeddings VALUES(?, ?, ?)");
+    EmbeddingWriter embeddings(database_);
     select.bind(1, model).bind(2, embedded_to);
     std::vector<float> vector(dimensions);
     std::int64_t stored = 0;
     while (select.step()) {
       const storage::SymbolRow symbol = symbol_row(select);
       if (!vector_of(symbol, vector)) continue;
-      insert.bind(1, model)
-          .bind(2, symbol.id)
-          .bind_blob(3, stored_vector(vector, VectorKind::int8))
-          .run();
+      embeddings.add(model, symbol.id, stored_vector(vector, VectorKind::int8));
       ++stored;
     }
     if (stored > 0) changed_ = true;
@@ -172,7 +174,8 @@ class Update::Impl {
   }
 
   std::int64_t symbol_count() const { return number("SELECT count(*) FROM symbols"); }
-  bool changed() const { return changed_; }
+  TextVectors& text_vectors() { return text_vectors_; }
+  bool changed() const { return changed_ || text_vectors_.changed(); }
 
   void finish() {
     if (gave_ids_) database_.prepare("UPDATE meta SET largest_id = ?").bind(1, largest_id_).run();
@@ -201,8 +204,7 @@ class Update::Impl {
     while (others.step()) {
       const std::int64_t other = others.column_int64(0);
       changed_ = true;
-      database_.prepare("DELETE FROM embeddings WHERE model = ?").bind(1, other).run();
-      database_.prepare("DELETE FROM models WHERE id = ?").bind(1, other).run();
+      remove_model(database_, other);
     }
     database_
         .prepare("INSERT INTO models(name, kind) VALUES(?, 'int8') ON CONFLICT(name) DO NOTHING")
@@ -259,6 +261,7 @@ class Update::Impl {
   void erase(SymbolId id) {
     changed_ = true;
     delete_symbol_.bind(1, id).run();
+    delete_vectors_.bind(1, id).run();
     delete_embeddings_.bind(1, id).run();
   }
 
@@ -271,7 +274,9 @@ class Update::Impl {
   Statement insert_symbol_;
   Statement update_symbol_;
   Statement delete_symbol_;
+  Statement delete_vectors_;  // but those of texts, which another symbol may have or get
   Statement delete_embeddings_;
+  TextVectors text_vectors_;
   SymbolId largest_id_ = 0;
   bool gave_ids_ = false;
   bool changed_ = false;
@@ -293,6 +298,7 @@ std::int64_t Update::embed(std::string_view model, std::size_t dimensions,
   return impl_->embed(model, dimensions, vector_of);
 }
 std::int64_t Update::symbol_count() const { return impl_->symbol_count(); }
+TextVectors& Update::text_vectors() { return impl_->text_vectors(); }
 bool Update::changed() const { return impl_->changed(); }
 void Update::finish() { impl_->finish(); }
 

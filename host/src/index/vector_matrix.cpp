@@ -45,7 +45,8 @@ VectorMatrix::VectorMatrix(storage::Database& database, std::string_view model,
     : model_(model), dots_(dots) {
   storage::Statement about = database.prepare(
       "SELECT id, kind, (SELECT count(*) FROM embeddings AS e WHERE e.model = m.id),"
-      " (SELECT length(vector) FROM embeddings AS e WHERE e.model = m.id ORDER BY symbol LIMIT 1)"
+      " (SELECT length(numbers) FROM embeddings AS e JOIN vectors AS v ON v.id = e.vector"
+      " WHERE e.model = m.id ORDER BY e.symbol LIMIT 1)"
       " FROM models AS m WHERE name = ?");
   about.bind(1, model);
   if (!about.step()) return;
@@ -56,8 +57,9 @@ VectorMatrix::VectorMatrix(storage::Database& database, std::string_view model,
   norms_.reserve(rows);
   rows_ = RowBlock(rows * length_ * number_size(kind_));
 
-  storage::Statement select =
-      database.prepare("SELECT symbol, vector FROM embeddings WHERE model = ? ORDER BY symbol");
+  storage::Statement select = database.prepare(
+      "SELECT e.symbol, v.numbers FROM embeddings AS e CROSS JOIN vectors AS v"
+      " ON v.id = e.vector WHERE e.model = ? ORDER BY e.symbol");
   select.bind(1, about.column_int64(0));
   while (!odd_length_ && select.step()) read_row(select.column_int64(0), select.column_blob(1));
 }

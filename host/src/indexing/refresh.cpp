@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "velmora/host/embedding/symbol_text.h"
 #include "velmora/host/embedding/symbol_vectors.h"
 #include "velmora/logging.h"
 
@@ -73,6 +74,7 @@ RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::
     log(logging::Level::info, "skipped", one.path + ": " + one.reason);
   }
   report.symbols = update.symbol_count();
+  embedding::link_known_vectors(update.text_vectors());
   if (options.model) {
     report.embedded = embedding::embed_symbols(update, *options.model, [&](std::int64_t embedded) {
       progress.embedded = embedded;

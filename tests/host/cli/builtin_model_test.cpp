@@ -95,7 +95,7 @@ TEST_F(BuiltinModel, SearchShowsTheNearestAlone) {
 }
 
 TEST_F(BuiltinModel, EmbedsWhatHasNoVectorYet) {
-  const std::string vectors = "SELECT group_concat(hex(vector)) FROM embeddings";
+  const std::string vectors = "SELECT group_concat(hex(numbers)) FROM vectors";
   EXPECT_EQ(run({"index", repo, "--no-embeddings"}).exit_code, 0);
   EXPECT_EQ(stored(vectors), "");
   EXPECT_NE(ask("fetch").find("the index has no symbol embeddings of " + name), std::string::npos);
@@ -112,13 +112,14 @@ TEST_F(BuiltinModel, EmbedsWhatHasNoVectorYet) {
   // A vector that is not the model's shows what is embedded again.
   const std::string foreign = "7F7F7F";
   const std::string of_download =
-      "SELECT hex(vector) FROM embeddings JOIN symbols ON id = symbol WHERE name = 'download'";
+      "SELECT hex(numbers) FROM embeddings AS e JOIN vectors AS v ON v.id = e.vector"
+      " JOIN symbols AS s ON s.id = symbol WHERE name = 'download'";
   storage::Database(file, SQLITE_OPEN_READWRITE)
-      .execute("UPDATE embeddings SET vector = x'" + foreign + "'");
+      .execute("UPDATE vectors SET numbers = x'" + foreign + "'");
   folder.write("repo/a.py", "\n\ndef download(page): pass\ndef fetch(): pass\n");
   ASSERT_EQ(index().exit_code, 0);
   EXPECT_EQ(stored(of_download), foreign);
-  EXPECT_EQ(stored("SELECT count(*) FROM embeddings"), "3");
+  EXPECT_EQ(stored("SELECT count(*) FROM vectors"), "3");
   EXPECT_NE(fingerprint(), before);
 
   // Another model embeds everything, and the vectors of the first are gone.
@@ -127,7 +128,7 @@ TEST_F(BuiltinModel, EmbedsWhatHasNoVectorYet) {
   ASSERT_EQ(index().exit_code, 0);
   EXPECT_EQ(stored(of_download), "007F");
   EXPECT_EQ(stored("SELECT group_concat(name) FROM models"), other);
-  EXPECT_EQ(stored("SELECT count(*) FROM embeddings"), "2");
+  EXPECT_EQ(stored("SELECT count(*) FROM vectors"), "2");
 }
 
 TEST_F(BuiltinModel, SaysWhatIsWrongWithItsFile) {

@@ -203,7 +203,7 @@ TEST_F(VectorMatrixTest, HalfPrecisionKeepsDirectionsOfAnySize) {
   ASSERT_EQ(got.size(), vectors.size());
   for (const NearestPair& pair : got) EXPECT_NEAR(pair.similarity, 1.0, 1e-15);
   storage::Statement stored = database.prepare(
-      "SELECT sum(length(vector)), kind FROM embeddings,"
+      "SELECT sum(length(numbers)), kind FROM vectors,"
       " models GROUP BY kind");
   ASSERT_TRUE(stored.step());
   EXPECT_EQ(stored.column_int64(0), 5 * 3 * 2);

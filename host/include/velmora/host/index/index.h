@@ -64,6 +64,9 @@ class Index final : public storage::Repository {
   // fingerprint stays as it is when no symbol changed. Throws IndexError as replace does.
   void update(const std::function<void(Update&)>& change);
 
+  // Changes the vectors of texts alone, otherwise as update does.
+  void update_vectors(const std::function<void(TextVectors&)>& change);
+
   // A text that names this state of this file, among all states of all files.
   storage::IndexFingerprint retrieval_fingerprint() override;
 

@@ -14,6 +14,7 @@
 
 #include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
+#include "velmora/host/index/text_vectors.h"
 #include "velmora/storage/repository_retrieval.h"
 
 namespace velmora::storage {
@@ -53,6 +54,9 @@ class Update {
   // and drops the vectors of another one that was the program's own before. The rows live for the
   // call. Returns how many vectors were stored. To be called after the files are stored.
   std::int64_t embed(std::string_view model, std::size_t dimensions, const VectorOf& vector_of);
+
+  // The vectors of texts, in the same transaction.
+  [[nodiscard]] TextVectors& text_vectors();
 
   [[nodiscard]] std::int64_t symbol_count() const;
 

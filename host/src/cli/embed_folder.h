@@ -1,0 +1,22 @@
+// Lets a server's model embed the symbols of a repository's index.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "cli/embedding_options.h"
+
+namespace velmora::host::cli {
+
+// Throws CLI::ValidationError unless the user names a server and its model.
+void require_server(const ServerEmbeddingOptions& options);
+
+// Embeds what has no vector of the model yet, and says what it did. `check` is called often; what
+// it throws ends the work, and what was embedded is kept. REQUIRES: the options name a server.
+void embed_folder(const std::string& folder, const ServerEmbeddingOptions& options,
+                  const std::function<void()>& check);
+
+// The same until the user ends it: Ctrl-C becomes a std::runtime_error that tells what is kept.
+void embed_folder(const std::string& folder, const ServerEmbeddingOptions& options);
+
+}  // namespace velmora::host::cli

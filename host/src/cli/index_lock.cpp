@@ -1,0 +1,43 @@
+#include "cli/index_lock.h"
+
+#include <chrono>
+#include <cstdio>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "cli/output.h"
+
+namespace velmora::host::cli {
+namespace {
+
+index::WriterLock take_lock(const std::filesystem::path& file, const std::string& what,
+                            bool no_wait, const std::function<void()>& check) {
+  for (bool told = false;; told = true) {
+    std::optional<index::WriterLock> lock = index::WriterLock::try_take(file);
+    if (lock) return std::move(*lock);
+    const std::string busy = what + " by " + printable(index::WriterLock::holder(file)) + ". ";
+    if (no_wait) throw std::runtime_error(busy + "Try again when it is done");
+    if (!told) std::fputs(("velmora: " + busy + "Waiting for it\n").c_str(), stderr);
+    check();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+}
+
+}  // namespace
+
+index::WriterLock take_index_lock(const std::filesystem::path& index, bool no_wait,
+                                  const std::function<void()>& check) {
+  return take_lock(index.parent_path() / "lock", "The index is being brought up to date", no_wait,
+                   check);
+}
+
+index::WriterLock take_embed_lock(const std::filesystem::path& index,
+                                  const std::function<void()>& check) {
+  return take_lock(index.parent_path() / "embed.lock", "The symbols are being embedded", false,
+                   check);
+}
+
+}  // namespace velmora::host::cli
