@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include "subject.h"
+#include "velmora/host/index/vector_kind.h"
 
 namespace velmora::bench {
 
@@ -14,5 +15,7 @@ void retrieve(benchmark::State& state, const SubjectName& name);
 void corpus_build(benchmark::State& state, const SubjectName& name);
 void memory(benchmark::State& state, const SubjectName& name);
 void threads(benchmark::State& state, const SubjectName& name);
+// Runs on vectors of its own.
+void nearest(benchmark::State& state, host::index::VectorKind kind);
 
 }  // namespace velmora::bench

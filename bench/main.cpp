@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "benchmarks.h"
@@ -16,9 +17,9 @@ using namespace velmora::bench;
 
 constexpr std::size_t THREADS_AT = 10'000;
 
-void add(const std::string& name, void (*run)(benchmark::State&, const SubjectName&),
-         const SubjectName& on) {
-  const std::string suffix = on.generated() ? std::to_string(on.symbols) : "real";
+template <class On>
+void add(const std::string& name, void (*run)(benchmark::State&, On), const std::string& suffix,
+         const std::decay_t<On>& on) {
   benchmark::RegisterBenchmark((name + "/" + suffix).c_str(),
                                [run, on](benchmark::State& state) { run(state, on); })
       ->Iterations(1)
@@ -43,12 +44,17 @@ int main(int argc, char** argv) try {
   for (const std::size_t symbols : sizes) subjects.push_back({symbols});
   if (!index.empty()) subjects.push_back({.index = index});
   for (const SubjectName& on : subjects) {
-    add("text_query", text_query, on);
-    add("retrieve", retrieve, on);
-    add("corpus_build", corpus_build, on);
-    add("memory", memory, on);
-    if (on.symbols == THREADS_AT) add("threads", threads, on);
+    const std::string corpus = on.generated() ? std::to_string(on.symbols) : "real";
+    add("text_query", text_query, corpus, on);
+    add("retrieve", retrieve, corpus, on);
+    add("corpus_build", corpus_build, corpus, on);
+    add("memory", memory, corpus, on);
+    if (on.symbols == THREADS_AT) add("threads", threads, corpus, on);
   }
+  using velmora::host::index::VectorKind;
+  add("nearest", nearest, "float32", VectorKind::float32);
+  add("nearest", nearest, "float16", VectorKind::float16);
+  add("nearest", nearest, "int8", VectorKind::int8);
   benchmark::AddCustomContext("compiler", VELMORA_COMPILER);
   benchmark::AddCustomContext("build_type", VELMORA_BUILD_TYPE);
   benchmark::AddCustomContext("sqlite", sqlite3_libversion());

@@ -11,7 +11,7 @@ case "${1:-}" in
   -h | --help)
     echo "usage: scripts/bench.sh [quick]"
     echo "Takes about 25 minutes and 8 GB of memory; quick leaves out the million symbols and takes"
-    echo "seven minutes. For figures to compare, leave the machine alone meanwhile."
+    echo "eight minutes. For figures to compare, leave the machine alone meanwhile."
     exit 0 ;;
   *)
     echo "bench.sh: unknown argument '$1' (see --help)" >&2

@@ -14,6 +14,9 @@ ENGINES = [
 ]
 
 
+NEAREST = (150, 2400)
+
+
 class Results:
     """What was measured: the counters of each benchmark, by corpus."""
 
@@ -27,6 +30,7 @@ class Results:
             benchmark, corpus = run["name"].split("/")[:2]
             self.counters[benchmark, corpus] = run
         self.corpora = [corpus for benchmark, corpus in self.counters if benchmark == "text_query"]
+        self.vectors = [kind for benchmark, kind in self.counters if benchmark == "nearest"]
         self.generated = [corpus for corpus in self.corpora if corpus != "real"]
         if not self.corpora:
             sys.exit(f"bench_report.py: {path} holds no results; was the run cut short?")
@@ -40,6 +44,11 @@ class Results:
 
 def ms(value):
     return f"{value:.3f}" if value < 10 else f"{value:,.1f}" if value < 100 else f"{value:,.0f}"
+
+
+def vectors_title(results, kind):
+    run = results.counters["nearest", kind]
+    return f"{run['rows']:,.0f} x {run['dimensions']:.0f} {kind}"
 
 
 def title(results, corpus):
@@ -101,6 +110,13 @@ def bars(results):
         held = own_bytes_a_symbol(results, "1000000")
         yield ("Memory, 1,000,000 symbols: at most 450 bytes a symbol beside tables and plain text",
                f"{held:.0f} bytes", held <= 450)
+
+
+    for kind in results.vectors:
+        for top in NEAREST:
+            share = results.ratio("nearest", kind, "sweep_p50", f"top{top}_p50")
+            yield (f"Nearest {top:,} of {vectors_title(results, kind)}, p50: at the memory's "
+                   "bandwidth, at least 80 % of a sweep", f"{share * 100:.0f} %", share >= 0.8)
 
 
 # --- The sections -----------------------------------------------------------------------------
@@ -211,6 +227,35 @@ def threads_section(results):
             "number of threads that ask.\n\n" + table(("", *counts), rows))
 
 
+def nearest_section(results):
+    if not results.vectors:
+        return None
+    rows = []
+    for kind in results.vectors:
+        run = results.counters["nearest", kind]
+        for top in NEAREST:
+            took = run[f"top{top}_p50"]
+            rows.append([f"{vectors_title(results, kind)}, top {top:,}",
+                         *(ms(run[f"top{top}_{percent}"]) for percent in ("p50", "p95", "p99")),
+                         f"{ms(run['plain_p50'])} ({run['plain_p50'] / took:.1f}x)",
+                         f"{ms(run['sweep_p50'])} ({run['sweep_p50'] / took * 100:.0f} %)"])
+    found = [[vectors_title(results, kind),
+              *(f"{results.get('nearest', kind, 'recall_' + count):.3f}" for count in ("10", "50")),
+              *(f"{results.get('nearest', kind, 'threads_' + count):,.0f}" for count in ("1", "2"))]
+             for kind in results.vectors]
+    fastest = max(results.ratio("nearest", kind, "bytes", "sweep_p50") for kind in results.vectors)
+    return ("## Nearest neighbours\n\nOf stored vectors in memory, as the index reads them; "
+            "milliseconds. Beside it a plain loop over the same vectors as floats, and how many "
+            "times the index's own it takes; and a sweep that only reads as many bytes, and its "
+            f"part of the index's own time. The sweep runs at up to {fastest / 1e6:.1f} GB/s. "
+            "Nothing is in the processor's cache when its turn comes.\n\n"
+            + table(("Vectors", "p50", "p95", "p99", "Plain loop, p50", "Sweep, p50"), rows)
+            + "\n\nThe part of the nearest 10 and 50 before rounding that is among the nearest 10 "
+            "and 50 of the index, and the questions answered a second, top 150, by threads that "
+            "share the vectors.\n\n"
+            + table(("Vectors", "Recall at 10", "Recall at 50", "1 thread", "2 threads"), found))
+
+
 def page(results):
     context = results.context
     load = context["load_avg"][0] if context.get("load_avg") else None
@@ -225,7 +270,8 @@ def page(results):
             + f"; {context['compiler']}, {context['build_type']} build; SQLite {context['sqlite']}; "
             f"Xapian {context['xapian']}.")
     sections = [head, bars_section(results), text_query_section(results), retrieve_section(results),
-                build_section(results), memory_section(results), threads_section(results)]
+                build_section(results), memory_section(results), threads_section(results),
+                nearest_section(results)]
     return "\n\n".join(section for section in sections if section) + "\n"
 
 
