@@ -48,8 +48,9 @@ struct ServerEmbedOptions {
   std::chrono::milliseconds deadline = std::chrono::seconds(120);  // of one request
   RetrySettings retry = {};
   // Held while the index is written, never while the server is waited for; asked for on several
-  // threads, one after the other. Throws when the stop was requested meanwhile.
-  std::function<index::WriterLock(const std::stop_token&)> lock;
+  // threads, one after the other. Empty: nobody else writes. Throws when the stop was requested
+  // meanwhile.
+  std::function<index::WriterLock(const std::stop_token&)> lock = {};
   // Called often on the caller's thread; what it throws ends the work, within a second or so.
   std::function<void(const ServerEmbedProgress&)> progress = {};
 };

@@ -25,8 +25,8 @@ namespace velmora::host::index {
 
 // A model, and how the texts that it embeds are made of symbols.
 struct TextModel {
-  std::string name;
-  std::string prefix;            // put before each text
+  std::string name = {};
+  std::string prefix = {};       // put before each text
   std::int64_t text_length = 0;  // the most characters of a text
 
   bool operator==(const TextModel&) const = default;
