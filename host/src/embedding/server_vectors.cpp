@@ -64,7 +64,7 @@ std::string advice(const HttpError& error, const ServerEmbedOptions& options) {
       return "See what the server's own log says";
     case HttpError::Cause::unreachable:
     case HttpError::Cause::other:
-      return "Check that the server runs and that its URL is right: " + options.url;
+      return "Check that the server runs and that its URL is right";
     case HttpError::Cause::answer:
       break;
   }
@@ -75,7 +75,8 @@ std::string advice(const HttpError& error, const ServerEmbedOptions& options) {
     case 403:
       return "Put a key that it takes into VELMORA_EMBEDDINGS_API_KEY";
     case 404:
-      return "Check the URL " + options.url + " and the model's name " + options.model;
+      return "Check the URL, to which /embeddings is appended, and the model's name " +
+             options.model;
     case 400:
     case 413:
     case 422:

@@ -151,7 +151,10 @@ TEST_F(ServerVectors, TriesAgainOrSaysWhatToDo) {
        {},
        "The embedding server answered with status 401: no use of ***. ",
        "VELMORA_EMBEDDINGS_API_KEY"},
-      {{status("404 None")}, {}, "The embedding server answered with status 404. ", "/"},
+      {{status("404 None")},
+       {},
+       "The embedding server answered with status 404. ",
+       "/embeddings is appended"},
       {{status("400 Long", R"({"error":"too long"})")},
        {},
        "The embedding server answered with status 400: too long. ",
@@ -221,7 +224,7 @@ TEST_F(ServerVectors, DoesNotWaitForAServerThatIsNotThere) {
   ServerEmbedOptions wanted{.url = closed, .model = "m"};
   const std::string error = error_of(wanted);
   EXPECT_EQ(error.find("The embedding server cannot be asked: Failed to connect"), 0U) << error;
-  EXPECT_NE(error.find("its URL is right: " + closed), std::string::npos) << error;
+  EXPECT_NE(error.find("its URL is right"), std::string::npos) << error;
 }
 
 TEST_F(ServerVectors, EndsAtOnceWhenTheCallerWants) {
