@@ -51,8 +51,8 @@ void embed_folder(const std::string& folder, const ServerEmbeddingOptions& optio
   std::int64_t before = -1;
   const auto show = [&](const embedding::ServerEmbedProgress& now) {
     check();
-    if (before < 0) before = now.done;
-    if (now.done == before) return;
+    if (before < 0 && now.total > 0) before = now.done;
+    if (before < 0 || now.done == before) return;
     line.show([&](double seconds) {
       return "Embedding: " + std::to_string(now.done) + " of " + std::to_string(now.total) +
              " symbols, " +

@@ -101,15 +101,19 @@ class Run {
                  .longest_answer = std::size_t{256} << 20}) {}
 
   ServerEmbedReport run() {
-    try {
-      if (options_.anew) static_cast<void>(ask(std::vector<std::string>{"ready"}, {}));
-      find_texts();
-    } catch (const HttpError& error) {
-      throw std::runtime_error(told(error));
+    if (options_.anew) {
+      on_threads(1, [this](const std::stop_token& stop) {
+        static_cast<void>(ask(std::vector<std::string>{"ready"}, stop));
+      });
     }
+    find_texts();
     const std::int64_t before = done_;
-    work();
-    if (failure_) fail();
+    const std::size_t batches = (texts_.size() + options_.batch_size - 1) / options_.batch_size;
+    on_threads(std::min<std::size_t>(options_.parallel, batches),
+               [this](const std::stop_token& stop) {
+                 while (embed_batch(stop)) {
+                 }
+               });
     write({}, [&](index::TextVectors& vectors) {
       vectors.drop_unused(options_.model, std::max(UNUSED_KEPT, total_));
     });
@@ -154,35 +158,42 @@ class Run {
     done_ = total_ - static_cast<std::int64_t>(links.missing.size());
   }
 
-  // Runs the threads until all is done, one fails or the caller wants no more.
-  void work() {
+  using Work = std::function<void(const std::stop_token&)>;
+
+  // Runs `work` on so many threads until it is done, one fails or the caller wants no more.
+  void on_threads(std::size_t count, const Work& work) {
     std::stop_source stop;
-    std::vector<std::jthread> threads;  // joined before `stop` goes
-    const std::size_t batches = (texts_.size() + options_.batch_size - 1) / options_.batch_size;
-    running_ = std::min<std::size_t>(options_.parallel, batches);
-    try {
-      for (std::size_t i = running_; i > 0; --i) {
-        threads.emplace_back([this, &stop] { work_on_batches(stop); });
+    {
+      std::vector<std::jthread> threads;
+      running_ = count;
+      try {
+        while (threads.size() < count) {
+          threads.emplace_back([&] { run_on_thread(work, stop); });
+        }
+        wait_for_threads();
+      } catch (...) {
+        stop.request_stop();
+        throw;
       }
-      std::unique_lock guard(lock_);
-      while (running_ > 0) {
-        ended_.wait_for(guard, milliseconds(100), [this] { return running_ == 0; });
-        const ServerEmbedProgress progress{.done = done_, .total = total_};
-        guard.unlock();
-        if (options_.progress) options_.progress(progress);
-        guard.lock();
-      }
-    } catch (...) {
-      stop.request_stop();
-      throw;
+    }
+    if (failure_) fail();
+  }
+
+  void wait_for_threads() {
+    std::unique_lock guard(lock_);
+    while (running_ > 0) {
+      ended_.wait_for(guard, milliseconds(100), [this] { return running_ == 0; });
+      const ServerEmbedProgress progress{.done = done_, .total = total_};
+      guard.unlock();
+      if (options_.progress) options_.progress(progress);
+      guard.lock();
     }
   }
 
-  void work_on_batches(std::stop_source& stop) {
+  void run_on_thread(const Work& work, std::stop_source& stop) {
     std::exception_ptr failure;
     try {
-      while (embed_batch(stop.get_token())) {
-      }
+      work(stop.get_token());
     } catch (const Stopped&) {
       // Whoever wanted it tells why.
     } catch (...) {
@@ -305,8 +316,10 @@ class Run {
   }
 
   [[noreturn]] void fail() const {
-    const std::string kept = ". " + std::to_string(done_) + " of " + std::to_string(total_) +
-                             " symbols have their vector; the same command goes on from there";
+    const std::string kept =
+        total_ == 0 ? ""
+                    : ". " + std::to_string(done_) + " of " + std::to_string(total_) +
+                          " symbols have their vector; the same command goes on from there";
     try {
       std::rethrow_exception(failure_);
     } catch (const HttpError& error) {

@@ -220,11 +220,14 @@ TEST_F(ServerVectors, WaitsUntilTheDateThatTheServerNames) {
 }
 
 TEST_F(ServerVectors, DoesNotWaitForAServerThatIsNotThere) {
-  const std::string closed = EmbeddingServer().url();
-  ServerEmbedOptions wanted{.url = closed, .model = "m"};
+  EmbeddingServer server;
+  EXPECT_EQ(error_of(options(server)), "no error");
+  ServerEmbedOptions wanted{.url = EmbeddingServer().url(), .model = "m", .anew = true};
   const std::string error = error_of(wanted);
   EXPECT_EQ(error.find("The embedding server cannot be asked: Failed to connect"), 0U) << error;
   EXPECT_NE(error.find("its URL is right"), std::string::npos) << error;
+  // What it has is not given up before there is something better.
+  EXPECT_FALSE(with_vector_of(server.take_texts().at(0)).empty());
 }
 
 TEST_F(ServerVectors, EndsAtOnceWhenTheCallerWants) {
