@@ -13,10 +13,9 @@ void EmbeddingWriter::add(std::int64_t model, models::SymbolId symbol,
   insert_embedding_.bind(1, model).bind(2, symbol).run();
 }
 
-void remove_model(storage::Database& database, std::int64_t model) {
+void remove_vectors(storage::Database& database, std::int64_t model) {
   for (const char* sql :
-       {"DELETE FROM embeddings WHERE model = ?", "DELETE FROM vectors WHERE model = ?",
-        "DELETE FROM models WHERE id = ?"}) {
+       {"DELETE FROM embeddings WHERE model = ?", "DELETE FROM vectors WHERE model = ?"}) {
     database.prepare(sql).bind(1, model).run();
   }
 }

@@ -24,7 +24,7 @@ class EmbeddingWriter {
   storage::Statement insert_embedding_;
 };
 
-// Removes a model with all its vectors.
-void remove_model(storage::Database& database, std::int64_t model);
+// Removes all vectors of a model.
+void remove_vectors(storage::Database& database, std::int64_t model);
 
 }  // namespace velmora::host::index

@@ -102,7 +102,7 @@ void TextVectors::forget(std::string_view model) {
   if (!select.step()) return;
   const std::int64_t id = select.column_int64(0);
   select.reset();
-  remove_model(database_, id);
+  remove_vectors(database_, id);
   changed_ = true;
 }
 

@@ -204,7 +204,8 @@ class Update::Impl {
     while (others.step()) {
       const std::int64_t other = others.column_int64(0);
       changed_ = true;
-      remove_model(database_, other);
+      remove_vectors(database_, other);
+      database_.prepare("DELETE FROM models WHERE id = ?").bind(1, other).run();
     }
     database_
         .prepare("INSERT INTO models(name, kind) VALUES(?, 'int8') ON CONFLICT(name) DO NOTHING")

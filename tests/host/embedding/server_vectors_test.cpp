@@ -108,8 +108,10 @@ TEST_F(ServerVectors, EmbedsEachTextOnceAsAPersonReadsIt) {
   EXPECT_EQ(embed_with_server(*index, wanted).given, 6);
   EXPECT_EQ(with_vector_of(texts[3]), (std::vector<index::SymbolId>{4}));
   EXPECT_TRUE(server.take_texts().empty());
+  wanted.text_length.reset();
   wanted.anew = true;
   EXPECT_EQ(embed_with_server(*index, wanted).texts, 5);
+  EXPECT_EQ(server.take_texts().at(4), texts[3]) << "after the first try, made as the last time";
 }
 
 TEST_F(ServerVectors, TriesAgainOrSaysWhatToDo) {

@@ -50,7 +50,7 @@ class TextVectors {
   // float32. Throws std::invalid_argument for the name of the program's own model.
   void set_model(const TextModel& model, bool half_precision = false);
 
-  // Removes a model with all its vectors, if there is such a model.
+  // Removes all vectors of a model, if there is such a model; how it is kept stays.
   void forget(std::string_view model);
 
   // What link found.
