@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <optional>
 #include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "symbol_repository.h"
 #include "velmora/utils/path_filter.h"
 #include "velmora/workers/retrieval.h"
 
@@ -20,32 +20,23 @@ namespace retrieval = workers::retrieval;
 
 constexpr int FIRST_PAGE = 10;
 
-std::optional<std::string_view> some(const std::string& text) {
-  return text.empty() ? std::nullopt : std::optional<std::string_view>(text);
-}
-
-// The symbols of an exam as an index: the n-th symbol has the id n + 1.
-class ExamRepository final : public storage::Repository {
+// The symbols of an exam with their vectors.
+class ExamRepository final : public SymbolRepository {
  public:
   ExamRepository(const Exam& exam, const WordModel& model, Workers& workers)
-      : exam_(exam), width_(model.dimensions()), vectors_(exam.symbols.size() * width_) {
+      : SymbolRepository(exam.symbols),
+        width_(model.dimensions()),
+        vectors_(exam.symbols.size() * width_) {
     workers.run(exam.symbols.size(), [&](std::size_t i) {
       model.embed_symbol(exam.symbols[i].parts(), std::span(vectors_).subspan(i * width_, width_));
     });
-  }
-
-  storage::IndexFingerprint retrieval_fingerprint() override { return {exam_.repository}; }
-
-  std::unique_ptr<storage::SymbolCursor> retrievable_code_symbols(
-      std::span<const std::string_view>, std::span<const std::string_view>) override {
-    return std::make_unique<Cursor>(exam_.symbols);
   }
 
   std::vector<storage::NearestPair> nearest_symbol_ids(std::span<const float> values,
                                                        std::string_view,
                                                        storage::NearestOptions options) override {
     std::vector<storage::NearestPair> pairs;
-    for (std::size_t i = 0; i < exam_.symbols.size(); ++i) {
+    for (std::size_t i = 0; i < symbols().size(); ++i) {
       const auto vector = std::span<const float>(vectors_).subspan(i * width_, width_);
       float cosine = 0.0F;
       bool is_stored = false;  // a symbol without any known word has no vector
@@ -66,38 +57,7 @@ class ExamRepository final : public storage::Repository {
     return pairs;
   }
 
-  std::unordered_map<SymbolId, storage::StoredSymbol> get_symbols_by_ids(
-      std::span<const SymbolId>) override {
-    return {};  // nothing is reranked
-  }
-
  private:
-  class Cursor final : public storage::SymbolCursor {
-   public:
-    explicit Cursor(const std::vector<Pair>& symbols) : symbols_(symbols) {}
-
-    const storage::SymbolRow* next() override {
-      if (next_ == symbols_.size()) return nullptr;
-      const Pair& symbol = symbols_[next_++];
-      row_ = {static_cast<SymbolId>(next_),
-              symbol.fqn,
-              symbol.name,
-              "function",
-              symbol.path,
-              1,
-              1,
-              some(symbol.signature),
-              some(symbol.docstring)};
-      return &row_;
-    }
-
-   private:
-    const std::vector<Pair>& symbols_;
-    std::size_t next_ = 0;
-    storage::SymbolRow row_;
-  };
-
-  const Exam& exam_;
   const std::size_t width_;
   std::vector<float> vectors_;
 };

@@ -6,14 +6,6 @@
 #include "random.h"
 
 namespace velmora::train {
-namespace {
-
-// The symbols and the questions of one repository, before any is drawn.
-struct Collected {
-  std::vector<Pair> symbols;
-  std::vector<Question> docs;
-  std::vector<Question> commits;
-};
 
 Collected collect(std::span<const Pair> pairs, std::string_view repository) {
   Collected all;
@@ -38,6 +30,8 @@ Collected collect(std::span<const Pair> pairs, std::string_view repository) {
   }
   return all;
 }
+
+namespace {
 
 // Keeps `most` of the questions, in their order.
 std::vector<Question> draw(std::vector<Question> questions, const ExamOptions& options) {

@@ -23,6 +23,15 @@ struct Question {
   std::vector<std::uint32_t> answers;  // numbers of symbols, ascending; any of them is right
 };
 
+// The symbols and the questions of one repository, in the order of the pairs.
+struct Collected {
+  std::vector<Pair> symbols;  // with the documentation that their pairs tell of
+  std::vector<Question> docs;
+  std::vector<Question> commits;
+};
+
+[[nodiscard]] Collected collect(std::span<const Pair> pairs, std::string_view repository);
+
 // All symbols of a repository that the pairs know, and questions of one kind about them.
 struct Exam {
   std::string repository;

@@ -11,7 +11,8 @@ using host::embedding::SymbolSettings;
 using host::embedding::WeightedWord;
 using host::embedding::WordBag;
 
-Vocabulary::Vocabulary(std::vector<std::string> words) : words_(std::move(words)) {
+Vocabulary::Vocabulary(std::vector<std::string> words)
+    : words_(std::move(words)), learned_(words_.size()) {
   numbers_.reserve(words_.size());
   for (std::uint32_t number = 0; number < words_.size(); ++number) {
     numbers_.emplace(words_[number], number);
@@ -37,15 +38,15 @@ Vocabulary Vocabulary::of(std::span<const Pair> pairs, const SymbolSettings& set
   return Vocabulary(std::move(words));
 }
 
-std::uint32_t Vocabulary::find(const std::string& word) const {
-  const auto found = numbers_.find(word);
-  return found == numbers_.end() ? static_cast<std::uint32_t>(size()) : found->second;
+std::uint32_t Vocabulary::number(const std::string& word) {
+  const auto [found, fresh] = numbers_.emplace(word, static_cast<std::uint32_t>(words_.size()));
+  if (fresh) words_.push_back(word);
+  return found->second;
 }
 
-void Bags::add(const WordBag& bag, const Vocabulary& vocabulary) {
+void Bags::add(const WordBag& bag, Vocabulary& vocabulary) {
   for (const WeightedWord& entry : bag) {
-    const std::uint32_t word = vocabulary.find(entry.word);
-    if (word < vocabulary.size()) terms_.push_back({word, entry.weight});
+    terms_.push_back({vocabulary.number(entry.word), entry.weight});
   }
   ends_.push_back(terms_.size());
 }
@@ -60,7 +61,7 @@ void Bags::clear() {
   ends_.assign(1, 0);
 }
 
-Examples::Examples(std::span<const Pair> pairs, const Vocabulary& vocabulary,
+Examples::Examples(std::span<const Pair> pairs, Vocabulary& vocabulary,
                    const SymbolSettings& settings) {
   std::unordered_map<std::string, std::uint32_t> numbers;
   const auto number_of = [&](const std::string& key) {

@@ -14,7 +14,8 @@
 
 namespace velmora::train {
 
-// The words that a model knows, numbered.
+// Words, numbered: first those that a model learns, then all others in the order of their
+// appearance.
 class Vocabulary {
  public:
   explicit Vocabulary(std::vector<std::string> words);
@@ -25,12 +26,15 @@ class Vocabulary {
                        std::size_t least);
 
   [[nodiscard]] const std::vector<std::string>& words() const { return words_; }
-  // The number of a word, or nothing found: size().
-  [[nodiscard]] std::uint32_t find(const std::string& word) const;
-  [[nodiscard]] std::size_t size() const { return words_.size(); }
+  // The number of a word; one that is new gets the next.
+  [[nodiscard]] std::uint32_t number(const std::string& word);
+  [[nodiscard]] bool knows(const std::string& word) const { return numbers_.contains(word); }
+  // How many words are learned: those that stood there from the beginning.
+  [[nodiscard]] std::size_t learned() const { return learned_; }
 
  private:
   std::vector<std::string> words_;
+  std::size_t learned_ = 0;
   std::unordered_map<std::string, std::uint32_t> numbers_;
 };
 
@@ -42,8 +46,8 @@ struct Term {
 // Many texts, each a list of terms.
 class Bags {
  public:
-  // Adds a text; words that the vocabulary lacks are left out.
-  void add(const host::embedding::WordBag& bag, const Vocabulary& vocabulary);
+  // Adds a text.
+  void add(const host::embedding::WordBag& bag, Vocabulary& vocabulary);
 
   // Adds a text of these terms.
   void add(std::span<const Term> terms);
@@ -61,7 +65,7 @@ class Bags {
 
 // What is learned from: the question and the symbol of each pair.
 struct Examples {
-  Examples(std::span<const Pair> pairs, const Vocabulary& vocabulary,
+  Examples(std::span<const Pair> pairs, Vocabulary& vocabulary,
            const host::embedding::SymbolSettings& settings);
 
   Bags questions;

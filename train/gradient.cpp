@@ -60,13 +60,14 @@ Encoded encode(const Bags& texts, const Table& table, Workers& workers) {
   return encoded;
 }
 
-Floats cosines(const Encoded& questions, const Encoded& symbols, Workers& workers) {
+Floats cosines(const Encoded& questions, const Encoded& symbols, std::size_t columns,
+               Workers& workers) {
   const std::size_t rows = questions.lengths.size();
-  const std::size_t columns = symbols.lengths.size();
   Floats products(rows * columns);
   if (products.empty()) return products;
-  const auto left = matrix(questions.vectors.rows, questions.vectors.dimensions);
-  const auto right = matrix(symbols.vectors.rows, symbols.vectors.dimensions);
+  const std::size_t width = questions.vectors.dimensions;
+  const auto left = matrix(questions.vectors.rows, width);
+  const auto right = matrix(std::span(symbols.vectors.rows).first(columns * width), width);
   auto all = matrix(std::span(products), columns);
   workers.run(pieces(rows), [&](std::size_t number) {
     const Range range = piece(number, rows);
@@ -77,23 +78,30 @@ Floats cosines(const Encoded& questions, const Encoded& symbols, Workers& worker
 }
 
 double contrastive_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                        float temperature, Workers& workers, Floats& by_questions,
+                        const LossOptions& options, Workers& workers, Floats& by_questions,
                         Floats& by_symbols) {
   const std::size_t count = batch.question_ids.size();
   const std::size_t width = questions.vectors.dimensions;
   const auto left = matrix(questions.vectors.rows, width);
-  const auto right = matrix(symbols.vectors.rows, width);
+  const auto right = matrix(std::span(symbols.vectors.rows).first(count * width), width);
 
-  // exp((cosine - 1) / temperature): no cosine is above one, so nothing overflows.
-  Floats likelihoods = cosines(questions, symbols, workers);
+  // exp((cosine - 1) / options.temperature): no cosine is above one, so nothing overflows.
+  Floats likelihoods = cosines(questions, symbols, count, workers);
   auto all = matrix(std::span(likelihoods), count);
   std::vector<double> own(count);  // the logarithms on the diagonal
   Floats row_sums(count);
   Floats column_parts(pieces(count) * count);
+  Floats rivals(batch.rival_ends.empty() ? 0 : batch.rival_ends.back());
+  const auto rivals_begin = [&](std::size_t i) {
+    return batch.rival_ends.empty() || i == 0 ? 0 : batch.rival_ends[i - 1];
+  };
+  const auto rivals_end = [&](std::size_t i) {
+    return batch.rival_ends.empty() ? 0 : batch.rival_ends[i];
+  };
   workers.run(pieces(count), [&](std::size_t number) {
     const Range range = piece(number, count);
     auto rows = all.middleRows(index(range.begin), index(range.size));
-    rows.array() = (rows.array() - 1.0F) / temperature;
+    rows.array() = (rows.array() - 1.0F) / options.temperature;
     for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
       own[i] = double{all(index(i), index(i))};
     }
@@ -107,6 +115,14 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
       }
     }
     vector(std::span(row_sums).subspan(range.begin, range.size)) = rows.rowwise().sum().transpose();
+    for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
+      const auto question = vector(questions.vectors.row(i));
+      for (std::size_t j = rivals_begin(i); j < rivals_end(i); ++j) {
+        const float cosine = question.dot(vector(symbols.vectors.row(count + j)));
+        rivals[j] = options.rival_weight * std::exp((cosine - 1.0F) / options.temperature);
+        row_sums[i] += rivals[j];
+      }
+    }
     vector(std::span(column_parts).subspan(number * count, count)) = rows.colwise().sum();
   });
   Floats column_sums(count);
@@ -120,10 +136,10 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
   }
 
   by_questions.assign(count * width, 0.0F);
-  by_symbols.assign(count * width, 0.0F);
+  by_symbols.assign((count + rivals.size()) * width, 0.0F);
   auto question_side = matrix(std::span(by_questions), width);
   auto symbol_side = matrix(std::span(by_symbols), width);
-  const float share = 0.5F / (static_cast<float>(count) * temperature);
+  const float share = 0.5F / (static_cast<float>(count) * options.temperature);
   const Row column_factors = vector(std::span<const float>(column_sums)).cwiseInverse();
   workers.run(pieces(count), [&](std::size_t number) {
     const Range range = piece(number, count);
@@ -134,6 +150,13 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
     }
     question_side.middleRows(index(range.begin), index(range.size)).noalias() =
         all.middleRows(index(range.begin), index(range.size)) * right;
+    for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
+      for (std::size_t j = rivals_begin(i); j < rivals_end(i); ++j) {
+        const float factor = share * rivals[j] / row_sums[i];
+        question_side.row(index(i)) += factor * vector(symbols.vectors.row(count + j));
+        symbol_side.row(index(count + j)) = factor * vector(questions.vectors.row(i));
+      }
+    }
   });
   workers.run(pieces(count), [&](std::size_t number) {
     const Range range = piece(number, count);
@@ -157,6 +180,7 @@ Gradient gradient_of(const Bags& texts, const Encoded& encoded, std::span<const 
   for (std::uint32_t text = 0; text < texts.size(); ++text) {
     if (encoded.lengths[text] <= 0.0F) continue;
     for (const Term& term : texts[text]) {
+      if (term.word >= words) continue;
       if (numbers[term.word] == 0) {
         gradient.words.push_back(term.word);
         places.emplace_back();

@@ -59,15 +59,19 @@ struct Encoded {
 // The vector of each text: the sum of its words' rows times their weights, at length one.
 [[nodiscard]] Encoded encode(const Bags& texts, const Table& table, Workers& workers);
 
-// Cosines of every question (a row) with every symbol (a column).
-[[nodiscard]] Floats cosines(const Encoded& questions, const Encoded& symbols, Workers& workers);
+// Cosines of every question (a row) with the first `columns` symbols.
+[[nodiscard]] Floats cosines(const Encoded& questions, const Encoded& symbols, std::size_t columns,
+                             Workers& workers);
 
-// Questions and their symbols: the n-th symbol answers the n-th question.
+// Questions and their symbols: the n-th symbol answers the n-th question. Behind those stand the
+// rivals, wrong answers of one question each: those of the first question, of the second, and so
+// on.
 struct Batch {
   Bags questions;
   Bags symbols;
   std::vector<std::uint32_t> question_ids;
-  std::vector<std::uint32_t> symbol_ids;
+  std::vector<std::uint32_t> symbol_ids;  // of the answers
+  std::vector<std::uint32_t> rival_ends;  // where the rivals of each question end, among rivals
 };
 
 // The derivative by each row of a table that the batch has a word of.
@@ -76,16 +80,21 @@ struct Gradient {
   Floats rows;  // one for each of `words`
 };
 
+struct LossOptions {
+  float temperature = 0.1F;
+  float rival_weight = 1.0F;  // a rival counts as much as so many other wrong answers
+};
+
 // The loss of a batch by the vectors of its texts, and its derivatives by them: the mean of the
-// cross entropies of picking, by cosine / temperature, the symbol of each question and the question
-// of each symbol among all of the batch. Pairs that share the question or the symbol are not each
-// other's wrong answers.
+// cross entropies of picking, by cosine / temperature, the symbol of each question among the
+// answers of the batch and its own rivals, and the question of each symbol among all of the batch.
+// Pairs that share the question or the symbol are not each other's wrong answers.
 double contrastive_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                        float temperature, Workers& workers, Floats& by_questions,
+                        const LossOptions& options, Workers& workers, Floats& by_questions,
                         Floats& by_symbols);
 
 // The derivative by the rows of the table that `texts` were encoded with, from that by their
-// vectors. `words` is how many rows the table has.
+// vectors. Only the first `words` rows of the table count: the others are not learned.
 [[nodiscard]] Gradient gradient_of(const Bags& texts, const Encoded& encoded,
                                    std::span<const float> by_vectors, std::size_t words,
                                    Workers& workers);

@@ -75,7 +75,8 @@ void run_train(const Arguments& arguments) {
     return std::find(VALIDATION_REPOSITORIES.begin(), VALIDATION_REPOSITORIES.end(),
                      pair.repository) != VALIDATION_REPOSITORIES.end();
   });
-  const WordModelData data = train_model(pairs, exams, arguments.training, workers, hooks(!exams.empty()));
+  const WordModelData data =
+      train_model(pairs, exams, arguments.training, workers, hooks(!exams.empty()));
   write_word_model(arguments.model, data);
   if (arguments.float_model) write_word_model(*arguments.float_model, data, RowKind::float32);
   std::printf("%s: %zu words of %u numbers, %s\n", arguments.model.c_str(), data.words.size(),
@@ -140,6 +141,15 @@ void add_training_options(CLI::App& command, TrainingOptions& training) {
       ->capture_default_str();
   command.add_option("--group", training.group, "How many in a row are of one repository")
       ->check(some)
+      ->capture_default_str();
+  command.add_option("--rivals", training.rivals, "How many wrong answers of text compete besides")
+      ->capture_default_str();
+  command.add_option("--rival-weight", training.rival_weight, "How many others each counts for")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command
+      .add_option("--unknown-length", training.unknown_length, "Of the vectors of unknown words")
+      ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
   command.add_option("--temperature", training.temperature, "How sharply they compete")
       ->check(CLI::Range(0.01, 10.0))

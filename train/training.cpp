@@ -11,6 +11,7 @@
 #include "examples.h"
 #include "gradient.h"
 #include "random.h"
+#include "rivals.h"
 
 namespace velmora::train {
 namespace {
@@ -83,9 +84,18 @@ class Schedule {
 // accumulator a row).
 class LearningTable {
  public:
-  LearningTable(std::size_t words, const TrainingOptions& options, Random& random)
-      : table_{options.dimensions, Floats(words * options.dimensions)}, squares_(words) {
-    for (float& value : table_.rows) value = static_cast<float>(random.normal());
+  // Words that are not learned keep the vectors that every model gives them.
+  LearningTable(const Vocabulary& vocabulary, const TrainingOptions& options, Random& random)
+      : table_{options.dimensions, Floats(vocabulary.words().size() * options.dimensions)},
+        squares_(vocabulary.learned()) {
+    for (std::size_t word = 0; word < vocabulary.words().size(); ++word) {
+      const auto row = table_.row(word);
+      if (word < vocabulary.learned()) {
+        for (float& value : row) value = static_cast<float>(random.normal());
+      } else {
+        host::embedding::add_unknown_word(vocabulary.words()[word], options.unknown_length, row);
+      }
+    }
     if (options.start == nullptr) return;
     std::copy(options.start->rows.begin(), options.start->rows.end(), table_.rows.begin());
   }
@@ -117,7 +127,7 @@ class LearningTable {
 
 // An exam in word numbers.
 struct EncodedExam {
-  EncodedExam(const Exam& exam, const Vocabulary& vocabulary, const TrainingOptions& options)
+  EncodedExam(const Exam& exam, Vocabulary& vocabulary, const TrainingOptions& options)
       : asked(exam.questions) {
     for (const Pair& symbol : exam.symbols) {
       symbols.add(symbol_bag(symbol.parts(), options.settings), vocabulary);
@@ -140,7 +150,7 @@ double mean_reciprocal_rank(const std::vector<EncodedExam>& exams, const Table& 
   for (const EncodedExam& exam : exams) {
     const Encoded questions = encode(exam.questions, table, workers);
     const Encoded symbols = encode(exam.symbols, table, workers);
-    const Floats all = cosines(questions, symbols, workers);
+    const Floats all = cosines(questions, symbols, exam.symbols.size(), workers);
     for (std::size_t i = 0; i < exam.asked.size(); ++i) {
       const auto row = std::span(all).subspan(i * exam.symbols.size(), exam.symbols.size());
       float best = -2.0F;
@@ -153,13 +163,23 @@ double mean_reciprocal_rank(const std::vector<EncodedExam>& exams, const Table& 
   return count == 0 ? 0.0 : sum / static_cast<double>(count);
 }
 
-Batch make_batch(const Examples& examples, std::span<const std::uint32_t> members) {
+Batch make_batch(const Examples& examples, const Rivals& rivals, std::size_t most_rivals,
+                 std::span<const std::uint32_t> members, Random& random) {
   Batch batch;
   for (const std::uint32_t i : members) {
     batch.questions.add(examples.questions[i]);
     batch.symbols.add(examples.symbols[i]);
     batch.question_ids.push_back(examples.question_ids[i]);
     batch.symbol_ids.push_back(examples.symbol_ids[i]);
+  }
+  std::uint32_t end = 0;
+  for (const std::uint32_t i : members) {
+    std::vector<std::uint32_t> drawn = rivals.of[i];
+    random.shuffle(std::span(drawn));
+    drawn.resize(std::min(drawn.size(), most_rivals));
+    for (const std::uint32_t rival : drawn) batch.symbols.add(rivals.symbols[rival]);
+    end += static_cast<std::uint32_t>(drawn.size());
+    batch.rival_ends.push_back(end);
   }
   return batch;
 }
@@ -171,7 +191,7 @@ Vocabulary make_vocabulary(std::span<const Pair> pairs, const TrainingOptions& o
   std::vector<std::string> words = options.start->words;
   const Vocabulary known(words);
   for (const std::string& word : own.words()) {
-    if (known.find(word) == known.size()) words.push_back(word);
+    if (!known.knows(word)) words.push_back(word);
   }
   return Vocabulary(std::move(words));
 }
@@ -185,16 +205,19 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
   if (options.start != nullptr) {
     options.settings = options.start->settings;
     options.dimensions = options.start->dimensions;
+    options.unknown_length = options.start->unknown_length;
   }
   Random random(options.seed);
   const std::vector<Pair> drawn = drawn_pairs(pairs, options, random);
-  const Vocabulary vocabulary = make_vocabulary(drawn, options);
-  if (vocabulary.size() == 0) throw std::invalid_argument("no word is frequent enough to learn");
+  Vocabulary vocabulary = make_vocabulary(drawn, options);
+  if (vocabulary.learned() == 0) throw std::invalid_argument("no word is frequent enough to learn");
   const Examples examples(drawn, vocabulary, options.settings);
   std::vector<EncodedExam> encoded_exams;
   for (const Exam& exam : exams) encoded_exams.emplace_back(exam, vocabulary, options);
 
-  LearningTable learning(vocabulary.size(), options, random);
+  const Rivals rivals(drawn, pairs, vocabulary, options.settings, workers);
+
+  LearningTable learning(vocabulary, options, random);
   Table best;
   double best_rank = -1.0;
   Schedule schedule(drawn, options.group);
@@ -209,18 +232,20 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
     for (std::size_t number = 0; number < batches && !stopped; ++number) {
       const std::size_t begin = number * options.batch;
       const Batch batch = make_batch(
-          examples, std::span(order).subspan(begin, std::min(options.batch, order.size() - begin)));
+          examples, rivals, options.rivals,
+          std::span(order).subspan(begin, std::min(options.batch, order.size() - begin)), random);
       const Encoded questions = encode(batch.questions, learning.table(), workers);
       const Encoded symbols = encode(batch.symbols, learning.table(), workers);
-      loss += contrastive_loss(batch, questions, symbols, options.temperature, workers,
-                               by_questions, by_symbols);
+      loss +=
+          contrastive_loss(batch, questions, symbols, {options.temperature, options.rival_weight},
+                           workers, by_questions, by_symbols);
       const double done =
           static_cast<double>(epoch) * static_cast<double>(batches) + static_cast<double>(number);
       const auto rate = static_cast<float>(options.rate * (1.0 - done / steps));
       const Gradient question_side =
-          gradient_of(batch.questions, questions, by_questions, vocabulary.size(), workers);
+          gradient_of(batch.questions, questions, by_questions, vocabulary.learned(), workers);
       const Gradient symbol_side =
-          gradient_of(batch.symbols, symbols, by_symbols, vocabulary.size(), workers);
+          gradient_of(batch.symbols, symbols, by_symbols, vocabulary.learned(), workers);
       learning.learn(question_side, rate, workers);
       learning.learn(symbol_side, rate, workers);
       stopped = hooks.stop && hooks.stop();
@@ -235,8 +260,15 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
       hooks.progress({epoch + 1, options.epochs, loss / static_cast<double>(batches), rank});
     }
   }
-  return {options.base_name, options.settings, options.dimensions, vocabulary.words(),
-          std::vector<float>(best.rows.begin(), best.rows.end())};
+  std::vector<std::string> words = vocabulary.words();
+  words.resize(vocabulary.learned());
+  best.rows.resize(words.size() * options.dimensions);
+  return {.base_name = options.base_name,
+          .settings = options.settings,
+          .dimensions = options.dimensions,
+          .unknown_length = options.unknown_length,
+          .words = std::move(words),
+          .rows = std::vector<float>(best.rows.begin(), best.rows.end())};
 }
 
 }  // namespace velmora::train

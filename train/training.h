@@ -19,7 +19,7 @@ struct TrainingOptions {
   std::uint32_t dimensions = 256;
   // A word needs to stand in so many texts of the pairs to get a vector.
   std::size_t least = 3;
-  int epochs = 20;
+  int epochs = 8;
   // Pairs that compete with each other, and how many of them in a row are of one repository, and
   // there file by file: what stands in the same file is the hardest to tell apart.
   std::size_t batch = 1024;
@@ -27,6 +27,13 @@ struct TrainingOptions {
   float temperature = 0.1F;
   // The first step size; it falls to zero by the last batch.
   float rate = 0.6F;
+  // Besides, each answer competes with so many rivals of its question, drawn anew in every epoch,
+  // each counting as much as so many others: what text alone takes for the answer matters most.
+  std::size_t rivals = 8;
+  float rival_weight = 40.0F;
+  // The length of the vectors of words that the model does not know, a little more than that of
+  // those that it learns.
+  float unknown_length = 32.0F;
   // The most pairs taken of each repository and kind.
   std::size_t most_doc_pairs = 3000;
   std::size_t most_commit_pairs = 3000;
@@ -35,11 +42,11 @@ struct TrainingOptions {
   // A model to begin with, whose dimensions and settings are kept; words that it lacks begin at
   // random. Null: all do. Lives as long as the training.
   const host::embedding::WordModelData* start = nullptr;
-  host::embedding::SymbolSettings settings = {.name = {2.0F, 64},
-                                              .fqn = {1.0F, 64},
-                                              .signature = {1.0F, 30},
-                                              .path = {1.0F, 64},
-                                              .docstring = {1.0F, 40}};
+  host::embedding::SymbolSettings settings = {.name = {1.0F, 64},
+                                              .fqn = {2.0F, 64},
+                                              .signature = {0.5F, 30},
+                                              .path = {8.0F, 64},
+                                              .docstring = {0.15F, 40}};
 };
 
 // How far a training is, after each epoch.

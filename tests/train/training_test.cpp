@@ -28,6 +28,16 @@ Batch tiny_batch(Random& random) {
     batch.question_ids.push_back(text == 4 ? 1 : text);
     batch.symbol_ids.push_back(text == 5 ? 2 : text);
   }
+  // Two rivals for every other question.
+  for (std::uint32_t text = 0; text < batch.question_ids.size(); ++text) {
+    if (text % 2 == 0) {
+      for (int i = 0; i < 2; ++i) {
+        batch.symbols.add(std::vector<Term>{{static_cast<std::uint32_t>(random.below(10)), 1.0F},
+                                            {static_cast<std::uint32_t>(random.below(10)), 0.5F}});
+      }
+    }
+    batch.rival_ends.push_back(text / 2 * 2 + 2);
+  }
   return batch;
 }
 
@@ -43,8 +53,8 @@ Step step(const Batch& batch, const Table& table, Workers& workers) {
   Floats question_side;
   Floats symbol_side;
   Step result;
-  result.loss =
-      contrastive_loss(batch, questions, symbols, 0.5F, workers, question_side, symbol_side);
+  result.loss = contrastive_loss(batch, questions, symbols, {0.5F, 3.0F}, workers, question_side,
+                                 symbol_side);
   result.by_questions = gradient_of(batch.questions, questions, question_side, 10, workers);
   result.by_symbols = gradient_of(batch.symbols, symbols, symbol_side, 10, workers);
   return result;

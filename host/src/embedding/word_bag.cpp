@@ -33,6 +33,27 @@ void add_part(std::string_view text, const PartSettings& settings, WordBag& bag)
   }
 }
 
+// Adds a vector of which every number is `size` or -`size`, as the hash decides.
+void add_signs(std::uint64_t hash, float size, std::span<float> sum) {
+  std::uint64_t state = hash;
+  std::uint64_t signs = 0;
+  for (std::size_t i = 0; i < sum.size(); ++i, signs >>= 1U) {
+    if (i % 64 == 0) {  // SplitMix64
+      state += 0x9E3779B97F4A7C15U;
+      signs = (state ^ (state >> 30U)) * 0xBF58476D1CE4E5B9U;
+      signs = (signs ^ (signs >> 27U)) * 0x94D049BB133111EBU;
+      signs ^= signs >> 31U;
+    }
+    sum[i] += (signs & 1U) != 0 ? size : -size;
+  }
+}
+
+// How much of an unknown word is the word, and how much its runs of letters; the squares add up
+// to one.
+constexpr float WORD_SHARE = 0.8F;
+constexpr float RUNS_SHARE = 0.6F;
+constexpr std::size_t RUN = 3;
+
 }  // namespace
 
 WordBag query_bag(std::string_view text) {
@@ -52,6 +73,25 @@ WordBag symbol_bag(const SymbolParts& symbol, const SymbolSettings& settings) {
     if (entry.weight > 1.0F) entry.weight = 1.0F + std::log(entry.weight);
   }
   return bag;
+}
+
+std::uint64_t word_hash(std::string_view word) {
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  for (const char letter : word) {
+    hash = (hash ^ static_cast<unsigned char>(letter)) * 0x100000001B3U;
+  }
+  return hash ^ (hash >> 32U);
+}
+
+void add_unknown_word(std::string_view word, float length, std::span<float> sum) {
+  const float size = length / std::sqrt(static_cast<float>(sum.size()));
+  add_signs(word_hash(word), size * WORD_SHARE, sum);
+  const std::string bounded = "<" + std::string(word) + ">";
+  const std::size_t runs = bounded.size() - RUN + 1;  // a word has a letter at least
+  const float share = RUNS_SHARE / std::sqrt(static_cast<float>(runs));
+  for (std::size_t begin = 0; begin < runs; ++begin) {
+    add_signs(word_hash(std::string_view(bounded).substr(begin, RUN)), size * share, sum);
+  }
 }
 
 }  // namespace velmora::host::embedding

@@ -2,6 +2,8 @@
 // that a model is asked for the words that it was taught. Pure functions; any thread may call them.
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,5 +29,13 @@ using WordBag = std::vector<WeightedWord>;
 // places while that is at most 1, and 1 + ln(w) above: a word said often is not said louder for
 // ever. Words of weight 0 are left out.
 [[nodiscard]] WordBag symbol_bag(const SymbolParts& symbol, const SymbolSettings& settings);
+
+// The same number for a word on every machine: FNV-1a, with its halves mixed.
+[[nodiscard]] std::uint64_t word_hash(std::string_view word);
+
+// Adds `length` times a vector of a length of about one that the letters of a word draw, for a word
+// that a model does not know. Those of different words are almost at right angles, less so the more
+// runs of three letters the words share.
+void add_unknown_word(std::string_view word, float length, std::span<float> sum);
 
 }  // namespace velmora::host::embedding

@@ -39,8 +39,11 @@ namespace fs = std::filesystem;
 static_assert(std::endian::native == std::endian::little, "model files keep the little end first");
 
 constexpr std::array<char, 8> MAGIC = {'V', 'E', 'L', 'W', 'O', 'R', 'D', 'S'};
-constexpr std::uint32_t VERSION = 1;
+constexpr std::uint32_t VERSION = 2;
 constexpr float LARGEST_STEP = 127.0F;
+// Keep sizes and sums far from the end of their types.
+constexpr std::uint32_t LARGEST_DIMENSIONS = 1U << 16U;
+constexpr float LARGEST_NUMBER = 1e6F;
 
 struct Header {
   std::array<char, 8> magic = MAGIC;
@@ -51,7 +54,7 @@ struct Header {
   std::uint32_t slots = 0;  // a power of two, more than there are words
   std::uint32_t text_bytes = 0;
   std::uint32_t name_bytes = 0;
-  std::uint32_t unused = 0;
+  float unknown_length = 0.0F;
   SymbolSettings settings = {};
   std::uint64_t checksum = 0;
 };
@@ -62,14 +65,6 @@ Value load(const std::byte* from) {
   Value value;
   std::memcpy(&value, from, sizeof value);
   return value;
-}
-
-std::uint64_t hash_of(std::string_view word) {
-  std::uint64_t hash = 0xCBF29CE484222325U;  // FNV-1a
-  for (const char letter : word) {
-    hash = (hash ^ static_cast<unsigned char>(letter)) * 0x100000001B3U;
-  }
-  return hash ^ (hash >> 32U);
 }
 
 // Goes on from `sum` with more bytes. Each step maps different sums, and different words, to
@@ -112,6 +107,8 @@ struct Layout {
 
 bool usable(const PartSettings& part) { return std::isfinite(part.weight) && part.weight >= 0.0F; }
 
+bool usable_length(float length) { return length >= 0.0F && length <= LARGEST_NUMBER; }
+
 bool usable(const SymbolSettings& settings) {
   return usable(settings.name) && usable(settings.fqn) && usable(settings.signature) &&
          usable(settings.path) && usable(settings.docstring);
@@ -138,6 +135,8 @@ void check(const WordModelData& data) {
   need(!data.base_name.empty(), "a model needs a name");
   need(data.dimensions > 0, "a model needs a dimension");
   need(usable(data.settings), "the weight of a part is below zero or not finite");
+  need(usable_length(data.unknown_length),
+       "the length of unknown words is below zero or not finite");
   need(data.rows.size() == data.words.size() * data.dimensions, "each word needs one whole vector");
   need(std::all_of(data.rows.begin(), data.rows.end(), [](float v) { return std::isfinite(v); }),
        "a number of a vector is not finite");
@@ -156,7 +155,7 @@ void append(std::vector<std::byte>& bytes, std::span<const Value> values) {
 std::vector<std::uint32_t> slots_of(const std::vector<std::string>& words) {
   std::vector<std::uint32_t> slots(std::bit_ceil(2 * words.size() + 1));
   for (std::uint32_t number = 0; number < words.size(); ++number) {
-    std::size_t slot = hash_of(words[number]) & (slots.size() - 1);
+    std::size_t slot = word_hash(words[number]) & (slots.size() - 1);
     while (slots[slot] != 0) slot = (slot + 1) & (slots.size() - 1);
     slots[slot] = number + 1;
   }
@@ -192,6 +191,7 @@ std::vector<std::byte> encode(const WordModelData& data, RowKind kind) {
   header.slots = static_cast<std::uint32_t>(slots.size());
   header.text_bytes = static_cast<std::uint32_t>(text.size());
   header.name_bytes = static_cast<std::uint32_t>(data.base_name.size());
+  header.unknown_length = data.unknown_length;
   header.settings = data.settings;
 
   std::vector<std::byte> bytes(sizeof header);
@@ -291,13 +291,16 @@ struct WordModel::File {
   void embed(const WordBag& bag, std::span<float> out) const {
     std::fill(out.begin(), out.end(), 0.0F);
     for (const WeightedWord& entry : bag) {
-      std::size_t slot = hash_of(entry.word) & (header.slots - 1);
-      while (const auto number = load<std::uint32_t>(slots + slot * 4)) {
-        if (word(number - 1) == entry.word) {
-          add_row(number - 1, entry.weight, out);
-          break;
-        }
+      std::size_t slot = word_hash(entry.word) & (header.slots - 1);
+      std::uint32_t number = 0;
+      while ((number = load<std::uint32_t>(slots + slot * 4)) != 0 &&
+             word(number - 1) != entry.word) {
         slot = (slot + 1) & (header.slots - 1);
+      }
+      if (number != 0) {
+        add_row(number - 1, entry.weight, out);
+      } else if (header.unknown_length > 0.0F) {
+        add_unknown_word(entry.word, entry.weight * header.unknown_length, out);
       }
     }
     normalise(out);
@@ -343,7 +346,8 @@ struct WordModel::File {
     text = text_copy;
     base_name = copy(bytes.subspan(layout.name, header.name_bytes));
     // A file may be made to have the right checksum and wrong numbers all the same.
-    need(usable(header.settings) && words_fit() && slots_fit() && numbers_fit(),
+    need(usable_length(header.unknown_length) && usable(header.settings) && words_fit() &&
+             slots_fit() && numbers_fit(),
          "is damaged: its content contradicts itself");
   }
 
@@ -384,10 +388,6 @@ struct WordModel::File {
     }
     return true;
   }
-
-  // Keeps sizes and sums far from the end of their types.
-  static constexpr std::uint32_t LARGEST_DIMENSIONS = 1U << 16U;
-  static constexpr float LARGEST_NUMBER = 1e6F;
 };
 
 WordModel::WordModel(std::unique_ptr<const File> file)
@@ -415,7 +415,10 @@ void WordModel::embed_symbol(const SymbolParts& symbol, std::span<float> out) co
 }
 
 WordModelData WordModel::data() const {
-  WordModelData data = {file_->base_name, file_->header.settings, file_->header.dimensions, {}, {}};
+  WordModelData data = {.base_name = file_->base_name,
+                        .settings = file_->header.settings,
+                        .dimensions = file_->header.dimensions,
+                        .unknown_length = file_->header.unknown_length};
   data.rows.resize(std::size_t{file_->header.words} * dimensions_);
   for (std::size_t number = 0; number < file_->header.words; ++number) {
     data.words.emplace_back(file_->word(number));

@@ -60,9 +60,12 @@ enum class RowKind : std::uint32_t {
 struct WordModelData {
   std::string base_name;  // the model's name without its checksum; not empty
   SymbolSettings settings = {};
-  std::uint32_t dimensions = 0;    // at least 1
-  std::vector<std::string> words;  // lower case, each once, none empty
-  std::vector<float> rows;         // a vector of `dimensions` finite numbers for each word
+  std::uint32_t dimensions = 0;  // at least 1
+  // The length of the vector of a word that is not among `words`; 0 or more. Such a word resembles
+  // itself, a little what is spelled alike, and nothing else.
+  float unknown_length = 0.0F;
+  std::vector<std::string> words = {};  // lower case, each once, none empty
+  std::vector<float> rows = {};         // a vector of `dimensions` finite numbers for each word
 };
 
 // Writes a model file; one that stands at `file` is replaced whole or not at all. The same data
@@ -88,8 +91,8 @@ class WordModel {
   // The length of every vector.
   [[nodiscard]] std::size_t dimensions() const { return dimensions_; }
 
-  // Writes the vector of a question (UTF-8), of length one, to `out`; all zero when the model knows
-  // none of its words. REQUIRES: out.size() == dimensions().
+  // Writes the vector of a question (UTF-8), of length one, to `out`; all zero when it has no word
+  // but stop words, or none that the model gives a vector. REQUIRES: out.size() == dimensions().
   void embed_query(std::string_view text, std::span<float> out) const;
 
   // The same for a symbol, with vectors that are compared with those of questions by their cosine.
