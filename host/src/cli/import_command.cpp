@@ -60,8 +60,8 @@ void add_import_command(CLI::App& app, ExitCode& exit_code) {
                    "The rows, one JSON object a line; standard input when it is - or absent")
       ->type_name("ROWS.jsonl");
   command->add_flag("--half-precision", options->half_precision,
-                    "Keep vectors in two bytes a number instead of four: half the size and nearly"
-                    " twice the speed, for a change in the cosine of about 0.0001");
+                    "Keep vectors in two bytes a number instead of four: half the size and a faster"
+                    " search, for a change in the cosine of about 0.0001");
   command->footer(
       "A row has fqn, name, kind, language, path, start_line and end_line, and optionally id,\n"
       "signature, docstring and embeddings, a list of {\"model\", \"values\"}. A row without id "
