@@ -91,13 +91,8 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
   std::vector<double> own(count);  // the logarithms on the diagonal
   Floats row_sums(count);
   Floats column_parts(pieces(count) * count);
-  Floats rivals(batch.rival_ends.empty() ? 0 : batch.rival_ends.back());
-  const auto rivals_begin = [&](std::size_t i) {
-    return batch.rival_ends.empty() || i == 0 ? 0 : batch.rival_ends[i - 1];
-  };
-  const auto rivals_end = [&](std::size_t i) {
-    return batch.rival_ends.empty() ? 0 : batch.rival_ends[i];
-  };
+  const auto rivals_begin = [&](std::size_t i) { return i == 0 ? 0 : batch.rival_ends[i - 1]; };
+  Floats rivals(rivals_begin(count));
   workers.run(pieces(count), [&](std::size_t number) {
     const Range range = piece(number, count);
     auto rows = all.middleRows(index(range.begin), index(range.size));
@@ -117,7 +112,7 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
     vector(std::span(row_sums).subspan(range.begin, range.size)) = rows.rowwise().sum().transpose();
     for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
       const auto question = vector(questions.vectors.row(i));
-      for (std::size_t j = rivals_begin(i); j < rivals_end(i); ++j) {
+      for (std::size_t j = rivals_begin(i); j < batch.rival_ends[i]; ++j) {
         const float cosine = question.dot(vector(symbols.vectors.row(count + j)));
         rivals[j] = options.rival_weight * std::exp((cosine - 1.0F) / options.temperature);
         row_sums[i] += rivals[j];
@@ -151,7 +146,7 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
     question_side.middleRows(index(range.begin), index(range.size)).noalias() =
         all.middleRows(index(range.begin), index(range.size)) * right;
     for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
-      for (std::size_t j = rivals_begin(i); j < rivals_end(i); ++j) {
+      for (std::size_t j = rivals_begin(i); j < batch.rival_ends[i]; ++j) {
         const float factor = share * rivals[j] / row_sums[i];
         question_side.row(index(i)) += factor * vector(symbols.vectors.row(count + j));
         symbol_side.row(index(count + j)) = factor * vector(questions.vectors.row(i));

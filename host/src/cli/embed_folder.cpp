@@ -20,7 +20,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// "Embedded 3 texts for 4 symbols with NAME, in 0.1 s; 9 symbols have a vector"
+// "Embedded 3 texts for 4 symbols with NAME, in 0.1 s; 9 symbols in all"
 std::string summary(const embedding::ServerEmbedReport& report, const std::string& model,
                     Clock::duration time) {
   std::array<char, 32> seconds{};
