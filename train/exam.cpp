@@ -15,8 +15,7 @@ Collected collect(std::span<const Pair> pairs, std::string_view repository) {
   for (const Pair& pair : pairs) {
     if (pair.repository != repository) continue;
     const auto [symbol, fresh] =
-        symbols.emplace(pair.path + "\n" + pair.fqn + "\n" + pair.signature,
-                        static_cast<std::uint32_t>(all.symbols.size()));
+        symbols.emplace(symbol_key(pair), static_cast<std::uint32_t>(all.symbols.size()));
     if (fresh) all.symbols.push_back(pair);
     std::string& docstring = all.symbols[symbol->second].docstring;
     if (docstring.empty()) docstring = pair.kind == PairKind::doc ? pair.query : pair.docstring;
@@ -29,6 +28,14 @@ Collected collect(std::span<const Pair> pairs, std::string_view repository) {
     questions[question->second].answers.push_back(symbol->second);
   }
   return all;
+}
+
+std::vector<Pair> without_answers_documentation(std::vector<Pair> symbols,
+                                                std::span<const Question> questions) {
+  for (const Question& question : questions) {
+    for (const std::uint32_t symbol : question.answers) symbols[symbol].docstring.clear();
+  }
+  return symbols;
 }
 
 namespace {
@@ -60,10 +67,8 @@ std::vector<Exam> make_exams(std::span<const Pair> pairs,
   std::vector<Exam> exams;
   for (const std::string_view repository : repositories) {
     Collected all = collect(pairs, repository);
-    Exam docs = {std::string(repository), PairKind::doc, all.symbols, draw(all.docs, options)};
-    for (const Question& question : docs.questions) {
-      for (const std::uint32_t symbol : question.answers) docs.symbols[symbol].docstring.clear();
-    }
+    Exam docs = {std::string(repository), PairKind::doc, {}, draw(all.docs, options)};
+    docs.symbols = without_answers_documentation(all.symbols, docs.questions);
     if (!docs.questions.empty()) exams.push_back(std::move(docs));
     Exam commits = {std::string(repository), PairKind::commit, std::move(all.symbols),
                     draw(std::move(all.commits), options)};

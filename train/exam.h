@@ -32,6 +32,10 @@ struct Collected {
 
 [[nodiscard]] Collected collect(std::span<const Pair> pairs, std::string_view repository);
 
+// The symbols, of which those that the questions ask for have lost their documentation.
+[[nodiscard]] std::vector<Pair> without_answers_documentation(std::vector<Pair> symbols,
+                                                              std::span<const Question> questions);
+
 // All symbols of a repository that the pairs know, and questions of one kind about them.
 struct Exam {
   std::string repository;

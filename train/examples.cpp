@@ -1,6 +1,7 @@
 #include "examples.h"
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 namespace velmora::train {
@@ -20,15 +21,27 @@ Vocabulary::Vocabulary(std::vector<std::string> words)
 }
 
 Vocabulary Vocabulary::of(std::span<const Pair> pairs, const SymbolSettings& settings,
-                          std::size_t least) {
-  std::unordered_map<std::string, std::size_t> counts;
+                          const VocabularyOptions& options) {
+  struct Count {
+    std::size_t texts = 0;
+    std::unordered_set<std::string_view> repositories;
+  };
+  std::unordered_map<std::string, Count> counts;
   for (const Pair& pair : pairs) {
-    for (const WeightedWord& entry : query_bag(pair.query)) ++counts[entry.word];
-    for (const WeightedWord& entry : symbol_bag(pair.parts(), settings)) ++counts[entry.word];
+    for (const WordBag& bag : {query_bag(pair.query), symbol_bag(pair.parts(), settings)}) {
+      for (const WeightedWord& entry : bag) {
+        Count& count = counts[entry.word];
+        ++count.texts;
+        count.repositories.insert(pair.repository);
+      }
+    }
   }
   std::vector<std::pair<std::size_t, std::string>> frequent;
   for (const auto& [word, count] : counts) {
-    if (count >= least) frequent.emplace_back(count, word);
+    if (count.texts >= options.least_texts &&
+        count.repositories.size() >= options.least_repositories) {
+      frequent.emplace_back(count.texts, word);
+    }
   }
   std::sort(frequent.begin(), frequent.end(), [](const auto& left, const auto& right) {
     return left.first != right.first ? left.first > right.first : left.second < right.second;
@@ -71,8 +84,7 @@ Examples::Examples(std::span<const Pair> pairs, Vocabulary& vocabulary,
     questions.add(query_bag(pair.query), vocabulary);
     symbols.add(symbol_bag(pair.parts(), settings), vocabulary);
     question_ids.push_back(number_of(pair.repository + "\n?" + pair.query));
-    symbol_ids.push_back(
-        number_of(pair.repository + "\n" + pair.path + "\n" + pair.fqn + "\n" + pair.signature));
+    symbol_ids.push_back(number_of(pair.repository + "\n" + symbol_key(pair)));
   }
 }
 

@@ -14,16 +14,21 @@
 
 namespace velmora::train {
 
+// Which words a model learns: those in so many texts, of so many repositories.
+struct VocabularyOptions {
+  std::size_t least_texts = 3;
+  std::size_t least_repositories = 3;
+};
+
 // Words, numbered: first those that a model learns, then all others in the order of their
 // appearance.
 class Vocabulary {
  public:
   explicit Vocabulary(std::vector<std::string> words);
 
-  // The words that stand in at least `least` texts of the pairs, most frequent first, equal ones by
-  // the alphabet.
+  // The words of the pairs that are to be learned, most frequent first, equal ones by the alphabet.
   static Vocabulary of(std::span<const Pair> pairs, const host::embedding::SymbolSettings& settings,
-                       std::size_t least);
+                       const VocabularyOptions& options);
 
   [[nodiscard]] const std::vector<std::string>& words() const { return words_; }
   // The number of a word; one that is new gets the next.

@@ -1,50 +1,10 @@
 #include "gradient.h"
 
-#include <Eigen/Core>
-#include <algorithm>
 #include <cmath>
 
+#include "views.h"
+
 namespace velmora::train {
-namespace {
-
-using Matrix = Eigen::Matrix<float, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
-using Row = Eigen::Matrix<float, 1, Eigen::Dynamic>;
-
-// How many rows of a matrix are one piece of work.
-constexpr std::size_t PIECE = 128;
-
-std::size_t pieces(std::size_t rows) { return (rows + PIECE - 1) / PIECE; }
-
-struct Range {
-  std::size_t begin = 0;
-  std::size_t size = 0;
-};
-
-Range piece(std::size_t number, std::size_t rows) {
-  const std::size_t begin = number * PIECE;
-  return {begin, std::min(PIECE, rows - begin)};
-}
-
-Eigen::Index index(std::size_t value) { return static_cast<Eigen::Index>(value); }
-
-auto matrix(std::span<const float> values, std::size_t columns) {
-  return Eigen::Map<const Matrix>(values.data(), index(values.size() / columns), index(columns));
-}
-
-auto matrix(std::span<float> values, std::size_t columns) {
-  return Eigen::Map<Matrix>(values.data(), index(values.size() / columns), index(columns));
-}
-
-auto vector(std::span<const float> values) {
-  return Eigen::Map<const Row>(values.data(), index(values.size()));
-}
-
-auto vector(std::span<float> values) {
-  return Eigen::Map<Row>(values.data(), index(values.size()));
-}
-
-}  // namespace
-
 Encoded encode(const Bags& texts, const Table& table, Workers& workers) {
   const std::size_t width = table.dimensions;
   Encoded encoded = {{width, Floats(texts.size() * width)}, Floats(texts.size())};

@@ -72,6 +72,9 @@ struct Batch {
   std::vector<std::uint32_t> question_ids;
   std::vector<std::uint32_t> symbol_ids;  // of the answers
   std::vector<std::uint32_t> rival_ends;  // where the rivals of each question end, among rivals
+  // What text alone gives the answer of each question, and each rival.
+  std::vector<float> answer_scores;
+  std::vector<float> rival_scores;
 };
 
 // The derivative by each row of a table that the batch has a word of.

@@ -59,21 +59,26 @@ TrainingHooks hooks(bool has_exams) {
           .stop = [] { return interrupted != 0; }};
 }
 
-void report(const Arguments& arguments, const std::vector<Exam>& exams, Workers& workers) {
-  if (exams.empty()) throw std::runtime_error("the pairs hold no question to measure with");
+// Measures by questions that are drawn from the pairs, and by all of them.
+void report(const Arguments& arguments, const std::vector<Pair>& pairs, Workers& workers) {
+  const std::vector<Exam> drawn = make_exams(pairs, VALIDATION_REPOSITORIES, arguments.exams);
+  const std::vector<Exam> whole =
+      make_exams(pairs, VALIDATION_REPOSITORIES, {.questions = pairs.size()});
+  if (drawn.empty()) throw std::runtime_error("the pairs hold no question to measure with");
   const std::string text =
-      to_markdown(measure(exams, arguments.model, arguments.float_model, workers));
+      to_markdown(measure(drawn, whole, arguments.model, arguments.float_model, workers));
   std::fputs(text.c_str(), stdout);
   if (arguments.report) write_measured(*arguments.report, text);
 }
 
 void run_train(const Arguments& arguments) {
   Workers workers(arguments.threads);
-  std::vector<Pair> pairs = read_pairs(arguments.pairs);
-  const std::vector<Exam> exams = make_exams(pairs, VALIDATION_REPOSITORIES, arguments.exams);
-  std::erase_if(pairs, [](const Pair& pair) {
+  const std::vector<Pair> known = read_pairs(arguments.pairs);
+  const std::vector<Exam> exams = make_exams(known, VALIDATION_REPOSITORIES, arguments.exams);
+  std::vector<Pair> pairs;
+  std::copy_if(known.begin(), known.end(), std::back_inserter(pairs), [](const Pair& pair) {
     return std::find(VALIDATION_REPOSITORIES.begin(), VALIDATION_REPOSITORIES.end(),
-                     pair.repository) != VALIDATION_REPOSITORIES.end();
+                     pair.repository) == VALIDATION_REPOSITORIES.end();
   });
   const WordModelData data =
       train_model(pairs, exams, arguments.training, workers, hooks(!exams.empty()));
@@ -81,14 +86,12 @@ void run_train(const Arguments& arguments) {
   if (arguments.float_model) write_word_model(*arguments.float_model, data, RowKind::float32);
   std::printf("%s: %zu words of %u numbers, %s\n", arguments.model.c_str(), data.words.size(),
               data.dimensions, WordModel::open(arguments.model)->name().c_str());
-  if (arguments.report) report(arguments, exams, workers);
+  if (arguments.report) report(arguments, known, workers);
 }
 
 void run_evaluate(const Arguments& arguments) {
   Workers workers(arguments.threads);
-  report(arguments,
-         make_exams(read_pairs(arguments.pairs), VALIDATION_REPOSITORIES, arguments.exams),
-         workers);
+  report(arguments, read_pairs(arguments.pairs), workers);
 }
 
 void run_mine(const Arguments& arguments) {
@@ -130,7 +133,12 @@ void add_training_options(CLI::App& command, TrainingOptions& training) {
   command.add_option("--dimensions", training.dimensions, "The length of the vectors")
       ->check(CLI::Range(1, 4096))
       ->capture_default_str();
-  command.add_option("--least", training.least, "How many texts must have a word")
+  command.add_option("--least", training.vocabulary.least_texts, "How many texts must have a word")
+      ->check(some)
+      ->capture_default_str();
+  command
+      .add_option("--least-repositories", training.vocabulary.least_repositories,
+                  "How many repositories must have a word")
       ->check(some)
       ->capture_default_str();
   command.add_option("--epochs", training.epochs, "How often every pair is seen")
@@ -145,6 +153,14 @@ void add_training_options(CLI::App& command, TrainingOptions& training) {
   command.add_option("--rivals", training.rivals, "How many wrong answers of text compete besides")
       ->capture_default_str();
   command.add_option("--rival-weight", training.rival_weight, "How many others each counts for")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command
+      .add_option("--fusion-weight", training.fusion_weight, "How much the merged answer counts")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command
+      .add_option("--first-length", training.first_length, "Of the vectors that words begin with")
       ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
   command
@@ -190,7 +206,9 @@ int run(int argc, const char* const* argv) {
   for (CLI::App* command : {train, evaluation}) {
     command->add_option("PAIRS", arguments.pairs, "A file of pairs, .jsonl or .jsonl.gz")
         ->required();
-    command->add_option("--questions", arguments.exams.questions, "The most of an exam")
+    command
+        ->add_option("--questions", arguments.exams.questions,
+                     "The most that are drawn for an exam")
         ->capture_default_str();
     command->add_option("--report", arguments.report, "Puts the measured tables into this file");
   }

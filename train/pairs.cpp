@@ -55,6 +55,10 @@ std::string line_of(const Pair& pair) {
 
 }  // namespace
 
+std::string symbol_key(const Pair& pair) {
+  return pair.path + "\n" + pair.fqn + "\n" + pair.signature;
+}
+
 std::vector<Pair> read_pairs(const std::filesystem::path& file) {
   const File in(gzopen(file.c_str(), "rb"));
   if (!in) fail(file, "cannot be opened");

@@ -31,6 +31,9 @@ struct Pair {
   }
 };
 
+// Equal for pairs of one symbol of a repository, and only for those.
+[[nodiscard]] std::string symbol_key(const Pair& pair);
+
 // Reads a file of pairs, one JSON object a line, compressed by gzip or not. Throws
 // std::runtime_error that names the file, and the line when it is not a pair.
 [[nodiscard]] std::vector<Pair> read_pairs(const std::filesystem::path& file);

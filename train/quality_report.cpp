@@ -56,33 +56,11 @@ std::vector<QualityRow> measure_rows(std::span<const Exam> exams,
 
 std::string name_of(PairKind kind) { return kind == PairKind::doc ? "doc" : "commit"; }
 
-}  // namespace
-
-Quality measure(std::span<const Exam> exams, const std::filesystem::path& model,
-                const std::optional<std::filesystem::path>& float_model, Workers& workers) {
-  const std::shared_ptr<const WordModel> opened = WordModel::open(model);
-  Quality quality;
-  quality.model = opened->name();
-  quality.words = opened->data().words.size();
-  quality.dimensions = opened->dimensions();
-  quality.bytes = std::filesystem::file_size(model);
-  quality.rows = measure_rows(exams, opened, workers);
-  if (float_model) {
-    quality.floats = measure_rows(exams, WordModel::open(*float_model), workers);
-    std::erase_if(quality.floats, [](const QualityRow& row) { return row.repository != "all"; });
-  }
-  quality.speed = measure_speed(model, exams);
-  return quality;
-}
-
-std::string to_markdown(const Quality& quality) {
+std::string table_of(std::span<const QualityRow> rows) {
   std::string text =
-      print("Model `%s`: %zu words of %zu numbers, %.1f MB.\n\n", quality.model.c_str(),
-            quality.words, quality.dimensions, static_cast<double>(quality.bytes) / 1e6);
-  text +=
       "| repository | questions | symbols | asked | names and text | meaning | all | gain |\n"
       "|---|---|--:|--:|--:|--:|--:|--:|\n";
-  for (const QualityRow& row : quality.rows) {
+  for (const QualityRow& row : rows) {
     const ExamScores& scores = row.scores;
     text += print("| %s | %s | %zu | %zu | %.3f / %.3f | %.3f / %.3f | %.3f / %.3f | %+.1f %% |\n",
                   row.repository.c_str(), name_of(row.kind).c_str(), row.symbols, row.questions,
@@ -90,12 +68,42 @@ std::string to_markdown(const Quality& quality) {
                   scores.meaning.recall, scores.all.reciprocal_rank, scores.all.recall,
                   (scores.all.reciprocal_rank / scores.text.reciprocal_rank - 1.0) * 100.0);
   }
+  return text;
+}
+
+}  // namespace
+
+Quality measure(std::span<const Exam> drawn, std::span<const Exam> whole,
+                const std::filesystem::path& model,
+                const std::optional<std::filesystem::path>& float_model, Workers& workers) {
+  const std::shared_ptr<const WordModel> opened = WordModel::open(model);
+  Quality quality;
+  quality.model = opened->name();
+  quality.words = opened->data().words.size();
+  quality.dimensions = opened->dimensions();
+  quality.bytes = std::filesystem::file_size(model);
+  quality.drawn = measure_rows(drawn, opened, workers);
+  quality.whole = measure_rows(whole, opened, workers);
+  if (float_model) {
+    quality.floats = measure_rows(drawn, WordModel::open(*float_model), workers);
+    std::erase_if(quality.floats, [](const QualityRow& row) { return row.repository != "all"; });
+  }
+  quality.speed = measure_speed(model, drawn);
+  return quality;
+}
+
+std::string to_markdown(const Quality& quality) {
+  std::string text =
+      print("Model `%s`: %zu words of %zu numbers, %.1f MB.\n\n", quality.model.c_str(),
+            quality.words, quality.dimensions, static_cast<double>(quality.bytes) / 1e6);
+  text += "Drawn questions:\n\n" + table_of(quality.drawn);
+  text += "\nAll questions:\n\n" + table_of(quality.whole);
   if (!quality.floats.empty()) {
     text +=
-        "\n| questions | all channels, a byte a number | all channels, unrounded |\n"
+        "\n| drawn questions | all channels, a byte a number | all channels, unrounded |\n"
         "|---|--:|--:|\n";
     for (const QualityRow& exact : quality.floats) {
-      for (const QualityRow& row : quality.rows) {
+      for (const QualityRow& row : quality.drawn) {
         if (row.repository != "all" || row.kind != exact.kind) continue;
         text += print("| %s | %.4f | %.4f |\n", name_of(row.kind).c_str(),
                       row.scores.all.reciprocal_rank, exact.scores.all.reciprocal_rank);

@@ -28,14 +28,19 @@ struct Quality {
   std::size_t words = 0;
   std::size_t dimensions = 0;
   std::uintmax_t bytes = 0;
-  std::vector<QualityRow> rows;    // a total, over the questions of a kind, follows its rows
-  std::vector<QualityRow> floats;  // the totals with unrounded numbers; none when not measured
+  // Of the drawn questions and of all of them; a total, over the questions of a kind, follows its
+  // rows.
+  std::vector<QualityRow> drawn;
+  std::vector<QualityRow> whole;
+  // The totals of the drawn ones with unrounded numbers; none when not measured.
+  std::vector<QualityRow> floats;
   Speed speed;
 };
 
-// Measures the model in a file, and its twin that was written without rounding if there is one.
-// Throws ModelFileError.
-[[nodiscard]] Quality measure(std::span<const Exam> exams, const std::filesystem::path& model,
+// Measures the model in a file, and its twin that was written without rounding if there is one, by
+// exams of drawn questions and by those of all questions. Throws ModelFileError.
+[[nodiscard]] Quality measure(std::span<const Exam> drawn, std::span<const Exam> whole,
+                              const std::filesystem::path& model,
                               const std::optional<std::filesystem::path>& float_model,
                               Workers& workers);
 

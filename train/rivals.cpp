@@ -15,35 +15,41 @@ namespace velmora::train {
 namespace {
 
 constexpr std::size_t MOST_RIVALS = 32;
+// How many hits are looked at.
+constexpr int DEPTH = 50;
 
-using Lists = std::unordered_map<std::string_view, std::vector<std::uint32_t>>;
+// What text alone makes of a question, in numbers of the repository's symbols.
+struct TextAnswer {
+  std::vector<Rival> rivals;
+  std::unordered_map<std::uint32_t, float> answers;  // with their scores
+};
 
-// The rivals of every question, in numbers of the repository's symbols.
-Lists rivals_by_question(const Collected& repository, std::span<const Question> questions) {
-  workers::retrieval::HybridRetriever retriever(
-      std::make_shared<SymbolRepository>(repository.symbols));
-  Lists lists;
+using TextAnswers = std::unordered_map<std::string_view, TextAnswer>;
+
+TextAnswers ask(std::span<const Pair> symbols, std::span<const Question> questions) {
+  workers::retrieval::HybridRetriever retriever(std::make_shared<SymbolRepository>(symbols));
+  TextAnswers all;
   for (const Question& question : questions) {
-    std::vector<std::uint32_t>& list = lists[question.text];
-    const auto result = retriever.retrieve(
-        question.text, {.limit = static_cast<int>(MOST_RIVALS + question.answers.size())});
-    for (const auto& hit : result.hits) {
+    TextAnswer& answer = all[question.text];
+    for (const auto& hit : retriever.retrieve(question.text, {.limit = DEPTH}).hits) {
       const auto symbol = static_cast<std::uint32_t>(hit.symbol.id - 1);
+      const auto score = static_cast<float>(hit.score);
       if (std::find(question.answers.begin(), question.answers.end(), symbol) !=
           question.answers.end()) {
-        continue;
+        answer.answers.emplace(symbol, score);
+      } else if (answer.rivals.size() < MOST_RIVALS) {
+        answer.rivals.push_back({symbol, score});
       }
-      if (list.size() < MOST_RIVALS) list.push_back(symbol);
     }
   }
-  return lists;
+  return all;
 }
 
 }  // namespace
 
 Rivals::Rivals(std::span<const Pair> pairs, std::span<const Pair> known, Vocabulary& vocabulary,
                const host::embedding::SymbolSettings& settings, Workers& workers)
-    : of(pairs.size()) {
+    : of(pairs.size()), answer_scores(pairs.size()) {
   std::map<std::string_view, std::vector<std::uint32_t>> repositories;
   for (std::uint32_t i = 0; i < pairs.size(); ++i) repositories[pairs[i].repository].push_back(i);
   std::vector<std::string_view> names;
@@ -51,11 +57,19 @@ Rivals::Rivals(std::span<const Pair> pairs, std::span<const Pair> known, Vocabul
   std::vector<Collected> collected(names.size());
   workers.run(names.size(), [&](std::size_t number) {
     collected[number] = collect(known, names[number]);
-    const Collected& repository = collected[number];
-    const Lists docs = rivals_by_question(repository, repository.docs);
-    const Lists commits = rivals_by_question(repository, repository.commits);
+    const auto& [all, docs, commits] = collected[number];
+    const TextAnswers doc_answers = ask(without_answers_documentation(all, docs), docs);
+    const TextAnswers commit_answers = ask(all, commits);
+    std::unordered_map<std::string, std::uint32_t> numbers;
+    for (const Pair& symbol : all) {
+      numbers.emplace(symbol_key(symbol), static_cast<std::uint32_t>(numbers.size()));
+    }
     for (const std::uint32_t i : repositories.at(names[number])) {
-      of[i] = (pairs[i].kind == PairKind::doc ? docs : commits).at(pairs[i].query);
+      const TextAnswer& answer =
+          (pairs[i].kind == PairKind::doc ? doc_answers : commit_answers).at(pairs[i].query);
+      of[i] = answer.rivals;
+      const auto own = answer.answers.find(numbers.at(symbol_key(pairs[i])));
+      if (own != answer.answers.end()) answer_scores[i] = own->second;
     }
   });
   std::uint32_t before = 0;
@@ -64,7 +78,7 @@ Rivals::Rivals(std::span<const Pair> pairs, std::span<const Pair> known, Vocabul
       symbols.add(symbol_bag(symbol.parts(), settings), vocabulary);
     }
     for (const std::uint32_t i : repositories.at(names[number])) {
-      for (std::uint32_t& rival : of[i]) rival += before;
+      for (Rival& rival : of[i]) rival.symbol += before;
     }
     before += static_cast<std::uint32_t>(collected[number].symbols.size());
   }

@@ -12,16 +12,25 @@
 
 namespace velmora::train {
 
-// For each pair the symbols that text alone puts first for its question and that do not answer it,
-// best first: what matches the words and is wrong. An embedding that ranks these below the right
-// answer corrects the text channels where they err.
+// A symbol that does not answer a question, and what text alone gives it.
+struct Rival {
+  std::uint32_t symbol = 0;  // a number of Rivals::symbols
+  float score = 0.0F;        // the fused score without the semantic channel
+};
+
+// For each pair the symbols that text alone puts first for its question and that do not answer it:
+// what matches the words and is wrong. An embedding that ranks these below the right answer
+// corrects the text channels where they err. Nobody asks for a symbol in the words of its
+// documentation with that documentation at hand: to find the rivals of a doc question, all symbols
+// that doc questions ask for lose theirs.
 struct Rivals {
-  // At most 32 for each of `pairs`, from the symbols of all of `known`.
+  // From the symbols of all of `known`.
   Rivals(std::span<const Pair> pairs, std::span<const Pair> known, Vocabulary& vocabulary,
          const host::embedding::SymbolSettings& settings, Workers& workers);
 
   Bags symbols;
-  std::vector<std::vector<std::uint32_t>> of;  // numbers of `symbols`, for each pair
+  std::vector<std::vector<Rival>> of;  // for each pair at most 32, best first
+  std::vector<float> answer_scores;    // what text gives the symbol of each pair; 0: nothing
 };
 
 }  // namespace velmora::train

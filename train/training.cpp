@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "examples.h"
+#include "fusion_loss.h"
 #include "gradient.h"
 #include "random.h"
 #include "rivals.h"
@@ -84,17 +85,15 @@ class Schedule {
 // accumulator a row).
 class LearningTable {
  public:
-  // Words that are not learned keep the vectors that every model gives them.
-  LearningTable(const Vocabulary& vocabulary, const TrainingOptions& options, Random& random)
+  // All words begin with vectors by their letters, those of one stem near each other; words that
+  // are not learned keep the ones that every model gives them.
+  LearningTable(const Vocabulary& vocabulary, const TrainingOptions& options)
       : table_{options.dimensions, Floats(vocabulary.words().size() * options.dimensions)},
         squares_(vocabulary.learned()) {
     for (std::size_t word = 0; word < vocabulary.words().size(); ++word) {
-      const auto row = table_.row(word);
-      if (word < vocabulary.learned()) {
-        for (float& value : row) value = static_cast<float>(random.normal());
-      } else {
-        host::embedding::add_unknown_word(vocabulary.words()[word], options.unknown_length, row);
-      }
+      const float length =
+          word < vocabulary.learned() ? options.first_length : options.unknown_length;
+      host::embedding::add_unknown_word(vocabulary.words()[word], length, table_.row(word));
     }
     if (options.start == nullptr) return;
     std::copy(options.start->rows.begin(), options.start->rows.end(), table_.rows.begin());
@@ -174,10 +173,14 @@ Batch make_batch(const Examples& examples, const Rivals& rivals, std::size_t mos
   }
   std::uint32_t end = 0;
   for (const std::uint32_t i : members) {
-    std::vector<std::uint32_t> drawn = rivals.of[i];
+    std::vector<Rival> drawn = rivals.of[i];
     random.shuffle(std::span(drawn));
     drawn.resize(std::min(drawn.size(), most_rivals));
-    for (const std::uint32_t rival : drawn) batch.symbols.add(rivals.symbols[rival]);
+    for (const Rival& rival : drawn) {
+      batch.symbols.add(rivals.symbols[rival.symbol]);
+      batch.rival_scores.push_back(rival.score);
+    }
+    batch.answer_scores.push_back(rivals.answer_scores[i]);
     end += static_cast<std::uint32_t>(drawn.size());
     batch.rival_ends.push_back(end);
   }
@@ -186,7 +189,7 @@ Batch make_batch(const Examples& examples, const Rivals& rivals, std::size_t mos
 
 // The words of the pairs, behind those of the model to begin with.
 Vocabulary make_vocabulary(std::span<const Pair> pairs, const TrainingOptions& options) {
-  Vocabulary own = Vocabulary::of(pairs, options.settings, options.least);
+  Vocabulary own = Vocabulary::of(pairs, options.settings, options.vocabulary);
   if (options.start == nullptr) return own;
   std::vector<std::string> words = options.start->words;
   const Vocabulary known(words);
@@ -217,7 +220,7 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
 
   const Rivals rivals(drawn, pairs, vocabulary, options.settings, workers);
 
-  LearningTable learning(vocabulary, options, random);
+  LearningTable learning(vocabulary, options);
   Table best;
   double best_rank = -1.0;
   Schedule schedule(drawn, options.group);
@@ -239,6 +242,8 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
       loss +=
           contrastive_loss(batch, questions, symbols, {options.temperature, options.rival_weight},
                            workers, by_questions, by_symbols);
+      loss += add_fusion_loss(batch, questions, symbols, vote_steps(questions, symbols, workers),
+                              options.fusion_weight, workers, by_questions, by_symbols);
       const double done =
           static_cast<double>(epoch) * static_cast<double>(batches) + static_cast<double>(number);
       const auto rate = static_cast<float>(options.rate * (1.0 - done / steps));

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "exam.h"
+#include "examples.h"
 #include "pairs.h"
 #include "velmora/host/embedding/word_model.h"
 #include "workers.h"
@@ -17,8 +18,9 @@ namespace velmora::train {
 struct TrainingOptions {
   std::uint64_t seed = 1;
   std::uint32_t dimensions = 256;
-  // A word needs to stand in so many texts of the pairs to get a vector.
-  std::size_t least = 3;
+  // A word needs to stand in so many texts of the pairs, and in texts of so many repositories, to
+  // get a vector: what only one repository says is no lesson for another.
+  VocabularyOptions vocabulary = {};
   int epochs = 8;
   // Pairs that compete with each other, and how many of them in a row are of one repository, and
   // there file by file: what stands in the same file is the hardest to tell apart.
@@ -26,27 +28,30 @@ struct TrainingOptions {
   std::size_t group = 1024;
   float temperature = 0.1F;
   // The first step size; it falls to zero by the last batch.
-  float rate = 0.6F;
+  float rate = 0.4F;
   // Besides, each answer competes with so many rivals of its question, drawn anew in every epoch,
   // each counting as much as so many others: what text alone takes for the answer matters most.
   std::size_t rivals = 8;
   float rival_weight = 40.0F;
+  // How much the loss of the merged answer counts beside that of the vectors alone.
+  float fusion_weight = 1.3F;
   // The length of the vectors of words that the model does not know, a little more than that of
-  // those that it learns.
+  // those that it learns, and the length that these begin with.
   float unknown_length = 32.0F;
+  float first_length = 20.0F;
   // The most pairs taken of each repository and kind.
   std::size_t most_doc_pairs = 3000;
   std::size_t most_commit_pairs = 3000;
   // The name of the model, without its checksum.
   std::string base_name = "builtin-1";
-  // A model to begin with, whose dimensions and settings are kept; words that it lacks begin at
-  // random. Null: all do. Lives as long as the training.
+  // A model to begin with, whose dimensions and settings are kept; words that it lacks begin by
+  // their letters. Null: all do. Lives as long as the training.
   const host::embedding::WordModelData* start = nullptr;
-  host::embedding::SymbolSettings settings = {.name = {1.0F, 64},
+  host::embedding::SymbolSettings settings = {.name = {2.0F, 64},
                                               .fqn = {2.0F, 64},
                                               .signature = {0.5F, 30},
-                                              .path = {8.0F, 64},
-                                              .docstring = {0.15F, 40}};
+                                              .path = {5.0F, 64},
+                                              .docstring = {0.1F, 40}};
 };
 
 // How far a training is, after each epoch.

@@ -88,9 +88,13 @@ Tuned tune(const std::filesystem::path& root, const std::filesystem::path& model
   std::vector<Pair> pairs = std::move(mined.docs);
   pairs.insert(pairs.end(), mined.commits.begin(), mined.commits.end());
   // Small steps: what all repositories taught must not be lost to one.
-  const WordModelData data =
-      train_model(pairs, {}, {.epochs = 6, .rate = 0.05F, .base_name = "tuned-1", .start = &start},
-                  workers, hooks);
+  const WordModelData data = train_model(pairs, {},
+                                         {.vocabulary = {.least_repositories = 1},
+                                          .epochs = 6,
+                                          .rate = 0.05F,
+                                          .base_name = "tuned-1",
+                                          .start = &start},
+                                         workers, hooks);
   std::filesystem::create_directories(out.parent_path());
   const TemporaryFile candidate{out.string() + ".candidate"};
   write_word_model(candidate.path, data);

@@ -48,11 +48,13 @@ void add_signs(std::uint64_t hash, float size, std::span<float> sum) {
   }
 }
 
-// How much of an unknown word is the word, and how much its runs of letters; the squares add up
-// to one.
-constexpr float WORD_SHARE = 0.8F;
-constexpr float RUNS_SHARE = 0.6F;
+// How much of an unknown word's vector is drawn by its runs of letters, by how it begins and by the
+// whole word; the squares add up to one. What begins alike is often of one stem.
+constexpr float RUNS_SHARE = 0.8F;
+constexpr float BEGINNING_SHARE = 0.4F;
+constexpr float WORD_SHARE = 0.4472136F;
 constexpr std::size_t RUN = 3;
+constexpr std::size_t BEGINNING = 4;
 
 }  // namespace
 
@@ -87,10 +89,12 @@ void add_unknown_word(std::string_view word, float length, std::span<float> sum)
   const float size = length / std::sqrt(static_cast<float>(sum.size()));
   add_signs(word_hash(word), size * WORD_SHARE, sum);
   const std::string bounded = "<" + std::string(word) + ">";
-  const std::size_t runs = bounded.size() - RUN + 1;  // a word has a letter at least
+  const std::string_view letters = bounded;
+  add_signs(word_hash(letters.substr(0, 1 + BEGINNING)), size * BEGINNING_SHARE, sum);
+  const std::size_t runs = letters.size() - RUN + 1;  // a word has a letter at least
   const float share = RUNS_SHARE / std::sqrt(static_cast<float>(runs));
   for (std::size_t begin = 0; begin < runs; ++begin) {
-    add_signs(word_hash(std::string_view(bounded).substr(begin, RUN)), size * share, sum);
+    add_signs(word_hash(letters.substr(begin, RUN)), size * share, sum);
   }
 }
 

@@ -35,7 +35,7 @@ using WordBag = std::vector<WeightedWord>;
 
 // Adds `length` times a vector of a length of about one that the letters of a word draw, for a word
 // that a model does not know. Those of different words are almost at right angles, less so the more
-// runs of three letters the words share.
+// runs of three letters they share, and when they begin alike.
 void add_unknown_word(std::string_view word, float length, std::span<float> sum);
 
 }  // namespace velmora::host::embedding

@@ -39,7 +39,7 @@ namespace fs = std::filesystem;
 static_assert(std::endian::native == std::endian::little, "model files keep the little end first");
 
 constexpr std::array<char, 8> MAGIC = {'V', 'E', 'L', 'W', 'O', 'R', 'D', 'S'};
-constexpr std::uint32_t VERSION = 2;
+constexpr std::uint32_t VERSION = 3;
 constexpr float LARGEST_STEP = 127.0F;
 // Keep sizes and sums far from the end of their types.
 constexpr std::uint32_t LARGEST_DIMENSIONS = 1U << 16U;
