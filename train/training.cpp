@@ -209,6 +209,7 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
     options.settings = options.start->settings;
     options.dimensions = options.start->dimensions;
     options.unknown_length = options.start->unknown_length;
+    options.first_length = options.unknown_length;
   }
   Random random(options.seed);
   const std::vector<Pair> drawn = drawn_pairs(pairs, options, random);

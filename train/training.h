@@ -44,8 +44,8 @@ struct TrainingOptions {
   std::size_t most_commit_pairs = 3000;
   // The name of the model, without its checksum.
   std::string base_name = "builtin-1";
-  // A model to begin with, whose dimensions and settings are kept; words that it lacks begin by
-  // their letters. Null: all do. Lives as long as the training.
+  // A model to begin with, whose dimensions and settings are kept; words that it lacks begin with
+  // the vectors that it gives to unknown ones. Null: none. Lives as long as the training.
   const host::embedding::WordModelData* start = nullptr;
   host::embedding::SymbolSettings settings = {.name = {2.0F, 64},
                                               .fqn = {2.0F, 64},

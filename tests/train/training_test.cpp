@@ -10,6 +10,7 @@
 #include "fusion_loss.h"
 #include "gradient.h"
 #include "random.h"
+#include "rivals.h"
 
 namespace velmora::train {
 namespace {
@@ -148,6 +149,54 @@ TEST(Training, LearnsSynonymsAndGivesTheSameBitsWithAnyNumberOfThreads) {
   };
   EXPECT_GT(cosine("remove", "erase"), cosine("remove", "image") + 0.5);
   EXPECT_GT(cosine("picture", "image"), cosine("picture", "fault") + 0.5);
+}
+
+// A repository of functions whose names are their question's words, in another order.
+std::vector<Pair> neighbours() {
+  std::vector<Pair> pairs;
+  for (const std::string name : {"read_config", "read_socket", "write_config"}) {
+    pairs.push_back({.repository = "r",
+                     .query = "config " + name.substr(0, name.find('_')),
+                     .name = name,
+                     .fqn = name,
+                     .path = name + ".py"});
+  }
+  pairs.push_back({"r", PairKind::commit, "config read", "write_config", "write_config", "",
+                   "write_config.py", ""});
+  return pairs;
+}
+
+TEST(Rivals, AreWhatTextFindsAndIsWrongWithItsScores) {
+  const std::vector<Pair> pairs = neighbours();
+  Workers workers(2);
+  Vocabulary vocabulary({"config"});
+  const Rivals rivals(pairs, pairs, vocabulary, {}, workers);
+  // The symbols have the numbers of their pairs. Nothing says what they do but their names, so text
+  // finds those that share a word with the question, those that share both first.
+  const auto symbols_of = [&](std::size_t pair) {
+    std::vector<std::uint32_t> symbols;
+    for (const Rival& rival : rivals.of[pair]) symbols.push_back(rival.symbol);
+    return symbols;
+  };
+  EXPECT_EQ(symbols_of(0), (std::vector<std::uint32_t>{2}));    // read_socket answers it too
+  EXPECT_EQ(symbols_of(2), (std::vector<std::uint32_t>{0}));    // "config write"
+  EXPECT_EQ(symbols_of(3).front(), 0U);                         // the commit changed another
+  EXPECT_GT(rivals.answer_scores[0], rivals.answer_scores[1]);  // each by its own symbol
+  EXPECT_GT(rivals.answer_scores[0], rivals.of[0].front().score);
+  EXPECT_LT(rivals.answer_scores[3], rivals.of[3].front().score);
+  EXPECT_GT(rivals.answer_scores[3], 0.0F);
+}
+
+TEST(Vocabulary, LearnsTheWordsOfSeveralTextsAndRepositories) {
+  const std::vector<Pair> pairs = {{.repository = "a", .query = "open shared twice"},
+                                   {.repository = "a", .query = "open twice"},
+                                   {.repository = "b", .query = "open shared once"}};
+  const auto words = [&](const VocabularyOptions& options) {
+    return Vocabulary::of(pairs, {}, options).words();
+  };
+  EXPECT_EQ(words({2, 1}), (std::vector<std::string>{"open", "shared", "twice"}));
+  EXPECT_EQ(words({2, 2}), (std::vector<std::string>{"open", "shared"}));
+  EXPECT_EQ(words({3, 1}), (std::vector<std::string>{"open"}));
 }
 
 TEST(Exams, TakeTheDocumentationFromTheSymbolsThatAreAskedFor) {
