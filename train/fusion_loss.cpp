@@ -45,17 +45,15 @@ Vote vote(float cosine, const VoteSteps& steps, const Heights& heights) {
 
 }  // namespace
 
-std::vector<VoteSteps> vote_steps(const Encoded& questions, const Encoded& symbols,
-                                  Workers& workers) {
-  const std::size_t count = questions.lengths.size();
-  Floats all = cosines(questions, symbols, count, workers);
-  std::vector<VoteSteps> steps(count);
-  const auto entry = static_cast<std::ptrdiff_t>(ENTRY * static_cast<double>(count));
-  const auto top = static_cast<std::ptrdiff_t>(TOP * static_cast<double>(count));
-  workers.run(pieces(count), [&](std::size_t number) {
-    const Range range = piece(number, count);
+std::vector<VoteSteps> vote_steps(Floats answer_cosines, std::size_t questions, Workers& workers) {
+  const std::size_t answers = answer_cosines.size() / questions;
+  std::vector<VoteSteps> steps(questions);
+  const auto entry = static_cast<std::ptrdiff_t>(ENTRY * static_cast<double>(answers));
+  const auto top = static_cast<std::ptrdiff_t>(TOP * static_cast<double>(answers));
+  workers.run(pieces(questions), [&](std::size_t number) {
+    const Range range = piece(number, questions);
     for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
-      const auto row = std::span(all).subspan(i * count, count);
+      const auto row = std::span(answer_cosines).subspan(i * answers, answers);
       std::nth_element(row.begin(), row.begin() + entry, row.end(), std::greater<>());
       steps[i].entry = row[static_cast<std::size_t>(entry)];
       std::nth_element(row.begin(), row.begin() + top, row.begin() + entry + 1, std::greater<>());

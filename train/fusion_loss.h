@@ -1,6 +1,7 @@
 // The loss of the merged answer: how far it is from putting the right symbol first.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "gradient.h"
@@ -16,9 +17,10 @@ struct VoteSteps {
   float top = 0.0F;
 };
 
-// The steps of every question, from its cosines with all answers of the batch: a batch stands for
-// its repository, and the list takes about the same part of either.
-[[nodiscard]] std::vector<VoteSteps> vote_steps(const Encoded& questions, const Encoded& symbols,
+// The steps of every one of `questions`, from its cosines with all answers of the batch: a batch
+// stands for its repository, and the list takes about the same part of either. REQUIRES: there is a
+// question.
+[[nodiscard]] std::vector<VoteSteps> vote_steps(Floats answer_cosines, std::size_t questions,
                                                 Workers& workers);
 
 // Adds `weight` times the mean over the questions of the cross entropy of picking the answer among

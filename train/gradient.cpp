@@ -38,16 +38,15 @@ Floats cosines(const Encoded& questions, const Encoded& symbols, std::size_t col
 }
 
 double contrastive_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                        const LossOptions& options, Workers& workers, Floats& by_questions,
-                        Floats& by_symbols) {
+                        Floats answer_cosines, const LossOptions& options, Workers& workers,
+                        Floats& by_questions, Floats& by_symbols) {
   const std::size_t count = batch.question_ids.size();
   const std::size_t width = questions.vectors.dimensions;
   const auto left = matrix(questions.vectors.rows, width);
   const auto right = matrix(std::span(symbols.vectors.rows).first(count * width), width);
 
-  // exp((cosine - 1) / options.temperature): no cosine is above one, so nothing overflows.
-  Floats likelihoods = cosines(questions, symbols, count, workers);
-  auto all = matrix(std::span(likelihoods), count);
+  // Becomes exp((cosine - 1) / options.temperature): no cosine is above one, so nothing overflows.
+  auto all = matrix(std::span(answer_cosines), count);
   std::vector<double> own(count);  // the logarithms on the diagonal
   Floats row_sums(count);
   Floats column_parts(pieces(count) * count);

@@ -91,10 +91,11 @@ struct LossOptions {
 // The loss of a batch by the vectors of its texts, and its derivatives by them: the mean of the
 // cross entropies of picking, by cosine / temperature, the symbol of each question among the
 // answers of the batch and its own rivals, and the question of each symbol among all of the batch.
-// Pairs that share the question or the symbol are not each other's wrong answers.
+// Pairs that share the question or the symbol are not each other's wrong answers. `answer_cosines`
+// are those of the questions with the answers of the batch.
 double contrastive_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                        const LossOptions& options, Workers& workers, Floats& by_questions,
-                        Floats& by_symbols);
+                        Floats answer_cosines, const LossOptions& options, Workers& workers,
+                        Floats& by_questions, Floats& by_symbols);
 
 // The derivative by the rows of the table that `texts` were encoded with, from that by their
 // vectors. Only the first `words` rows of the table count: the others are not learned.

@@ -240,10 +240,12 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
           std::span(order).subspan(begin, std::min(options.batch, order.size() - begin)), random);
       const Encoded questions = encode(batch.questions, learning.table(), workers);
       const Encoded symbols = encode(batch.symbols, learning.table(), workers);
-      loss +=
-          contrastive_loss(batch, questions, symbols, {options.temperature, options.rival_weight},
-                           workers, by_questions, by_symbols);
-      loss += add_fusion_loss(batch, questions, symbols, vote_steps(questions, symbols, workers),
+      const Floats answer_cosines = cosines(questions, symbols, batch.question_ids.size(), workers);
+      loss += contrastive_loss(batch, questions, symbols, answer_cosines,
+                               {options.temperature, options.rival_weight}, workers, by_questions,
+                               by_symbols);
+      loss += add_fusion_loss(batch, questions, symbols,
+                              vote_steps(answer_cosines, batch.question_ids.size(), workers),
                               options.fusion_weight, workers, by_questions, by_symbols);
       const double done =
           static_cast<double>(epoch) * static_cast<double>(batches) + static_cast<double>(number);

@@ -61,8 +61,8 @@ Step step(const Batch& batch, const Table& table, const std::vector<VoteSteps>& 
   Floats question_side;
   Floats symbol_side;
   Step result;
-  result.loss = contrastive_loss(batch, questions, symbols, {0.5F, 3.0F}, workers, question_side,
-                                 symbol_side);
+  result.loss = contrastive_loss(batch, questions, symbols, cosines(questions, symbols, 6, workers),
+                                 {0.5F, 3.0F}, workers, question_side, symbol_side);
   result.loss +=
       add_fusion_loss(batch, questions, symbols, votes, 2.0F, workers, question_side, symbol_side);
   result.by_questions = gradient_of(batch.questions, questions, question_side, 10, workers);
@@ -76,8 +76,9 @@ TEST(Gradient, IsWhatSmallChangesOfTheNumbersDoToTheLoss) {
   const Batch batch = tiny_batch(random);
   Table table = {4, Floats(40)};
   for (float& value : table.rows) value = static_cast<float>(random.normal());
-  const std::vector<VoteSteps> votes = vote_steps(encode(batch.questions, table, workers),
-                                                  encode(batch.symbols, table, workers), workers);
+  const Floats answer_cosines = cosines(encode(batch.questions, table, workers),
+                                        encode(batch.symbols, table, workers), 6, workers);
+  const std::vector<VoteSteps> votes = vote_steps(answer_cosines, 6, workers);
   const Step exact = step(batch, table, votes, workers);
   std::vector<double> gradient(table.rows.size());
   for (const Gradient* side : {&exact.by_questions, &exact.by_symbols}) {
