@@ -5,6 +5,7 @@
 #include "views.h"
 
 namespace velmora::train {
+
 Encoded encode(const Bags& texts, const Table& table, Workers& workers) {
   const std::size_t width = table.dimensions;
   Encoded encoded = {{width, Floats(texts.size() * width)}, Floats(texts.size())};

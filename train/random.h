@@ -1,10 +1,8 @@
 // Random numbers that are the same on every machine, which the standard library's are not.
 #pragma once
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <numbers>
 #include <span>
 #include <utility>
 
@@ -27,12 +25,6 @@ class Random {
 
   // From 0 up to, and without, `count`, which is far below 2^64: the bias does not show.
   std::size_t below(std::size_t count) { return next() % count; }
-
-  // Normally distributed, mean 0, deviation 1.
-  double normal() {
-    return std::sqrt(-2.0 * std::log(1.0 - uniform())) *
-           std::cos(2.0 * std::numbers::pi * uniform());
-  }
 
   template <class Value>
   void shuffle(std::span<Value> values) {
