@@ -33,19 +33,33 @@ std::string_view level_name(Level level) {
   return "UNKNOWN";
 }
 
-void append_causes(std::string& text, const std::exception_ptr& error) {
-  text += "\n  caused by: ";
-  try {
-    std::rethrow_exception(error);
-  } catch (const std::exception& exception) {
-    text += exception.what();
-    try {
-      std::rethrow_if_nested(exception);
-    } catch (...) {
-      append_causes(text, std::current_exception());
+// A chain is as deep as the calls that failed; a longer one is one that goes in a circle.
+constexpr int MOST_CAUSES = 32;
+
+// The error that `error` was thrown with, if any. std::rethrow_if_nested would end the program for
+// one that was made where no error was handled.
+std::exception_ptr cause_of(const std::exception& error) {
+  const auto* const nested = dynamic_cast<const std::nested_exception*>(&error);
+  return nested == nullptr ? nullptr : nested->nested_ptr();
+}
+
+void append_causes(std::string& text, std::exception_ptr error) {
+  for (int causes = 0; error; ++causes) {
+    text += "\n  caused by: ";
+    if (causes == MOST_CAUSES) {
+      text += "...";
+      return;
     }
-  } catch (...) {
-    text += "an error that is no std::exception";
+    std::exception_ptr cause;
+    try {
+      std::rethrow_exception(error);
+    } catch (const std::exception& exception) {
+      text += exception.what();
+      cause = cause_of(exception);
+    } catch (...) {
+      text += "an error that is no std::exception";
+    }
+    error = std::move(cause);
   }
 }
 

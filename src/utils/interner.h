@@ -3,11 +3,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+#include "utils/text_hash.h"
 
 namespace velmora::utils {
 
@@ -19,7 +21,7 @@ class Interner {
   // The text's number; for one that is new, `keep(text)` returns the view of it to hold on to.
   template <class Keep>
   std::uint32_t add(std::string_view text, Keep keep) {
-    const std::uint32_t hashed = hash(text);
+    const auto hashed = static_cast<std::uint32_t>(hash_(text));
     std::size_t slot = hashed & (slots_.size() - 1);
     while (slots_[slot].after != 0) {
       const std::uint32_t number = slots_[slot].after - 1;
@@ -44,23 +46,6 @@ class Interner {
     std::uint32_t after = 0;  // the text's number + 1, or 0 for a free slot
   };
 
-  static std::uint32_t hash(std::string_view text) {
-    std::uint64_t value = text.size();
-    const auto mix = [&value](std::uint64_t chunk) {
-      value = (value ^ chunk) * 0x9E3779B97F4A7C15u;
-      value ^= value >> 32;
-    };
-    for (; text.size() > sizeof(std::uint64_t); text.remove_prefix(sizeof(std::uint64_t))) {
-      std::uint64_t chunk = 0;
-      std::memcpy(&chunk, text.data(), sizeof chunk);
-      mix(chunk);
-    }
-    std::uint64_t rest = 0;
-    if (!text.empty()) std::memcpy(&rest, text.data(), text.size());
-    mix(rest);
-    return static_cast<std::uint32_t>(value);
-  }
-
   void grow() {
     std::vector<Slot> slots(slots_.size() * 2);
     for (const Slot& old : slots_) {
@@ -72,6 +57,7 @@ class Interner {
     slots_ = std::move(slots);
   }
 
+  TextHash hash_;
   std::vector<Slot> slots_ = std::vector<Slot>(1024);
   std::vector<std::string_view> texts_;
 };

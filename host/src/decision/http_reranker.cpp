@@ -19,10 +19,11 @@ namespace {
 using engines::DecisionError;
 using nlohmann::json;
 
-std::string endpoint(std::string url) {
-  while (url.ends_with('/')) url.pop_back();
-  return url + "/rerank";
-}
+// Room for the answer: a score and what a server tells besides for each candidate, and the
+// candidate's text, which some send back, with every character escaped.
+constexpr std::size_t ANSWER_BYTES = std::size_t{64} << 10;
+constexpr std::size_t RESULT_BYTES = 1024;
+constexpr std::size_t ESCAPED_BYTES = 6;
 
 // "1. function pkg.parse" without the number, which says nothing to a model of single documents.
 std::string_view without_number(std::string_view candidate) {
@@ -42,7 +43,7 @@ class HttpReranker::Impl {
       : model_(std::move(options.model)),
         share_source_(options.share_source),
         client_({.who = "The rerank server",
-                 .url = endpoint(options.url),
+                 .url = http::endpoint(options.url, "rerank"),
                  .api_key = options.api_key,
                  .deadline = options.deadline}) {}
 
@@ -51,11 +52,17 @@ class HttpReranker::Impl {
   // The score of each candidate, in their order.
   std::vector<double> scores(const engines::DecisionState& state) {
     json documents = json::array();
+    std::size_t longest = ANSWER_BYTES;
     for (const std::string& candidate : state.candidates) {
       documents.push_back(without_number(candidate));
+      longest += RESULT_BYTES + ESCAPED_BYTES * candidate.size();
     }
-    const json answer = client_.post(
-        {{"model", model_}, {"query", state.question}, {"documents", std::move(documents)}});
+    const json answer = json::parse(
+        client_.post(
+            {{"model", model_}, {"query", state.question}, {"documents", std::move(documents)}},
+            longest),
+        nullptr, false);
+    if (answer.is_discarded()) throw client_.not_json();
     const auto results = answer.find("results");
     if (!answer.is_object() || results == answer.end() || !results->is_array()) {
       throw client_.error("sent no list \"results\"");

@@ -32,12 +32,12 @@ class HttpEngine::Backend final : public engines::EmbeddingBackend {
 
   Vectors embed(std::span<const std::string_view> texts) override { return embed(texts, {}); }
 
-  Vectors embed(std::span<const std::string_view> texts, std::stop_token stop) {
+  Vectors embed(std::span<const std::string_view> texts, const std::stop_token& stop) {
     std::vector<std::string> questions;
     questions.reserve(texts.size());
     for (const std::string_view text : texts)
       questions.push_back(query_prefix_ + std::string(text));
-    return client_.embed(questions, std::move(stop));
+    return client_.embed(questions, stop);
   }
 
   [[nodiscard]] std::string_view name() const override { return client_.model(); }

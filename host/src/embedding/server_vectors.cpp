@@ -38,6 +38,18 @@ struct Text {
 // The stop was requested.
 struct Stopped {};
 
+// The text with "***" in place of each `secret`; empty when the secret is in it even so.
+std::string masked(std::string_view text, std::string_view secret) {
+  if (secret.empty()) return std::string(text);
+  std::string out;
+  std::size_t at = 0;
+  for (std::size_t found; (found = text.find(secret, at)) != text.npos; at = found + secret.size()) {
+    out.append(text.substr(at, found - at)).append("***");
+  }
+  out.append(text.substr(at));
+  return out.find(secret) == out.npos ? out : std::string();
+}
+
 // What the server itself says about its refusal, without the key; empty when it says nothing that
 // can be understood.
 std::string explanation(const HttpError& error, const std::string& api_key) {
@@ -48,11 +60,7 @@ std::string explanation(const HttpError& error, const std::string& api_key) {
     if (at->is_object() && at->contains(field)) at = &at->at(field);
   }
   if (!at->is_string()) return {};
-  std::string text = at->get<std::string>();
-  for (std::size_t found = 0;
-       !api_key.empty() && (found = text.find(api_key)) != std::string::npos;) {
-    text.replace(found, api_key.size(), "***");
-  }
+  const std::string text = masked(at->get_ref<const std::string&>(), api_key);
   return text.empty() ? "" : ": " + text.substr(0, std::min(text.find('\n'), LONGEST));
 }
 
@@ -97,8 +105,7 @@ class Run {
         client_({.url = options.url,
                  .model = options.model,
                  .api_key = options.api_key,
-                 .deadline = options.deadline,
-                 .longest_answer = std::size_t{256} << 20}) {}
+                 .deadline = options.deadline}) {}
 
   ServerEmbedReport run() {
     if (options_.anew) {

@@ -1,5 +1,7 @@
 #include "http/json_client.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -8,6 +10,31 @@
 
 namespace velmora::host::http {
 namespace {
+
+// What a server says of a refusal is a sentence or two; a page or worse tells nobody anything.
+constexpr std::size_t LONGEST_EXPLANATION = std::size_t{64} << 10;
+
+struct UrlCleanup {
+  void operator()(CURLU* url) const noexcept { curl_url_cleanup(url); }
+};
+
+// The host of a URL in lower case, an address in its usual form; empty when it has none.
+std::string host_of(const std::string& url) {
+  const std::unique_ptr<CURLU, UrlCleanup> parts(curl_url());
+  if (!parts) throw std::bad_alloc();
+  char* host = nullptr;
+  if (curl_url_set(parts.get(), CURLUPART_URL, url.c_str(), CURLU_GUESS_SCHEME) != CURLUE_OK ||
+      curl_url_get(parts.get(), CURLUPART_HOST, &host, 0) != CURLUE_OK) {
+    return {};
+  }
+  std::string name = host;
+  curl_free(host);
+  std::ranges::transform(
+      name, name.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; });
+  if (name.ends_with('.')) name.pop_back();
+  if (name.starts_with('[') && name.ends_with(']')) name = name.substr(1, name.size() - 2);
+  return name;
+}
 
 // The body of an answer, as far as it came.
 struct Body {
@@ -18,7 +45,7 @@ struct Body {
 // Appends to the answer; taking fewer bytes than were offered ends the transfer.
 std::size_t receive(const char* data, std::size_t, std::size_t size, void* target) noexcept {
   Body& body = *static_cast<Body*>(target);
-  if (body.text.size() + size > body.longest) return 0;
+  if (size > body.longest - body.text.size()) return 0;
   try {
     body.text.append(data, size);
   } catch (const std::bad_alloc&) {
@@ -51,6 +78,20 @@ int stop_wanted(void* stop, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noex
 
 }  // namespace
 
+std::string endpoint(std::string url, std::string_view name) {
+  while (url.ends_with('/')) url.pop_back();
+  return url.append("/").append(name);
+}
+
+bool is_on_loopback(const std::string& url) {
+  const std::string host = host_of(url);
+  if (host == "localhost" || host.ends_with(".localhost")) return true;
+  in_addr four{};
+  if (::inet_pton(AF_INET, host.c_str(), &four) == 1) return ntohl(four.s_addr) >> 24 == 127;
+  in6_addr six{};
+  return ::inet_pton(AF_INET6, host.c_str(), &six) == 1 && IN6_IS_ADDR_LOOPBACK(&six);
+}
+
 JsonClient::JsonClient(JsonClientOptions options) : options_(std::move(options)) {
   static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
   if (initialised != CURLE_OK) throw std::runtime_error("libcurl cannot be initialised");
@@ -74,18 +115,15 @@ HttpError JsonClient::error(const std::string& what) const {
   return HttpError(options_.who + " " + what, HttpError::Cause::answer);
 }
 
-nlohmann::json JsonClient::post(const nlohmann::json& question, std::stop_token stop) {
+std::string JsonClient::post(const nlohmann::json& question, std::size_t longest,
+                             const std::stop_token& stop) {
   const std::string body = question.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
   Handle handle = take();
-  const std::string answer = perform(handle.get(), body, stop);
-  {
-    // Not after a failure: such a connection is not used again.
-    const std::lock_guard guard(lock_);
-    idle_.push_back(std::move(handle));
-  }
-  nlohmann::json parsed = nlohmann::json::parse(answer, nullptr, false);
-  if (parsed.is_discarded()) throw error("sent an answer that is not JSON");
-  return parsed;
+  std::string answer = perform(handle.get(), body, longest, stop);
+  // Not after a failure: such a connection is not used again.
+  const std::lock_guard guard(lock_);
+  idle_.push_back(std::move(handle));
+  return answer;
 }
 
 JsonClient::Handle JsonClient::take() {
@@ -102,6 +140,11 @@ JsonClient::Handle JsonClient::take() {
   CURL* const curl = handle.get();
   curl_easy_setopt(curl, CURLOPT_URL, options_.url.c_str());
   curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 0L);
+  curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 2L);
+  // Who names a server on this machine means that nobody else sees the key and the texts.
+  if (is_on_loopback(options_.url)) curl_easy_setopt(curl, CURLOPT_PROXY, "");
   curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers_.get());
   curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(options_.deadline.count()));
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);  // signals and threads do not mix
@@ -113,9 +156,9 @@ JsonClient::Handle JsonClient::take() {
   return handle;
 }
 
-std::string JsonClient::perform(CURL* curl, const std::string& body,
+std::string JsonClient::perform(CURL* curl, const std::string& body, std::size_t longest,
                                 const std::stop_token& stop) const {
-  Body answer{.text = {}, .longest = options_.longest_answer};
+  Body answer{.text = {}, .longest = longest};
   std::array<char, CURL_ERROR_SIZE> reason{};
   curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
   curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.c_str());
@@ -138,6 +181,7 @@ std::string JsonClient::perform(CURL* curl, const std::string& body,
   long status = 0;
   curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
   if (status != 200) {
+    if (answer.text.size() > LONGEST_EXPLANATION) answer.text.clear();
     curl_off_t seconds = 0;  // stays so when the server names none; below it for a date gone by
     curl_easy_getinfo(curl, CURLINFO_RETRY_AFTER, &seconds);
     throw HttpError(options_.who + " answered with status " + std::to_string(status), status,

@@ -46,7 +46,7 @@ class HttpError : public std::runtime_error {
   }
   // How long the server asks to be left alone; 0 when it does not say.
   [[nodiscard]] std::chrono::seconds retry_after() const { return retry_after_; }
-  // The body of an answer whose status is not 200.
+  // The body of an answer whose status is not 200; empty when it is too long to be an explanation.
   [[nodiscard]] const std::string& answer() const { return answer_; }
 
  private:
@@ -70,22 +70,33 @@ struct JsonClientOptions {
   std::string api_key;  // sent as a bearer token; empty: none
   // The longest that an answer may take, from the name look-up to the last byte.
   std::chrono::milliseconds deadline = std::chrono::seconds(5);
-  std::size_t longest_answer = std::size_t{16} << 20;  // in bytes
 };
 
-// Keeps its connections open between questions. Any number of threads may ask at once.
+// "http://host/v1" or "http://host/v1/" and "rerank": "http://host/v1/rerank".
+[[nodiscard]] std::string endpoint(std::string url, std::string_view name);
+
+// Whether the server of a URL is this machine, by its name: localhost, a name below it, an address
+// of 127.0.0.0/8 or ::1.
+[[nodiscard]] bool is_on_loopback(const std::string& url);
+
+// Keeps its connections open between questions. A server on loopback is reached directly, any other
+// through the proxy that the environment names for it. Certificates are checked. Any number of
+// threads may ask at once.
 class JsonClient {
  public:
   // Throws std::invalid_argument for a key that cannot stand in a header.
   explicit JsonClient(JsonClientOptions options);
 
-  // The answer to `POST {url}`. Follows no redirection and reads no more than the longest answer.
-  // A stop that is requested ends the wait within a second. Throws HttpError for anything but an
-  // answer with status 200 in JSON.
-  [[nodiscard]] nlohmann::json post(const nlohmann::json& question, std::stop_token stop = {});
+  // The body of the answer to `POST {url}`. Follows no redirection and reads no more than `longest`
+  // bytes. A stop that is requested ends the wait within a second. Throws HttpError for anything
+  // but an answer with status 200.
+  [[nodiscard]] std::string post(const nlohmann::json& question, std::size_t longest,
+                                 const std::stop_token& stop = {});
 
   // An HttpError about an answer of this server; `what` stands behind its name.
   [[nodiscard]] HttpError error(const std::string& what) const;
+  // The one about an answer that is not JSON.
+  [[nodiscard]] HttpError not_json() const { return error("sent an answer that is not JSON"); }
 
  private:
   struct Cleanup {
@@ -96,7 +107,7 @@ class JsonClient {
 
   void add_header(const std::string& header);
   Handle take();
-  [[nodiscard]] std::string perform(CURL* curl, const std::string& body,
+  [[nodiscard]] std::string perform(CURL* curl, const std::string& body, std::size_t longest,
                                     const std::stop_token& stop) const;
 
   const JsonClientOptions options_;

@@ -158,9 +158,11 @@ TextTables::Table& TextTables::table(std::string_view name) {
 
 Statement& TextTables::match(std::string_view name) { return table(name).match; }
 
-// A term without tokens (none has with the default tokenizer) matches nothing and changes no score,
-// but SQLite before 3.48 dereferences null when one stands beside a term that matches, so it is
-// left out. A table without rows has no tokenizer to ask, and no term matches there.
+// A term that no row holds is left out, where the counts tell: it matches nothing and changes no
+// score, and a question of ten thousand such words would look up each. So is a term without tokens
+// (none has with the default tokenizer): SQLite before 3.48 dereferences null when one stands
+// beside a term that matches. A table without rows has no tokenizer to ask, and no term matches
+// there.
 std::string TextTables::activate(std::string_view name, std::span<const std::string> terms) {
   std::string expression;
   std::vector<std::optional<TokenId>> phrases;
@@ -172,8 +174,12 @@ std::string TextTables::activate(std::string_view name, std::span<const std::str
     for (const std::string& term : terms) {
       const Tokens tokens = tokenize(term);
       if (tokens.count == 0) continue;
+      if (counts_) {
+        const std::optional<TokenId> token = counts_->find(tokens.first);
+        if (!token) continue;
+        phrases.push_back(token);
+      }
       add(term);
-      if (counts_) phrases.push_back(counts_->find(tokens.first));
     }
   });
   if (!ran) {

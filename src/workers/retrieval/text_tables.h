@@ -39,7 +39,7 @@ class TextTables {
   TextTables& operator=(const TextTables&) = delete;
 
   // Readies the ranking of a table's rows by the terms, until the next call, and returns the
-  // expression that matches any of them; empty when no term has a token.
+  // expression that matches any of them; empty when no row can match.
   [[nodiscard]] std::string activate(std::string_view table, std::span<const std::string> terms);
 
   // Lists the rowids of the table's rows that match ?1, best first.

@@ -5,12 +5,17 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
+#include <nlohmann/json.hpp>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "embedding/embedding_answer.h"
+#include "embedding/float_list.h"
 #include "support/http_server.h"
 
 namespace velmora::host::embedding {
@@ -116,6 +121,78 @@ TEST(HttpEngine, SaysWhatIsWrongWithAnAnswer) {
               ready->embed(std::vector<std::string_view>{"x", "y"});
             }),
             "The embedding server sent two vectors of one index");
+}
+
+// The answer's parts as the program takes them, against a JSON library's reading of the same text.
+TEST(EmbeddingAnswer, ReadsWhatALibraryReads) {
+  std::mt19937 random(7);
+  const auto below = [&](std::size_t n) { return random() % n; };
+  const std::vector<std::string> scalars = {"0",    "-3",   "1.5",  "1e38", "1e39",  "-1e300",
+                                            "null", "true", "\"[\"", "7",    "18446744073709551615"};
+  const std::vector<std::string> names = {"data", "index", "embedding", "other"};
+  const std::function<std::string(std::size_t)> value = [&](std::size_t depth) -> std::string {
+    const std::size_t what = depth == 0 ? 0 : below(4);
+    if (what < 2) return scalars[below(what == 0 ? scalars.size() : 3)];
+    std::string text;
+    for (std::size_t i = below(4); i-- > 0;) {
+      if (!text.empty()) text += ',';
+      if (what == 2) text.append("\"").append(names[below(names.size())]).append("\":");
+      text += value(depth - 1);
+    }
+    return what == 2 ? "{" + text + "}" : "[" + text + "]";
+  };
+  std::size_t vectors = 0;
+  for (int round = 0; round < 20'000; ++round) {
+    std::string text = value(5);
+    for (std::size_t i = below(3); i-- > 0;) {  // and with the right names, whatever is in them
+      text = R"({"other":)" + value(2) + R"(,"data":[{"embedding":)" + value(2) + R"(,"index":)" +
+             value(1) + "}," + text + "," + value(3) + R"(],"other":)" + value(3) + "}";
+    }
+    if (below(8) == 0) text.resize(below(text.size() + 1));
+    const nlohmann::json parsed = nlohmann::json::parse(text, nullptr, false);
+    EmbeddingAnswer answer(3);
+    ASSERT_EQ(answer.read(text), !parsed.is_discarded()) << text;
+    if (parsed.is_discarded()) continue;
+    const bool has_data = parsed.is_object() && parsed.contains("data") && parsed["data"].is_array();
+    ASSERT_EQ(answer.has_data(), has_data) << text;
+    if (!has_data) continue;
+    const nlohmann::json& data = parsed["data"];
+    ASSERT_EQ(answer.count(), data.size()) << text;
+    ASSERT_EQ(answer.items().size(), std::min<std::size_t>(3, data.size()));
+    for (std::size_t i = 0; i < answer.items().size(); ++i) {
+      const EmbeddingItem& item = answer.items()[i];
+      ASSERT_EQ(item.has_index, data[i].is_object() && data[i].contains("index")) << text;
+      ASSERT_EQ(item.has_embedding, data[i].is_object() && data[i].contains("embedding")) << text;
+      if (item.has_index) {
+        ASSERT_EQ(item.index.has_value(), data[i]["index"].is_number_unsigned()) << text;
+        if (item.index) ASSERT_EQ(*item.index, data[i]["index"].get<std::uint64_t>());
+      }
+      if (!item.has_embedding) continue;
+      const auto values = float_list(data[i]["embedding"]);
+      ASSERT_EQ(item.is_vector, values.has_value()) << text;
+      if (values) ASSERT_EQ(item.values, *values) << text;
+      vectors += values && values->size() > 1;
+    }
+  }
+  EXPECT_GT(vectors, 100U);
+}
+
+TEST(HttpEngine, ReadsNoMoreThanTheVectorsTake) {
+  const auto answer = [](const std::string& numbers, std::size_t blanks) {
+    return HttpServer::response(R"({"data":[{"embedding":[)" + numbers + "]}]" +
+                                std::string(blanks, ' ') + "}");
+  };
+  std::string sent = answer("1,2", 0);
+  HttpServer server([&](const std::string&) { return sent; });
+  HttpEngine engine({.url = server.url(), .model = "m"});
+  const auto ready = engine.wait_ready(60s);
+  const auto ask = [&] {
+    return error_of([&] { ready->embed(std::vector<std::string_view>{"x"}); });
+  };
+  sent = answer("3,4", 60'000);
+  EXPECT_EQ(ask(), "no error");
+  sent = answer("3,4", 70'000);  // 64 KiB, 1 KiB for the item and 40 bytes a number
+  EXPECT_EQ(ask(), "The embedding server sent an answer that is too long");
 }
 
 TEST(HttpEngine, WaitsForAModelThatLoads) {

@@ -203,6 +203,25 @@ TEST_F(ServerVectors, TriesAgainOrSaysWhatToDo) {
   }
 }
 
+TEST_F(ServerVectors, NeverRepeatsTheKey) {
+  const auto told = [&](const std::string& key, const std::string& message) {
+    EmbeddingServer server([&](std::size_t, const Texts&) {
+      return HttpServer::response(nlohmann::json{{"error", message}}.dump(),
+                                  "401 No\r\nConnection: close");
+    });
+    ServerEmbedOptions wanted = options(server);
+    wanted.api_key = key;
+    const std::string error = error_of(wanted);
+    const std::size_t from = error.find("401") + 3;
+    return error.substr(from, error.find(". Put a key") - from);
+  };
+  EXPECT_EQ(told("***", "no *** here"), "");
+  EXPECT_EQ(told("*", "no * here"), "");
+  EXPECT_EQ(told("*k", "**kk"), "") << "the mask would make another one";
+  EXPECT_EQ(told("aa", "aaaaa, baab"), ": ******a, b***b");
+  EXPECT_EQ(told("k", std::string(70'000, 'x')), "") << "no explanation is that long";
+}
+
 TEST_F(ServerVectors, WaitsUntilTheDateThatTheServerNames) {
   std::string header(64, '\0');
   EmbeddingServer server([&](std::size_t number, const Texts&) {

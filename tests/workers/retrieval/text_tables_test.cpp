@@ -69,6 +69,15 @@ TEST(TextTables, WritesWeightsByMagnitude) {
   EXPECT_EQ(bm25_expression({}), "bm25()");
 }
 
+TEST(TextTables, AWordThatNoRowHoldsCostsNothing) {
+  Tables tables({}, {{1, {"parse", "", "", "config"}}, {2, {"parse parse", "", "", ""}}});
+  const std::vector<std::string> both = {"zebra", "parse", "quagga"};
+  EXPECT_EQ(tables.tables_->activate(SYMBOL_TABLE, both), "\"parse\"");
+  EXPECT_EQ(tables.matching(both), tables.matching({"parse"}));
+  EXPECT_EQ(tables.tables_->activate(SYMBOL_TABLE, std::vector<std::string>{"zebra"}), "");
+  EXPECT_EQ(tables.matching({"zebra"}), Ids());
+}
+
 TEST(TextTables, RanksMatchesOfAnyTerm) {
   testing::TextRows rows;
   rows.add_symbol(1, {"parse", "", "", "config"});

@@ -33,8 +33,9 @@ class HttpEngine final : public engines::EmbeddingEngine {
 
   // Returns early when the server's trouble is not one that passes by itself: it cannot be reached
   // or refuses the question. The backend throws std::runtime_error with what went wrong: no
-  // connection, no answer in time, a status other than 200, an answer of more than 16 MiB or
-  // without a vector of finite numbers for every text, or a vector that is all zero.
+  // connection, no answer in time, a status other than 200, an answer that is longer than its
+  // vectors can be or without a vector of finite numbers for every text, or a vector that is all
+  // zero.
   std::shared_ptr<engines::EmbeddingBackend> wait_ready(std::chrono::milliseconds longest) override;
 
  private:
