@@ -39,8 +39,8 @@ class Sink {
 void set_sink(std::shared_ptr<Sink> sink, Level least = Level::info);
 
 // The default text of a record: "WARNING velmora.workers.retrieval: message", then for an attached
-// error a line "  caused by: " for it and for each exception nested in it, outermost first, of which
-// 32 are shown. No final line break.
+// error a line "  caused by: " for it and for each exception nested in it, outermost first, of
+// which 32 are shown. No final line break.
 [[nodiscard]] std::string format(const Record& record);
 
 namespace internal {

@@ -43,7 +43,7 @@ TEST(TextHash, SpreadsWhatIsMadeToCrowd) {
   hostile[0] = crowding_words(1 << 15);
   for (std::size_t i = 0; i < 1 << 15; ++i) {
     const std::string number = std::to_string(i);
-    hostile[1].push_back(std::string(24, 'x') + number);               // one beginning
+    hostile[1].push_back(std::string(24, 'x') + number);                  // one beginning
     hostile[2].push_back(number + std::string(30 - number.size(), '.'));  // one end
     hostile[3].push_back(std::string(i / 64, '\0') + std::string(i % 64, '\1'));
   }
@@ -56,7 +56,8 @@ TEST(TextHash, IsAnotherOneForEachTable) {
   for (int table = 0; table < 100; ++table) hashes.insert(TextHash()("name"));
   EXPECT_EQ(hashes.size(), 100U);
   const TextHash hash;
-  for (const char* text : {"", "12345678", "123456789"}) EXPECT_EQ(hash(text), TextHash(hash)(text));
+  for (const char* text : {"", "12345678", "123456789"})
+    EXPECT_EQ(hash(text), TextHash(hash)(text));
 }
 
 }  // namespace

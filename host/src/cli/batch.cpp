@@ -40,10 +40,8 @@ std::string answer(const json& value, HybridRetriever& retriever, RetrieveOption
 
 }  // namespace
 
-void answer_batch(std::istream& stream, HybridRetriever& retriever,
-                  const RetrieveOptions& defaults) {
-  std::int64_t number = 0;
-  while (const std::optional<std::string> line = next_line(stream, number)) {
+void answer_batch(Input& input, HybridRetriever& retriever, const RetrieveOptions& defaults) {
+  while (const std::optional<std::string> line = input.next_line()) {
     ordered_json query = nullptr;
     std::string written;
     try {

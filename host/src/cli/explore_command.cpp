@@ -64,7 +64,7 @@ ExitCode explore(const ExploreOptions& options) {
         {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
     if (options.batch) {
       Input input(*options.batch);
-      answer_batch(input.stream(), retriever, retrieve_options(options));
+      answer_batch(input, retriever, retrieve_options(options));
       return ExitCode::answered;
     }
     const RetrievalResult answer = retriever.retrieve(*options.question, retrieve_options(options));

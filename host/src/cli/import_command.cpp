@@ -1,5 +1,7 @@
 #include <CLI/CLI.hpp>
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -19,20 +21,47 @@ struct ImportOptions {
   std::string index;
   std::string rows = "-";
   bool half_precision = false;
+  bool allow_empty = false;
+};
+
+// Sees to it that the vectors of a model have one length. A search compares them with each other.
+class VectorLengths {
+ public:
+  // Throws InputError for a symbol with another one.
+  void check(const index::Symbol& symbol) {
+    for (const index::SymbolEmbedding& embedding : symbol.embeddings) {
+      const std::size_t length = embedding.values.size();
+      const auto known = lengths_.try_emplace(embedding.model, length).first->second;
+      if (length == known) continue;
+      throw InputError("the vector of model " + embedding.model + " has " +
+                       counted(length, "number") + ", where the earlier ones have " +
+                       std::to_string(known));
+    }
+  }
+
+ private:
+  std::map<std::string, std::size_t> lengths_;  // by model
 };
 
 void import_rows(const ImportOptions& options) {
   Input input(options.rows);
   const auto index = index::Index::open_or_create(options.index);
-  std::int64_t line_number = 0;
+  VectorLengths lengths;
   std::int64_t count = 0;
   const auto at_line = [&](const std::exception& error) {
-    return std::runtime_error("line " + std::to_string(line_number) + ": " + error.what());
+    return std::runtime_error("line " + std::to_string(input.line_number()) + ": " + error.what());
   };
-  const auto next = [&]() -> std::optional<index::Symbol> {
-    const std::optional<std::string> line = next_line(input.stream(), line_number);
+  const auto next = [&, rows = false]() mutable -> std::optional<index::Symbol> {
+    const std::optional<std::string> line = input.next_line();
+    if (!line && !rows && !options.allow_empty) {
+      throw std::runtime_error(
+          "The input has no row. Use --allow-empty if the index is to have none");
+    }
     if (!line) return std::nullopt;
-    return parse_symbol_row(*line);
+    rows = true;
+    index::Symbol symbol = parse_symbol_row(*line);
+    lengths.check(symbol);
+    return symbol;
   };
   try {
     count = index->replace(
@@ -62,11 +91,14 @@ void add_import_command(CLI::App& app, ExitCode& exit_code) {
   command->add_flag("--half-precision", options->half_precision,
                     "Keep vectors in two bytes a number instead of four: half the size and a faster"
                     " search, for a change in the cosine of about 0.0001");
+  command->add_flag("--allow-empty", options->allow_empty,
+                    "Take an input without any row, which leaves nothing in the index");
   command->footer(
       "A row has fqn, name, kind, language, path, start_line and end_line, and optionally id,\n"
       "signature, docstring and embeddings, a list of {\"model\", \"values\"}. A row without id "
       "gets\n"
-      "the largest id so far plus one. Blank lines are skipped, unknown fields are errors.");
+      "the largest id so far plus one. Blank lines are skipped, unknown fields are errors.\n"
+      "An input that cannot be read to its end leaves the index as it was.");
   command->callback([options, &exit_code] {
     import_rows(*options);
     exit_code = ExitCode::answered;

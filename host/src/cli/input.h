@@ -1,22 +1,41 @@
-// Input of a command: a file, or standard input for "-".
+// The lines of a command's input: a file, or standard input for "-".
 #pragma once
 
-#include <fstream>
-#include <istream>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace velmora::host::cli {
 
 class Input {
  public:
+  // The longest line that is taken, in bytes.
+  static constexpr std::size_t LONGEST_LINE = std::size_t{4} << 20;
+
   // Throws std::runtime_error when the file cannot be opened.
   explicit Input(const std::string& name);
+  Input(const Input&) = delete;
+  Input& operator=(const Input&) = delete;
+  ~Input();
 
-  [[nodiscard]] std::istream& stream() { return stream_; }
+  // The next line that holds more than white space, or nothing at the end of the input. Throws
+  // InputError for a line that is too long, and std::runtime_error when the input cannot be read
+  // on: what came so far is not all of it then.
+  [[nodiscard]] std::optional<std::string> next_line();
+
+  // The number of the line that was read last; every line counts, from 1.
+  [[nodiscard]] std::int64_t line_number() const { return line_number_; }
 
  private:
-  std::ifstream file_;
-  std::istream& stream_;
+  bool fill();
+  bool read_line(std::string& line);
+
+  const std::string name_;  // as messages call it
+  const int file_;
+  std::int64_t line_number_ = 0;
+  std::string buffer_;
+  std::size_t at_ = 0;  // in the buffer
 };
 
 }  // namespace velmora::host::cli

@@ -21,6 +21,8 @@ Value required(const char* name, std::optional<Value> value) {
 }  // namespace
 
 json parse_line(std::string_view line) {
+  // The parser takes it for the end, whatever follows.
+  if (line.find('\0') != line.npos) throw InputError("this is not JSON: it holds a NUL");
   try {
     return json::parse(line);
   } catch (const json::exception& error) {
@@ -30,16 +32,6 @@ json parse_line(std::string_view line) {
     const std::size_t reason = column != std::string_view::npos ? column : message.find("] ") + 2;
     throw InputError("this is not JSON: " + std::string(message.substr(reason)));
   }
-}
-
-std::optional<std::string> next_line(std::istream& stream, std::int64_t& number) {
-  std::string line;
-  while (std::getline(stream, line)) {
-    ++number;
-    if (line.find_first_not_of(" \t\r\f\v") != std::string::npos) return line;
-  }
-  if (stream.bad()) throw std::runtime_error("The input cannot be read");
-  return std::nullopt;
 }
 
 JsonFields::JsonFields(const json& value, std::initializer_list<std::string_view> known)

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <initializer_list>
-#include <istream>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
@@ -20,10 +19,6 @@ class InputError : public std::runtime_error {
 
 // Parses one line. Throws InputError for what is not JSON, which includes text that is not UTF-8.
 [[nodiscard]] nlohmann::json parse_line(std::string_view line);
-
-// The next line that holds more than white space, or nothing at the end; `number` counts every line
-// from 1. Throws std::runtime_error when the stream cannot be read.
-[[nodiscard]] std::optional<std::string> next_line(std::istream& stream, std::int64_t& number);
 
 // The fields of a JSON object. A field that is null counts as absent. Every function throws
 // InputError that names the field.

@@ -18,10 +18,12 @@ namespace velmora::host::cli {
 namespace {
 
 // A file opened later must not get the number of a closed standard stream: what is printed would
-// end up in it. Writing to what takes the place of a closed standard output fails, as it should.
+// end up in it. What takes the place of a closed one cannot be used: reading from it, or writing to
+// it, fails as it should.
 void reserve_standard_streams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    if (::fcntl(stream, F_GETFD) == -1) static_cast<void>(::open("/dev/null", O_RDONLY));
+    const int mode = stream == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+    if (::fcntl(stream, F_GETFD) == -1) static_cast<void>(::open("/dev/null", mode));
   }
 }
 

@@ -13,13 +13,29 @@ namespace {
 
 using nlohmann::json;
 
+// A text of a row. Whoever reads one with a NUL as a C string would see half of it.
+std::string checked(const char* name, std::string text) {
+  if (text.find('\0') == std::string::npos) return text;
+  throw InputError("\"" + std::string(name) + "\" must not hold a NUL");
+}
+
+std::string text_of(const JsonFields& fields, const char* name) {
+  return checked(name, fields.text(name));
+}
+
+std::optional<std::string> optional_text_of(const JsonFields& fields, const char* name) {
+  std::optional<std::string> text = fields.optional_text(name);
+  if (text) text = checked(name, *std::move(text));
+  return text;
+}
+
 index::SymbolEmbedding parse_embedding(const json& value) {
   const JsonFields fields(value, {"model", "values"});
   const json* list = fields.optional_list("values");
   if (list == nullptr) throw InputError("\"values\" is missing");
   std::optional<std::vector<float>> values = embedding::float_list(*list);
   if (!values) throw InputError("\"values\" must be a list of finite 32-bit numbers");
-  return {.model = fields.text("model"), .values = *std::move(values)};
+  return {.model = text_of(fields, "model"), .values = *std::move(values)};
 }
 
 // A path as the index keeps it; the filters of a question compare paths segment by segment.
@@ -40,15 +56,19 @@ index::Symbol parse_symbol_row(std::string_view line) {
   const JsonFields fields(value, {"id", "fqn", "name", "kind", "language", "path", "start_line",
                                   "end_line", "signature", "docstring", "embeddings"});
   index::Symbol symbol{.id = fields.optional_integer("id"),
-                       .fqn = fields.text("fqn"),
-                       .name = fields.text("name"),
-                       .kind = fields.text("kind"),
-                       .language = fields.text("language"),
-                       .path = parse_path(fields.text("path")),
+                       .fqn = text_of(fields, "fqn"),
+                       .name = text_of(fields, "name"),
+                       .kind = text_of(fields, "kind"),
+                       .language = text_of(fields, "language"),
+                       .path = parse_path(text_of(fields, "path")),
                        .start_line = fields.integer("start_line"),
                        .end_line = fields.integer("end_line"),
-                       .signature = fields.optional_text("signature"),
-                       .docstring = fields.optional_text("docstring")};
+                       .signature = optional_text_of(fields, "signature"),
+                       .docstring = optional_text_of(fields, "docstring")};
+  if (symbol.start_line < 0) throw InputError("\"start_line\" must not be negative");
+  if (symbol.end_line < symbol.start_line) {
+    throw InputError("\"end_line\" must not be before \"start_line\"");
+  }
   if (const json* embeddings = fields.optional_list("embeddings")) {
     for (const json& embedding : *embeddings) {
       symbol.embeddings.push_back(parse_embedding(embedding));

@@ -10,7 +10,9 @@ constexpr std::string_view EMBEDDING = "embedding";
 
 }  // namespace
 
-bool EmbeddingAnswer::read(const std::string& text) { return nlohmann::json::sax_parse(text, this); }
+bool EmbeddingAnswer::read(const std::string& text) {
+  return nlohmann::json::sax_parse(text, this);
+}
 
 // Every value comes through here before anything else happens.
 void EmbeddingAnswer::begin_value(bool is_object, bool is_array) {
@@ -21,20 +23,20 @@ void EmbeddingAnswer::begin_value(bool is_object, bool is_array) {
   }
   bool enters = false;  // the next place; any other container is skipped
   switch (place_) {
-    case outside:
+    case Place::outside:
       enters = is_object;
       break;
-    case top:
+    case Place::top:
       if (name_ != "data") break;
       has_data_ = enters = is_array;
       count_ = 0;
       items_.clear();
       break;
-    case data:
+    case Place::data:
       enters = is_object && count_ < most_;
       if (count_++ < most_) items_.emplace_back();
       break;
-    case item:
+    case Place::item:
       if (name_ == INDEX) {
         items_.back().has_index = true;
         items_.back().index.reset();
@@ -44,12 +46,12 @@ void EmbeddingAnswer::begin_value(bool is_object, bool is_array) {
         items_.back().values.clear();
       }
       break;
-    case embedding:
+    case Place::embedding:
       items_.back().is_vector = false;
       break;
   }
   if (enters) {
-    place_ = static_cast<Place>(place_ + 1);
+    place_ = static_cast<Place>(static_cast<int>(place_) + 1);
   } else if (is_container) {
     skipped_ = 1;
   }
@@ -59,12 +61,12 @@ void EmbeddingAnswer::end_container() {
   if (skipped_ > 0) {
     --skipped_;
   } else {
-    place_ = static_cast<Place>(place_ - 1);
+    place_ = static_cast<Place>(static_cast<int>(place_) - 1);
   }
 }
 
 void EmbeddingAnswer::number(double value) {
-  if (skipped_ > 0 || place_ != embedding) return other_value();
+  if (skipped_ > 0 || place_ != Place::embedding) return other_value();
   EmbeddingItem& item = items_.back();
   const std::optional<float> held = as_float(value);
   if (!held) item.is_vector = false;
@@ -88,7 +90,7 @@ bool EmbeddingAnswer::number_integer(std::int64_t value) {
 
 bool EmbeddingAnswer::number_unsigned(std::uint64_t value) {
   number(static_cast<double>(value));
-  if (skipped_ == 0 && place_ == item && name_ == INDEX) items_.back().index = value;
+  if (skipped_ == 0 && place_ == Place::item && name_ == INDEX) items_.back().index = value;
   return true;
 }
 

@@ -19,9 +19,10 @@ struct EmbeddingItem {
   std::vector<float> values = {};
 };
 
-// Takes a JSON text apart as it is read: {"data": [{"index", "embedding": [NUMBER, ...]}, ...]}, and
-// whatever else the server tells. Of a name that is repeated, the last one counts. Nothing is kept
-// but the numbers, so the memory is a small multiple of the text's length however it is nested.
+// Takes a JSON text apart as it is read: {"data": [{"index", "embedding": [NUMBER, ...]}, ...]},
+// and whatever else the server tells. Of a name that is repeated, the last one counts. Nothing is
+// kept but the numbers, so the memory is a small multiple of the text's length however it is
+// nested.
 class EmbeddingAnswer final : public nlohmann::json_sax<nlohmann::json> {
  public:
   // Keeps `most` items, and counts those beyond.
@@ -53,7 +54,7 @@ class EmbeddingAnswer final : public nlohmann::json_sax<nlohmann::json> {
 
  private:
   // Where a value stands; each place is in the one before it.
-  enum Place { outside, top, data, item, embedding };
+  enum class Place { outside, top, data, item, embedding };
 
   void begin_value(bool is_object, bool is_array);
   void other_value() { begin_value(false, false); }
@@ -64,7 +65,7 @@ class EmbeddingAnswer final : public nlohmann::json_sax<nlohmann::json> {
   std::size_t count_ = 0;
   bool has_data_ = false;
   std::vector<EmbeddingItem> items_;
-  Place place_ = outside;
+  Place place_ = Place::outside;
   std::size_t skipped_ = 0;  // how deep the walk is in something that nobody asks for
   std::string name_;         // of the value that comes next, in `top` and `item`
 };

@@ -43,7 +43,8 @@ std::string masked(std::string_view text, std::string_view secret) {
   if (secret.empty()) return std::string(text);
   std::string out;
   std::size_t at = 0;
-  for (std::size_t found; (found = text.find(secret, at)) != text.npos; at = found + secret.size()) {
+  for (std::size_t found; (found = text.find(secret, at)) != text.npos;
+       at = found + secret.size()) {
     out.append(text.substr(at, found - at)).append("***");
   }
   out.append(text.substr(at));

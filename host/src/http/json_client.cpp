@@ -29,8 +29,9 @@ std::string host_of(const std::string& url) {
   }
   std::string name = host;
   curl_free(host);
-  std::ranges::transform(
-      name, name.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; });
+  std::ranges::transform(name, name.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
+  });
   if (name.ends_with('.')) name.pop_back();
   if (name.starts_with('[') && name.ends_with(']')) name = name.substr(1, name.size() - 2);
   return name;

@@ -58,8 +58,8 @@ class Prefixed {
     return count_ - before;
   }
 
-  // Counts a word that was listed before, with what `list` returned for it. Its names are all there,
-  // or those that came before have ended every list.
+  // Counts a word that was listed before, with what `list` returned for it. Its names are all
+  // there, or those that came before have ended every list.
   void count_again(std::int64_t came) { count_ += came; }
 
   [[nodiscard]] const std::vector<SymbolId>& ids() const { return ids_; }

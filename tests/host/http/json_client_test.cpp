@@ -15,14 +15,19 @@ namespace {
 using test::HttpServer;
 
 TEST(JsonClient, TakesNoProxyToThisMachine) {
-  const std::vector<std::pair<std::string, bool>> hosts = {
-      {"http://127.0.0.1:8080/v1", true}, {"127.9.9.9", true},
-      {"https://LocalHost./x", true},     {"http://a.localhost:1", true},
-      {"http://[::1]:8080", true},        {"http://0x7f000001", true},
-      {"http://127.0.0.1@evil.org", false}, {"http://localhost.org", false},
-      {"http://notlocalhost", false},     {"http://[::2]", false},
-      {"http://128.0.0.1", false},        {"http://127.0.0.1.org/", false},
-      {"", false}};
+  const std::vector<std::pair<std::string, bool>> hosts = {{"http://127.0.0.1:8080/v1", true},
+                                                           {"127.9.9.9", true},
+                                                           {"https://LocalHost./x", true},
+                                                           {"http://a.localhost:1", true},
+                                                           {"http://[::1]:8080", true},
+                                                           {"http://0x7f000001", true},
+                                                           {"http://127.0.0.1@evil.org", false},
+                                                           {"http://localhost.org", false},
+                                                           {"http://notlocalhost", false},
+                                                           {"http://[::2]", false},
+                                                           {"http://128.0.0.1", false},
+                                                           {"http://127.0.0.1.org/", false},
+                                                           {"", false}};
   for (const auto& [url, loopback] : hosts) EXPECT_EQ(is_on_loopback(url), loopback) << url;
 
   HttpServer proxy([](const std::string&) { return HttpServer::response("proxied"); });

@@ -18,6 +18,7 @@ using Keys = std::vector<std::pair<std::int64_t, std::int64_t>>;  // rowid, orde
 // gives scores; otherwise keys.
 Keys keys(const storage::Database& database, std::string_view table, const std::string& expression,
           bool scored) {
+  if (expression.empty()) return {};
   const std::string name(table);
   storage::Statement statement = database.prepare("SELECT rowid, rank FROM " + name + " WHERE " +
                                                   name + " MATCH ? ORDER BY rank");
@@ -28,6 +29,14 @@ Keys keys(const storage::Database& database, std::string_view table, const std::
                        scored ? order_key(statement.column_double(1)) : statement.column_int64(1));
   }
   return found;
+}
+
+std::string any_of(const std::vector<std::string>& terms) {
+  std::string expression;
+  for (const std::string& term : terms) {
+    expression += (expression.empty() ? "\"" : " OR \"") + term + "\"";
+  }
+  return expression;
 }
 
 // The same rows in a database that knows SQLite's own function alone.
@@ -77,8 +86,9 @@ class TextCountsTest : public ::testing::Test {
     for (const auto& terms : questions) {
       for (const std::string_view table : {SYMBOL_TABLE, FILE_TABLE}) {
         const std::string expression = tables->activate(table, terms);
+        // Where words are counted, those that no row holds are left out, to the same effect.
         ASSERT_EQ(keys(tables->database(), table, expression, !counted),
-                  keys(stock.database(), table, expression, true))
+                  keys(stock.database(), table, counted ? any_of(terms) : expression, true))
             << table << " " << expression << " " << settings.tokenizer;
       }
     }
