@@ -21,8 +21,9 @@ std::string_view channel_word(std::string_view channel) {
   return channel;
 }
 
+// A signature may have more lines than there is room for.
 std::string first_line(std::string_view text) {
-  return printable(text.substr(0, text.find_first_of("\r\n")));
+  return printable_line(text.substr(0, text.find_first_of("\r\n")));
 }
 
 template <class Value>
@@ -56,8 +57,8 @@ std::string answer_text(const RetrievalResult& answer) {
   std::string text;
   for (const Hit& hit : answer.hits) {
     const RetrievedSymbol& symbol = hit.symbol;
-    text += first_line(symbol.path) + ":" + std::to_string(symbol.start_line) + "  " +
-            first_line(symbol.kind) + " " + first_line(symbol.fqn) + "\n";
+    text += printable_line(symbol.path) + ":" + std::to_string(symbol.start_line) + "  " +
+            printable_line(symbol.kind) + " " + printable_line(symbol.fqn) + "\n";
     if (symbol.signature) text += "    " + first_line(*symbol.signature) + "\n";
     std::string why;
     for (const auto& [channel, rank] : hit.ranks) {

@@ -1,6 +1,5 @@
 #include "cli/embed_folder.h"
 
-#include <CLI/CLI.hpp>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -27,19 +26,12 @@ std::string summary(const embedding::ServerEmbedReport& report, const std::strin
   std::snprintf(seconds.data(), seconds.size(), "%.1f s",
                 std::chrono::duration<double>(time).count());
   return "Embedded " + counted(static_cast<std::size_t>(report.texts), "text") + " for " +
-         counted(static_cast<std::size_t>(report.given), "symbol") + " with " + printable(model) +
-         ", in " + seconds.data() + "; " +
+         counted(static_cast<std::size_t>(report.given), "symbol") + " with " +
+         printable_line(model) + ", in " + seconds.data() + "; " +
          counted(static_cast<std::size_t>(report.symbols), "symbol") + " in all\n";
 }
 
 }  // namespace
-
-void require_server(const ServerEmbeddingOptions& options) {
-  if (!options.url.empty()) return;
-  throw CLI::ValidationError(
-      "a server that embeds is needed: --embeddings-url URL --embeddings-model NAME, or"
-      " VELMORA_EMBEDDINGS_URL and VELMORA_EMBEDDINGS_MODEL");
-}
 
 void embed_folder(const std::string& folder, const ServerEmbeddingOptions& options,
                   const std::function<void()>& check) {

@@ -8,9 +8,6 @@
 
 namespace velmora::host::cli {
 
-// Throws CLI::ValidationError unless the user names a server and its model.
-void require_server(const ServerEmbeddingOptions& options);
-
 // Embeds what has no vector of the model yet, and says what it did. `check` is called often; what
 // it throws ends the work, and what was embedded is kept. REQUIRES: the options name a server.
 void embed_folder(const std::string& folder, const ServerEmbeddingOptions& options,

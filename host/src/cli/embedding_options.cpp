@@ -11,21 +11,40 @@ namespace {
 
 void add_server(CLI::App& command, std::string& url, std::string& model,
                 const std::string& about_url, const std::string& about_model) {
-  CLI::Option* url_option =
-      command
-          .add_option(
-              "--embeddings-url", url,
-              about_url + "; the API key, if it wants one, is in VELMORA_EMBEDDINGS_API_KEY")
-          ->type_name("URL")
-          ->envname("VELMORA_EMBEDDINGS_URL");
-  CLI::Option* model_option = command.add_option("--embeddings-model", model, about_model)
-                                  ->type_name("NAME")
-                                  ->envname("VELMORA_EMBEDDINGS_MODEL");
-  url_option->needs(model_option);
-  model_option->needs(url_option);
+  command
+      .add_option("--embeddings-url", url,
+                  about_url + "; the API key, if it wants one, is in VELMORA_EMBEDDINGS_API_KEY")
+      ->type_name("URL")
+      ->envname("VELMORA_EMBEDDINGS_URL");
+  command.add_option("--embeddings-model", model, about_model)
+      ->type_name("NAME")
+      ->envname("VELMORA_EMBEDDINGS_MODEL");
+}
+
+// One half of a server. Not told by the parser: a variable that stands in the environment for
+// other commands must not be in the way of one that asks no server.
+void require_both(const std::string& url, const std::string& model) {
+  if (url.empty() == model.empty()) return;
+  throw CLI::ValidationError(
+      url.empty() ? "the embedding model " + model +
+                        " needs its server: --embeddings-url URL, or VELMORA_EMBEDDINGS_URL"
+                  : "the embedding server " + url +
+                        " needs a model: --embeddings-model NAME, or VELMORA_EMBEDDINGS_MODEL");
 }
 
 }  // namespace
+
+void require_whole_server(const EmbeddingOptions& options) {
+  if (!options.none) require_both(options.url, options.server_model);
+}
+
+void require_server(const ServerEmbeddingOptions& options) {
+  require_both(options.url, options.model);
+  if (!options.url.empty()) return;
+  throw CLI::ValidationError(
+      "a server that embeds is needed: --embeddings-url URL --embeddings-model NAME, or"
+      " VELMORA_EMBEDDINGS_URL and VELMORA_EMBEDDINGS_MODEL");
+}
 
 std::string embeddings_key() {
   const char* const key = std::getenv("VELMORA_EMBEDDINGS_API_KEY");

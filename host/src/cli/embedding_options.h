@@ -54,6 +54,13 @@ void add_server_options(CLI::App& command, EmbeddingOptions& options);
 // Adds those of a server that embeds symbols.
 void add_server_embedding_options(CLI::App& command, ServerEmbeddingOptions& options);
 
+// Throws CLI::ValidationError, which says what is missing, for a server that embeds questions
+// without a model, or a model without a server.
+void require_whole_server(const EmbeddingOptions& options);
+
+// The same of one that embeds symbols, and unless there is one at all.
+void require_server(const ServerEmbeddingOptions& options);
+
 // The key of an embedding server; empty when there is none.
 [[nodiscard]] std::string embeddings_key();
 

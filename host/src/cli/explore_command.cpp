@@ -57,6 +57,7 @@ ExitCode explore(const ExploreOptions& options) {
   if (options.question.has_value() == options.batch.has_value()) {
     throw CLI::ValidationError("explore needs either a question or --batch");
   }
+  require_whole_server(options.embedding);
   const std::filesystem::path file = options.location.file();
   try {
     HybridRetriever retriever(

@@ -72,7 +72,7 @@ void import_rows(const ImportOptions& options) {
     throw at_line(error);  // the index refused the symbol of the line read last
   }
   write_output("Imported " + std::to_string(count) + (count == 1 ? " symbol" : " symbols") +
-               " into " + printable(options.index) + "\n");
+               " into " + printable_line(options.index) + "\n");
 }
 
 }  // namespace

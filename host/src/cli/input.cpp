@@ -8,8 +8,6 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "cli/json_fields.h"
-
 namespace velmora::host::cli {
 namespace {
 
@@ -66,8 +64,8 @@ bool Input::read_line(std::string& line) {
     line.append(buffer_, at_, stop - at_);
     at_ = stop;
     if (line.size() > LONGEST_LINE) {
-      ++line_number_;
-      throw InputError("this is longer than " + std::to_string(LONGEST_LINE) + " bytes");
+      throw std::runtime_error("line " + std::to_string(line_number_ + 1) + " is longer than " +
+                               std::to_string(LONGEST_LINE) + " bytes");
     }
     if (at_ == buffer_.size()) continue;
     ++at_;

@@ -20,8 +20,8 @@ class Input {
   ~Input();
 
   // The next line that holds more than white space, or nothing at the end of the input. Throws
-  // InputError for a line that is too long, and std::runtime_error when the input cannot be read
-  // on: what came so far is not all of it then.
+  // std::runtime_error for a line that is too long, and when the input cannot be read on: what came
+  // so far is not all of it then.
   [[nodiscard]] std::optional<std::string> next_line();
 
   // The number of the line that was read last; every line counts, from 1.

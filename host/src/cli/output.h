@@ -25,6 +25,9 @@ void write_output(std::string_view text);
 // bytes that are not UTF-8, become U+FFFD.
 [[nodiscard]] std::string printable(std::string_view text);
 
+// The same for what is one line among others, as a path is: line breaks and tabs become U+FFFD too.
+[[nodiscard]] std::string printable_line(std::string_view text);
+
 // Sends the library's log lines to standard error from now on: warnings and worse, or everything.
 void log_to_standard_error(bool verbose);
 

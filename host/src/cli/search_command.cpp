@@ -35,9 +35,9 @@ struct SearchOptions {
 std::string text_line(const storage::SymbolRow& symbol, double similarity) {
   std::array<char, 16> number{};
   std::snprintf(number.data(), number.size(), "%.3f", similarity);
-  return printable(std::string(number.data()) + "  " + std::string(symbol.path) + ":" +
-                   std::to_string(symbol.start_line) + "  " + std::string(symbol.kind) + " " +
-                   std::string(symbol.fqn)) +
+  return printable_line(std::string(number.data()) + "  " + std::string(symbol.path) + ":" +
+                        std::to_string(symbol.start_line) + "  " + std::string(symbol.kind) + " " +
+                        std::string(symbol.fqn)) +
          "\n";
 }
 
@@ -51,6 +51,7 @@ ordered_json json_hit(const storage::SymbolRow& symbol, double similarity) {
 }
 
 ExitCode search_semantic(const SearchOptions& options) {
+  require_whole_server(options.embedding);
   const std::filesystem::path file = options.location.file();
   const auto index = index::Index::open(file);
   const auto engine = question_engine(options.embedding, file);

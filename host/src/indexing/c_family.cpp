@@ -5,14 +5,13 @@
 #include <utility>
 
 #include "indexing/c_macros.h"
+#include "indexing/declaration.h"
 
 namespace velmora::host::indexing {
 namespace {
 
 using Role = Enclosing::Role;
 
-// A value that takes more room than this is content, not signature.
-constexpr std::uint32_t LONGEST_VALUE = 120;
 // "int a, b, c" declares three; nobody writes more than these in one declaration by hand.
 constexpr std::size_t MOST_DECLARATORS = 64;
 

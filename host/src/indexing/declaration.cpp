@@ -7,8 +7,6 @@
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::size_t LONGEST_CONSTANT = 120;
-
 bool is_body(const Child& child) {
   constexpr std::array<std::string_view, 10> BODIES = {"class_body",
                                                        "enum_class_body",
@@ -45,7 +43,7 @@ std::string header(TSNode definition, std::uint32_t from, const Source& source) 
 
 std::string constant_header(TSNode definition, std::uint32_t from, const Source& source) {
   std::string text = header(definition, from, source);
-  if (text.size() > LONGEST_CONSTANT) text.resize(std::min(text.find(" = "), text.size()));
+  if (text.size() > LONGEST_VALUE) text.resize(std::min(text.find(" = "), text.size()));
   return text;
 }
 

@@ -13,11 +13,14 @@
 
 namespace velmora::host::indexing {
 
+// A constant's value that takes more room than this, in bytes, is content, not signature.
+inline constexpr std::uint32_t LONGEST_VALUE = 120;
+
 // What `definition` says on one line from the byte `from` on, up to its body. It begins with a
 // space where it has to stand apart from what comes before.
 [[nodiscard]] std::string header(TSNode definition, std::uint32_t from, const Source& source);
 
-// The same of a constant: a value that takes much room is content, not signature.
+// The same of a constant: without its value when all is longer than a value may be.
 [[nodiscard]] std::string constant_header(TSNode definition, std::uint32_t from,
                                           const Source& source);
 

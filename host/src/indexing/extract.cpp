@@ -18,6 +18,7 @@
 #include "indexing/extraction_version.h"
 #include "indexing/language.h"
 #include "indexing/parsed_file.h"
+#include "indexing/secrets.h"
 #include "indexing/source.h"
 
 namespace velmora::host::indexing {
@@ -216,7 +217,13 @@ class Extraction {
     }
   }
 
-  std::vector<index::Symbol> take() { return std::move(symbols_); }
+  std::vector<index::Symbol> take() {
+    for (index::Symbol& symbol : symbols_) {
+      if (symbol.signature) symbol.signature = without_secrets(*symbol.signature);
+      if (symbol.docstring) symbol.docstring = without_keys(*symbol.docstring);
+    }
+    return std::move(symbols_);
+  }
 
  private:
   using Role = Enclosing::Role;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
+#include <cstdlib>
 
 #include <algorithm>
 #include <atomic>
@@ -38,6 +39,21 @@ class EmbedCommand : public ::testing::Test {
   const TemporaryFolder folder;
   const std::string at = folder.path();
 };
+
+TEST_F(EmbedCommand, HalfAServerMattersToWhoAsksItAlone) {
+  const std::string url_alone =
+      "velmora: the embedding server http://x needs a model: --embeddings-model NAME, or "
+      "VELMORA_EMBEDDINGS_MODEL\n";
+  folder.write("a.py", "def first(): pass\n");
+  ::setenv("VELMORA_EMBEDDINGS_URL", "http://x", 1);
+  EXPECT_EQ(run_velmora({"index", at}).exit_code, 0);
+  for (const auto& arguments : {std::vector<std::string>{"index", at, "--embed"}, {"embed", at}}) {
+    const auto refused = run_velmora(arguments);
+    EXPECT_EQ(refused.exit_code, 2);
+    EXPECT_EQ(refused.errors.find(url_alone), 0U) << refused.errors;
+  }
+  ::unsetenv("VELMORA_EMBEDDINGS_URL");
+}
 
 TEST_F(EmbedCommand, AsksForATextOnceWhateverBecomesOfItsSymbol) {
   EmbeddingServer server;

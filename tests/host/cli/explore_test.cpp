@@ -119,6 +119,24 @@ TEST_F(Explore, ShowsPeopleWhereAndWhy) {
 TEST(Printable, LetsNothingDriveATerminal) {
   EXPECT_EQ(printable("h\u00E9\t\n\x1B[2J\x7F\r\xC2\x9B\xFF."),
             "h\u00E9\t\n\uFFFD[2J\uFFFD\uFFFD\uFFFD\uFFFD.");
+  EXPECT_EQ(printable_line("\u00E9\t\n\u2028\x1B\xC2\x85."),
+            "\u00E9\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD.");
+}
+
+TEST_F(Explore, AHitStaysOneLine) {
+  const auto index = folder.path() / ".velmora" / "index.db";
+  const std::string row =
+      R"({"fqn":"f\ng","name":"f","kind":"function","language":"c","path":"a\nfake.c:9","start_line":1,)"
+      R"("end_line":2,"embeddings":[{"model":"m","values":[1,1]}]})";
+  ASSERT_EQ(run_velmora({"import", "--index", index}, row).exit_code, 0);
+  HttpServer server(
+      [](const std::string&) { return HttpServer::response(R"({"data":[{"embedding":[1,1]}]})"); });
+  const std::string line = "a\uFFFDfake.c:9:1  function f\uFFFDg\n";
+  const auto nearest = run_velmora({"search", "semantic", "--repo", repo, "--embeddings-url",
+                                    server.url(), "--embeddings-model", "m", "f"});
+  EXPECT_EQ(nearest.output, "1.000  " + line);
+  const auto found = run_velmora({"explore", "--repo", repo, "--no-embeddings", "f"});
+  EXPECT_EQ(found.output.find(line), 0U) << found.output;
 }
 
 TEST_F(Explore, AnswersABatchLineByLine) {
@@ -156,8 +174,8 @@ TEST_F(Explore, ExitCodeTellsWrongUsageFromFailure) {
       {{"explore", "a", "--limit", "2147483648"}, 2, "velmora: --limit: "},
       {{"explore", "a", "--index", "x", "--repo", "y"}, 2, "velmora: --index excludes --repo"},
       {{"explore", "a", "--include-tests", "--exclude-tests"}, 2, "velmora: --include-tests excl"},
-      {{"explore", "a", "--embeddings-url", "u"}, 2, "velmora: --embeddings-url requires"},
-      {{"explore", "a", "--embeddings-model", "m"}, 2, "velmora: --embeddings-model requires"},
+      {{"explore", "a", "--embeddings-url", "u"}, 2, "velmora: the embedding server u needs a m"},
+      {{"explore", "a", "--embeddings-model", "m"}, 2, "velmora: the embedding model m needs its "},
       {{"import", "rows.jsonl"}, 2, "velmora: --index is required"},
       {{"explore", "a"}, 3, no_index + "in " + empty.path().string()},
       {{"explore", "a", "--repo", "."}, 3, no_index + "at " + empty.path().string()},

@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "support/process.h"
 #include "support/temporary_folder.h"
@@ -30,8 +33,48 @@ TEST(Import, TakesRowsFromAFileOrStandardInput) {
   EXPECT_EQ(run_velmora({"import", "--index", file, "-"}, row()).output,
             "Imported 1 symbol into " + file + "\n");
   EXPECT_EQ(index->get_symbols_by_ids(std::vector<models::SymbolId>{1, -7}).size(), 1U);
-  EXPECT_EQ(run_velmora({"import", "--index", file}).output,
+  EXPECT_EQ(run_velmora({"import", "--index", file}, "\n").errors,
+            "velmora: The input has no row. Use --allow-empty if the index is to have none\n");
+  EXPECT_EQ(index->get_symbols_by_ids(std::vector<models::SymbolId>{1}).size(), 1U);
+  EXPECT_EQ(run_velmora({"import", "--index", file, "--allow-empty"}).output,
             "Imported 0 symbols into " + file + "\n");
+}
+
+// Five good rows, and then an error in place of the end.
+TEST(Import, AnInputThatBreaksOffChangesNothing) {
+  const TemporaryFolder folder;
+  const std::string file = folder.path() / "index.db";
+  ASSERT_EQ(run_velmora({"import", "--index", file}, row()).exit_code, 0);
+  const auto index = index::Index::open(file);
+  const auto fingerprint = index->retrieval_fingerprint();
+  EXPECT_EQ(run_velmora({"import", "--index", file, folder.path()}).errors,
+            "velmora: " + folder.path().string() + " cannot be read: Is a directory\n");
+
+  // As a connection that is reset: the peer went with unread data.
+  const auto reset = [](int& ours) {
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    ours = ends[0];
+    const std::string rows = row() + row() + row() + row() + row();
+    ASSERT_EQ(::send(ends[1], rows.data(), rows.size(), 0), static_cast<ssize_t>(rows.size()));
+    ASSERT_EQ(::send(ours, "x", 1, 0), 1);
+    ::close(ends[1]);
+  };
+  for (const bool closed : {false, true}) {
+    int input = -1;
+    if (!closed) reset(input);
+    const pid_t child = ::fork();
+    if (child == 0) {
+      closed ? ::close(STDIN_FILENO) : ::dup2(input, STDIN_FILENO);
+      ::execl(VELMORA_PROGRAM, VELMORA_PROGRAM, "import", "--index", file.c_str(), nullptr);
+      ::_exit(127);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ::close(input);
+    EXPECT_EQ(WEXITSTATUS(status), 3) << closed;
+    EXPECT_EQ(index->retrieval_fingerprint(), fingerprint) << closed;
+  }
 }
 
 TEST(Import, RefusesABadLineAndKeepsTheIndex) {
@@ -50,7 +93,20 @@ TEST(Import, RefusesABadLineAndKeepsTheIndex) {
   const auto with_vector = [](const std::string& values) {
     return row(R"(,"embeddings":[{"model":"m",)" + values + "}]");
   };
+  const auto with_lines = [](const std::string& lines) {
+    return row().replace(row().find(R"("start_line")"), 27, lines);
+  };
+  const std::string nested(1'000'000, '[');
   const std::vector<std::pair<std::string, std::string>> cases = {
+      {nested, "this is not JSON: column "},
+      {nested + std::string(nested.size(), ']'), "this is not a JSON object"},
+      {row().substr(0, row().size() - 1) + std::string(1, '\0') + "x\n",
+       "this is not JSON: it holds"},
+      {row().substr(0, row().size() - 1) + " {}\n", "this is not JSON: column "},
+      {with_path("a\\u0000.py"), R"("path" must not hold a NUL)"},
+      {row(R"(,"docstring":"a\u0000")"), R"("docstring" must not hold a NUL)"},
+      {with_lines(R"("start_line":-1,"end_line":2)"), R"("start_line" must not be negative)"},
+      {with_lines(R"("start_line":3,"end_line":2)"), R"("end_line" must not be before)"},
       {"{\"fqn\":\"\xC3(\"}", "this is not JSON: column "},
       {row(R"(,"id":1e400)"), "this is not JSON: number overflow"},
       {"[1]", "this is not a JSON object"},
@@ -67,9 +123,15 @@ TEST(Import, RefusesABadLineAndKeepsTheIndex) {
       {with_vector(R"("values":null)"), R"("values" is missing)"},
       {with_vector(R"("values":[1e39])"), R"("values" must be a list of finite 32-bit numbers)"},
       {with_vector(R"("values":[0,0])"), "the vector of model m is all zero"},
+      {row(R"(,"embeddings":[{"model":"first","values":[1]}])"),
+       "the vector of model first has 1 number, where the earlier ones have 2"},
   };
+  const std::string first = row(R"(,"embeddings":[{"model":"first","values":[1,2]}])");
+  const auto too_long =
+      run_velmora({"import", "--index", file}, first + std::string((4U << 20) + 1, ' '));
+  EXPECT_EQ(too_long.errors, "velmora: line 2 is longer than 4194304 bytes\n");
   for (const auto& [line, message] : cases) {
-    const auto result = run_velmora({"import", "--index", file}, row() + "\n" + line);
+    const auto result = run_velmora({"import", "--index", file}, first + "\n" + line);
     EXPECT_EQ(result.exit_code, 3) << line;
     EXPECT_EQ(result.errors.find("velmora: line 3: " + message), 0U) << result.errors;
     EXPECT_EQ(result.output, "");

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "indexing/comments.h"
+#include "indexing/declaration.h"
 #include "indexing/doc_comment.h"
 #include "indexing/languages.h"
 #include "indexing/queries.h"
@@ -14,9 +15,6 @@ namespace {
 constexpr std::string_view EXTENSIONS[] = {".py", ".pyi", ".pyw"};
 constexpr std::string_view QUERIES[] = {queries::python};
 constexpr std::string_view COMMENTS[] = {"#:", "#"};
-
-// A value that takes more room than this is content, not signature.
-constexpr std::uint32_t LONGEST_VALUE = 120;
 
 // In capitals, as constants are written: "MAX_SIZE", "_CACHE".
 bool is_constant_name(std::string_view name) {
