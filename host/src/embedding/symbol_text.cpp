@@ -1,12 +1,12 @@
 #include "velmora/host/embedding/symbol_text.h"
 
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "index/content_hash.h"
 #include "velmora/workers/retrieval.h"
 
 namespace velmora::host::embedding {
@@ -41,19 +41,7 @@ std::string symbol_text(const storage::SymbolRow& symbol, const index::TextModel
   return model.prefix + std::string(beginning(text, model.text_length));
 }
 
-index::TextKey text_key(std::string_view text) {
-  // Two FNV-1a hashes, with their own starts and factors.
-  std::uint64_t hashes[] = {0xCBF29CE484222325U, 0x9E3779B97F4A7C15U ^ text.size()};
-  for (const char c : text) {
-    hashes[0] = (hashes[0] ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
-    hashes[1] = (hashes[1] ^ static_cast<unsigned char>(c)) * 0xD6E8FEB86659FD93U;
-    hashes[1] ^= hashes[1] >> 32U;
-  }
-  index::TextKey key;
-  static_assert(sizeof(key) == sizeof(hashes));
-  std::memcpy(key.data(), hashes, sizeof(hashes));
-  return key;
-}
+index::TextKey text_key(std::string_view text) { return index::wide_content_hash(text); }
 
 index::KeyOf symbol_keys(index::TextModel model) {
   return [model = std::move(model)](const storage::SymbolRow& symbol) {

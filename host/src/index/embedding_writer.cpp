@@ -15,7 +15,8 @@ void EmbeddingWriter::add(std::int64_t model, models::SymbolId symbol,
 
 void remove_vectors(storage::Database& database, std::int64_t model) {
   for (const char* sql :
-       {"DELETE FROM embeddings WHERE model = ?", "DELETE FROM vectors WHERE model = ?"}) {
+       {"DELETE FROM embeddings WHERE model = ?", "DELETE FROM waiting WHERE model = ?",
+        "DELETE FROM vectors WHERE model = ?"}) {
     database.prepare(sql).bind(1, model).run();
   }
 }

@@ -24,7 +24,7 @@ class EmbeddingWriter {
   storage::Statement insert_embedding_;
 };
 
-// Removes all vectors of a model.
+// Removes all vectors of a model; no symbol waits for it any more.
 void remove_vectors(storage::Database& database, std::int64_t model);
 
 }  // namespace velmora::host::index

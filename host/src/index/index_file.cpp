@@ -17,14 +17,13 @@ using storage::Database;
 using storage::DatabaseError;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 5;
+constexpr std::int64_t FORMAT = 6;
 
 constexpr const char* TABLES = R"sql(
 CREATE TABLE meta(
   identity TEXT NOT NULL,       -- random, made with the file
   generation INTEGER NOT NULL,  -- grows with every committed change
   state TEXT NOT NULL,          -- random, drawn for every generation: copies of a file part ways
-  largest_id INTEGER NOT NULL,  -- of all symbols so far: ids are not given twice
   extraction TEXT NOT NULL      -- the version of what made the symbols; empty: an import
 );
 -- What is known of a file that nobody read: its path.
@@ -35,11 +34,13 @@ CREATE TABLE files(
   expected TEXT NOT NULL DEFAULT '',     -- the language that the names of files tell
   size INTEGER NOT NULL DEFAULT -1,      -- in bytes
   modified INTEGER NOT NULL DEFAULT -1,  -- in nanoseconds since 1970; -1: read it again
+  changed INTEGER NOT NULL DEFAULT -1,   -- it or what the system keeps of it; likewise
+  inode INTEGER NOT NULL DEFAULT 0,
   hash INTEGER NOT NULL DEFAULT 0,       -- of the content
   skipped TEXT NOT NULL DEFAULT ''       -- why it was left out
 );
 CREATE TABLE symbols(
-  id INTEGER PRIMARY KEY,
+  id INTEGER PRIMARY KEY,  -- the file's and the symbol's number in it; of an import any
   file INTEGER NOT NULL,
   fqn TEXT NOT NULL,
   name TEXT NOT NULL,
@@ -50,14 +51,11 @@ CREATE TABLE symbols(
   signature TEXT,
   docstring TEXT
 );
-CREATE INDEX symbols_by_file ON symbols(file);
 CREATE TABLE models(
   id INTEGER PRIMARY KEY,
   name TEXT NOT NULL UNIQUE,
   -- What its vectors are: float32, float16 or, of the program's own model alone, int8.
   kind TEXT NOT NULL CHECK(kind IN ('float32', 'float16', 'int8')),
-  -- Symbols of smaller ids had their turn to be embedded; the default is the smallest id.
-  embedded_to INTEGER NOT NULL DEFAULT (-9223372036854775807 - 1),
   -- Of a model that embeds texts, else NULL: what stands before a text, and its length.
   prefix TEXT,
   text_length INTEGER
@@ -69,6 +67,12 @@ CREATE TABLE embeddings(
   vector INTEGER NOT NULL,
   PRIMARY KEY(model, symbol)
 ) WITHOUT ROWID;
+-- Symbols that changed since a model had its turn to embed them.
+CREATE TABLE waiting(
+  model INTEGER NOT NULL,
+  symbol INTEGER NOT NULL,
+  PRIMARY KEY(model, symbol)
+) WITHOUT ROWID;
 CREATE TABLE vectors(
   id INTEGER PRIMARY KEY,
   model INTEGER NOT NULL,
@@ -76,7 +80,7 @@ CREATE TABLE vectors(
   numbers BLOB NOT NULL   -- of the model's kind, little-endian
 );
 CREATE UNIQUE INDEX vectors_by_text ON vectors(model, text) WHERE text IS NOT NULL;
-INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), 0, '');
+INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), '');
 )sql";
 
 std::int64_t number(Database& database, std::string_view sql) {

@@ -29,8 +29,8 @@ SymbolWriter::SymbolWriter(storage::Database& database, VectorKind kind)
       insert_symbol_(database.prepare("INSERT INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
       embeddings_(database) {
   database.execute(
-      "DELETE FROM embeddings; DELETE FROM vectors; DELETE FROM models; DELETE FROM symbols;"
-      " DELETE FROM files");
+      "DELETE FROM embeddings; DELETE FROM waiting; DELETE FROM vectors; DELETE FROM models;"
+      " DELETE FROM symbols; DELETE FROM files");
 }
 
 SymbolId SymbolWriter::next_id() const {
@@ -93,10 +93,6 @@ void SymbolWriter::add_embedding(SymbolId symbol, const SymbolEmbedding& embeddi
   }
 }
 
-void SymbolWriter::finish() {
-  database_.execute(
-      "UPDATE meta SET extraction = '',"
-      " largest_id = max(largest_id, (SELECT coalesce(max(id), 0) FROM symbols))");
-}
+void SymbolWriter::finish() { database_.execute("UPDATE meta SET extraction = ''"); }
 
 }  // namespace velmora::host::index

@@ -135,10 +135,8 @@ void TextVectors::take_away(std::int64_t model, SymbolId symbol) {
 TextVectors::Links TextVectors::link_symbols(std::int64_t model, Statement& select,
                                              const KeyOf& key_of) {
   Links links;
-  std::optional<SymbolId> last;
   while (select.step()) {
     const storage::SymbolRow symbol = symbol_row(select);
-    last = symbol.id;
     const std::optional<TextKey> key = key_of(symbol);
     if (!key) continue;
     ++links.symbols;
@@ -153,12 +151,7 @@ TextVectors::Links TextVectors::link_symbols(std::int64_t model, Statement& sele
     if (has_vector) take_away(model, symbol.id);
     links.missing.push_back({.symbol = symbol.id, .key = *key});
   }
-  if (last) {
-    database_.prepare("UPDATE models SET embedded_to = ?2 WHERE id = ?1 AND embedded_to <> ?2")
-        .bind(1, model)
-        .bind(2, *last)
-        .run();
-  }
+  database_.prepare("DELETE FROM waiting WHERE model = ?").bind(1, model).run();
   return links;
 }
 
@@ -173,7 +166,7 @@ void TextVectors::link_new(std::string_view model, const KeyOf& key_of) {
   const std::int64_t id = model_id(model);
   Statement select = database_.prepare(
       select_linked() +
-      " WHERE s.id >= (SELECT embedded_to FROM models WHERE id = ?1) ORDER BY s.id");
+      " WHERE s.id IN (SELECT symbol FROM waiting WHERE model = ?1) ORDER BY s.id");
   select.bind(1, id);
   static_cast<void>(link_symbols(id, select, key_of));
 }

@@ -1,8 +1,6 @@
 #include "velmora/host/index/update.h"
 
-#include <algorithm>
 #include <bit>
-#include <limits>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -10,8 +8,10 @@
 #include <utility>
 
 #include "index/embedding_writer.h"
+#include "index/renumber.h"
 #include "index/row_cursor.h"
 #include "index/stored_vector.h"
+#include "index/symbol_ids.h"
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::index {
@@ -21,17 +21,19 @@ using storage::Statement;
 
 using Files = std::unordered_map<std::string, FileRecord>;
 
-// What tells one symbol of a file from the others.
-using Key = std::tuple<std::string, std::string, std::string, std::optional<std::string>,
-                       std::optional<std::string>>;
-
-// A stored symbol, and the parts of it that may change under its id.
+// What the index holds under the id of a symbol.
 struct Stored {
-  SymbolId id = 0;
+  // What a model may read of a symbol; its path stays.
+  std::tuple<std::string, std::string, std::string, std::optional<std::string>,
+             std::optional<std::string>>
+      text;
   std::tuple<std::string, std::int64_t, std::int64_t> rest;
 
+  static auto text_of(const Symbol& symbol) {
+    return std::tie(symbol.kind, symbol.fqn, symbol.name, symbol.signature, symbol.docstring);
+  }
   static auto rest_of(const Symbol& symbol) {
-    return std::tuple(symbol.language, symbol.start_line, symbol.end_line);
+    return std::tie(symbol.language, symbol.start_line, symbol.end_line);
   }
 };
 
@@ -45,16 +47,18 @@ std::string column(const Statement& statement, int number) {
 
 Files read_files(storage::Database& database) {
   Files files;
-  Statement select =
-      database.prepare("SELECT path, language, expected, size, modified, hash, skipped FROM files");
+  Statement select = database.prepare(
+      "SELECT path, language, expected, size, modified, changed, inode, hash, skipped FROM files");
   while (select.step()) {
     FileRecord file{.path = column(select, 0),
                     .language = column(select, 1),
                     .expected = column(select, 2),
                     .size = select.column_int64(3),
                     .modified = select.column_int64(4),
-                    .hash = std::bit_cast<std::uint64_t>(select.column_int64(5)),
-                    .skipped = column(select, 6)};
+                    .changed = select.column_int64(5),
+                    .inode = std::bit_cast<std::uint64_t>(select.column_int64(6)),
+                    .hash = std::bit_cast<std::uint64_t>(select.column_int64(7)),
+                    .skipped = column(select, 8)};
     std::string path = file.path;
     files.emplace(std::move(path), std::move(file));
   }
@@ -68,28 +72,30 @@ class Update::Impl {
   explicit Impl(storage::Database& database)
       : database_(database),
         files_(read_files(database)),
-        upsert_file_(database.prepare(
-            "INSERT INTO files(path, language, expected, size, modified, hash, skipped)"
-            " VALUES(?, ?, ?, ?, ?, ?, ?) ON CONFLICT(path) DO UPDATE SET"
-            " language = excluded.language, expected = excluded.expected, size = excluded.size,"
-            " modified = excluded.modified, hash = excluded.hash, skipped = excluded.skipped")),
+        store_file_(database.prepare(
+            "INSERT OR REPLACE INTO files(id, path, language, expected, size, modified, changed,"
+            " inode, hash, skipped) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
         select_file_(database.prepare("SELECT id FROM files WHERE path = ?")),
+        select_number_(database.prepare("SELECT 1 FROM files WHERE id = ?")),
         delete_file_(database.prepare("DELETE FROM files WHERE id = ?")),
         select_symbols_(database.prepare(
             "SELECT id, fqn, name, kind, language, start_line, end_line, signature, docstring"
-            " FROM symbols WHERE file = ? ORDER BY start_line, id")),
-        insert_symbol_(
-            database.prepare("INSERT INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
-        update_symbol_(database.prepare(
-            "UPDATE symbols SET language = ?, start_line = ?, end_line = ? WHERE id = ?")),
+            " FROM symbols WHERE id >= ? AND id < ?")),
+        store_symbol_(database.prepare(
+            "INSERT OR REPLACE INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
         delete_symbol_(database.prepare("DELETE FROM symbols WHERE id = ?")),
         delete_vectors_(database.prepare(
             "DELETE FROM vectors WHERE text IS NULL AND id IN (SELECT vector FROM embeddings"
             " WHERE model IN (SELECT id FROM models) AND symbol = ?)")),
         delete_embeddings_(database.prepare(
             "DELETE FROM embeddings WHERE model IN (SELECT id FROM models) AND symbol = ?")),
+        // The vectors of an import are made by nobody here.
+        wait_(database.prepare("INSERT OR IGNORE INTO waiting SELECT id, ? FROM models"
+                               " WHERE kind = 'int8' OR text_length IS NOT NULL")),
+        wait_no_more_(database.prepare(
+            "DELETE FROM waiting WHERE model IN (SELECT id FROM models) AND symbol = ?")),
         text_vectors_(database) {
-    largest_id_ = number("SELECT largest_id FROM meta");
+    if (extraction().empty()) changed_ = renumber_import(database);
   }
 
   const Files& files() const { return files_; }
@@ -103,58 +109,48 @@ class Update::Impl {
     database_.prepare("UPDATE meta SET extraction = ?").bind(1, version).run();
   }
 
-  void note(const FileRecord& file) {
-    upsert_file_.bind(1, file.path)
-        .bind(2, file.language)
-        .bind(3, file.expected)
-        .bind(4, file.size)
-        .bind(5, file.modified)
-        .bind(6, std::bit_cast<std::int64_t>(file.hash))
-        .bind(7, file.skipped)
-        .run();
-  }
+  void note(const FileRecord& file) { store(file_number(file.path), file); }
 
   void put(const FileRecord& file, const std::vector<Symbol>& symbols) {
-    note(file);
-    const std::int64_t file_number = file_id(file.path);
-    std::map<Key, std::vector<Stored>> before;
-    if (files_.contains(file.path)) before = stored_symbols(file_number);
-    std::map<Key, std::size_t> taken;
-    for (const Symbol& symbol : symbols) {
-      Key key(symbol.kind, symbol.fqn, symbol.name, symbol.signature, symbol.docstring);
-      const auto equals = before.find(key);
-      std::size_t& place = taken[std::move(key)];
-      if (equals == before.end() || place == equals->second.size()) {
-        insert(file_number, symbol);
-        continue;
-      }
-      const Stored& stored = equals->second[place++];
-      if (stored.rest != Stored::rest_of(symbol)) change(stored.id, symbol);
+    const std::int64_t number = file_number(file.path);
+    std::vector<SymbolName> names;
+    names.reserve(symbols.size());
+    for (const Symbol& symbol : symbols) names.push_back({symbol.kind, symbol.fqn});
+    const std::vector<std::int64_t> numbers = symbol_numbers(names);
+    // By id, the order in which the rows stand.
+    std::map<SymbolId, const Symbol*> after;
+    for (std::size_t i = 0; i < symbols.size(); ++i) {
+      after.emplace(symbol_id(number, numbers[i]), &symbols[i]);
     }
-    for (const auto& [key, equals] : before) {
-      const auto found = taken.find(key);
-      for (std::size_t i = found == taken.end() ? 0 : found->second; i < equals.size(); ++i) {
-        erase(equals[i].id);
-      }
+    store(number, file);
+    std::map<SymbolId, Stored> before = stored_symbols(number);
+    for (const auto& [id, symbol] : after) {
+      const auto same = before.extract(id);
+      const bool is_new = same.empty() || same.mapped().text != Stored::text_of(*symbol);
+      if (!is_new && same.mapped().rest == Stored::rest_of(*symbol)) continue;
+      store(id, number, *symbol);
+      if (!is_new) continue;
+      if (!same.empty()) drop_vectors(id);
+      wait_.bind(1, id).run();
     }
+    for (const auto& [id, stored] : before) erase(id);
   }
 
   void remove(const std::string& path) {
-    const std::int64_t file_number = file_id(path);
-    for (const auto& [key, equals] : stored_symbols(file_number)) {
-      for (const Stored& stored : equals) erase(stored.id);
-    }
-    delete_file_.bind(1, file_number).run();
+    const std::int64_t number = file_number(path);
+    for (const auto& [id, stored] : stored_symbols(number)) erase(id);
+    delete_file_.bind(1, number).run();
+    paths_changed_ = true;
   }
 
   std::int64_t embed(std::string_view name, std::size_t dimensions, const VectorOf& vector_of) {
-    const auto [model, embedded_to] = own_model(name);
-    Statement select = database_.prepare(std::string(SELECT_SYMBOL_ROWS) +
-                                         " WHERE s.id >= ?2 AND NOT EXISTS (SELECT 1 FROM "
-                                         "embeddings AS e WHERE e.model = ?1 AND e.symbol = s.id)"
-                                         " ORDER BY s.id");
+    const auto [model, is_new] = own_model(name);
+    const char* const which =
+        is_new ? "" : " WHERE s.id IN (SELECT symbol FROM waiting WHERE model = ?1)";
+    Statement select =
+        database_.prepare(std::string(SELECT_SYMBOL_ROWS) + which + " ORDER BY s.id");
+    if (!is_new) select.bind(1, model);
     EmbeddingWriter embeddings(database_);
-    select.bind(1, model).bind(2, embedded_to);
     std::vector<float> vector(dimensions);
     std::int64_t stored = 0;
     while (select.step()) {
@@ -164,12 +160,7 @@ class Update::Impl {
       ++stored;
     }
     if (stored > 0) changed_ = true;
-    if (embedded_to != largest_id_) {
-      database_.prepare("UPDATE models SET embedded_to = ? WHERE id = ?")
-          .bind(1, largest_id_)
-          .bind(2, model)
-          .run();
-    }
+    database_.prepare("DELETE FROM waiting WHERE model = ?").bind(1, model).run();
     return stored;
   }
 
@@ -178,7 +169,7 @@ class Update::Impl {
   bool changed() const { return changed_ || text_vectors_.changed(); }
 
   void finish() {
-    if (gave_ids_) database_.prepare("UPDATE meta SET largest_id = ?").bind(1, largest_id_).run();
+    if (paths_changed_ && renumber_files(database_)) changed_ = true;
   }
 
  private:
@@ -187,17 +178,33 @@ class Update::Impl {
     return select.step() ? select.column_int64(0) : 0;
   }
 
-  std::int64_t file_id(const std::string& path) {
+  std::optional<std::int64_t> known_number(const std::string& path) {
+    std::optional<std::int64_t> number;
     select_file_.bind(1, path);
-    if (!select_file_.step()) throw std::logic_error("the index has no file " + path);
-    const std::int64_t id = select_file_.column_int64(0);
+    if (select_file_.step()) number = select_file_.column_int64(0);
     select_file_.reset();
-    return id;
+    return number;
   }
 
-  // The row of the program's own model, and where it is. It takes the place of any other, and of
-  // vectors that came under its name.
-  std::pair<std::int64_t, SymbolId> own_model(std::string_view name) {
+  bool is_taken(std::int64_t number) {
+    select_number_.bind(1, number);
+    const bool taken = select_number_.step();
+    select_number_.reset();
+    return taken;
+  }
+
+  // A new file gets a number that is free; finish() sees to it that it is the right one.
+  std::int64_t file_number(const std::string& path) {
+    if (const std::optional<std::int64_t> known = known_number(path)) return *known;
+    paths_changed_ = true;
+    std::int64_t number = wanted_file_number(path);
+    while (is_taken(number)) ++number;
+    return number;
+  }
+
+  // The row of the program's own model, and whether it is new. It takes the place of any other, and
+  // of vectors that came under its name.
+  std::pair<std::int64_t, bool> own_model(std::string_view name) {
     Statement others =
         database_.prepare("SELECT id FROM models WHERE (kind = 'int8') <> (name = ?)");
     others.bind(1, name);
@@ -207,37 +214,49 @@ class Update::Impl {
       remove_vectors(database_, other);
       database_.prepare("DELETE FROM models WHERE id = ?").bind(1, other).run();
     }
-    database_
-        .prepare("INSERT INTO models(name, kind) VALUES(?, 'int8') ON CONFLICT(name) DO NOTHING")
-        .bind(1, name)
-        .run();
-    Statement select = database_.prepare("SELECT id, embedded_to FROM models WHERE name = ?");
+    Statement select = database_.prepare("SELECT id FROM models WHERE name = ?");
     select.bind(1, name);
-    select.step();
-    return {select.column_int64(0), select.column_int64(1)};
+    const bool is_new = !select.step();
+    if (is_new) {
+      database_.prepare("INSERT INTO models(name, kind) VALUES(?, 'int8')").bind(1, name).run();
+      select.reset();
+      select.step();
+    }
+    return {select.column_int64(0), is_new};
   }
 
-  // The symbols of a file, equal ones in the order in which they stand in it.
-  std::map<Key, std::vector<Stored>> stored_symbols(std::int64_t file) {
-    std::map<Key, std::vector<Stored>> stored;
-    select_symbols_.bind(1, file);
+  std::map<SymbolId, Stored> stored_symbols(std::int64_t file) {
+    std::map<SymbolId, Stored> stored;
+    select_symbols_.bind(1, symbol_id(file, 0)).bind(2, symbol_id(file + 1, 0));
     while (select_symbols_.step()) {
       const Statement& row = select_symbols_;
-      Key key(column(row, 3), column(row, 1), column(row, 2), owned(row.column_optional_text(7)),
-              owned(row.column_optional_text(8)));
-      stored[std::move(key)].push_back(
-          Stored{row.column_int64(0), {column(row, 4), row.column_int64(5), row.column_int64(6)}});
+      stored.emplace(
+          row.column_int64(0),
+          Stored{{column(row, 3), column(row, 1), column(row, 2),
+                  owned(row.column_optional_text(7)), owned(row.column_optional_text(8))},
+                 {column(row, 4), row.column_int64(5), row.column_int64(6)}});
     }
     select_symbols_.reset();
     return stored;
   }
 
-  void insert(std::int64_t file, const Symbol& symbol) {
-    if (largest_id_ == std::numeric_limits<SymbolId>::max()) {
-      throw std::runtime_error("The index has no ids left. Remove it and make it anew");
-    }
-    changed_ = gave_ids_ = true;
-    insert_symbol_.bind(1, ++largest_id_)
+  void store(std::int64_t number, const FileRecord& file) {
+    store_file_.bind(1, number)
+        .bind(2, file.path)
+        .bind(3, file.language)
+        .bind(4, file.expected)
+        .bind(5, file.size)
+        .bind(6, file.modified)
+        .bind(7, file.changed)
+        .bind(8, std::bit_cast<std::int64_t>(file.inode))
+        .bind(9, std::bit_cast<std::int64_t>(file.hash))
+        .bind(10, file.skipped)
+        .run();
+  }
+
+  void store(SymbolId id, std::int64_t file, const Symbol& symbol) {
+    changed_ = true;
+    store_symbol_.bind(1, id)
         .bind(2, file)
         .bind(3, symbol.fqn)
         .bind(4, symbol.name)
@@ -250,36 +269,33 @@ class Update::Impl {
         .run();
   }
 
-  void change(SymbolId id, const Symbol& symbol) {
-    changed_ = true;
-    update_symbol_.bind(1, symbol.language)
-        .bind(2, symbol.start_line)
-        .bind(3, symbol.end_line)
-        .bind(4, id)
-        .run();
+  void drop_vectors(SymbolId id) {
+    delete_vectors_.bind(1, id).run();
+    delete_embeddings_.bind(1, id).run();
   }
 
   void erase(SymbolId id) {
     changed_ = true;
     delete_symbol_.bind(1, id).run();
-    delete_vectors_.bind(1, id).run();
-    delete_embeddings_.bind(1, id).run();
+    drop_vectors(id);
+    wait_no_more_.bind(1, id).run();
   }
 
   storage::Database& database_;
   const Files files_;
-  Statement upsert_file_;
+  Statement store_file_;
   Statement select_file_;
+  Statement select_number_;
   Statement delete_file_;
   Statement select_symbols_;
-  Statement insert_symbol_;
-  Statement update_symbol_;
+  Statement store_symbol_;
   Statement delete_symbol_;
   Statement delete_vectors_;  // but those of texts, which another symbol may have or get
   Statement delete_embeddings_;
+  Statement wait_;
+  Statement wait_no_more_;
   TextVectors text_vectors_;
-  SymbolId largest_id_ = 0;
-  bool gave_ids_ = false;
+  bool paths_changed_ = false;
   bool changed_ = false;
 };
 

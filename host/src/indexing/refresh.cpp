@@ -31,6 +31,13 @@ void count(const ScannedFile& scanned, bool known, RefreshReport& report) {
   }
 }
 
+// A file that no index can hold is left out, and the others are not the worse for it.
+void limit_symbols(ScannedFile& scanned) {
+  if (scanned.symbols.size() <= index::MOST_SYMBOLS) return;
+  scanned.file.skipped = "it has more than " + std::to_string(index::MOST_SYMBOLS) + " symbols";
+  scanned.symbols.clear();
+}
+
 void store(const ScannedFile& scanned, index::Update& update) {
   switch (scanned.state) {
     case ScannedFile::State::unchanged:
@@ -50,8 +57,9 @@ RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::
   std::unordered_set<std::string> seen;
   while (true) {
     if (options.progress) options.progress(progress);
-    const std::optional<ScannedFile> scanned = scan.next();
+    std::optional<ScannedFile> scanned = scan.next();
     if (!scanned) break;
+    limit_symbols(*scanned);
     const auto known = update.files().find(scanned->file.path);
     const bool is_known = known != update.files().end();
     count(*scanned, is_known && known->second.skipped.empty(), report);

@@ -12,6 +12,8 @@
 #include <system_error>
 #include <utility>
 
+#include "index/content_hash.h"
+
 namespace velmora::host::indexing {
 namespace {
 
@@ -33,21 +35,29 @@ std::int64_t now() {
   return nanoseconds(time);
 }
 
-// The time of modification, or -1 when it is no proof that the file stays as it is.
-std::int64_t trusted_time(const struct stat& status, std::int64_t looked) {
-  const std::int64_t modified = nanoseconds(status.st_mtim);
+// Whether a file that is written to after `looked` has another time than this one.
+bool is_past(const timespec& time, std::int64_t looked) {
   // Some file systems keep whole seconds, and even ones only.
-  const std::int64_t tick = status.st_mtim.tv_nsec == 0 ? 2 * NANOSECONDS : CLOCK_TICK;
-  return modified < looked - tick ? modified : -1;
+  const std::int64_t tick = time.tv_nsec == 0 ? 2 * NANOSECONDS : CLOCK_TICK;
+  return nanoseconds(time) < looked - tick;
 }
 
-// FNV-1a, never 0.
+// Notes by what a later look can tell that the file still is the one that was read.
+void note_identity(const struct stat& status, FileRecord& file) {
+  file.size = status.st_size;
+  file.modified = nanoseconds(status.st_mtim);
+  file.changed = nanoseconds(status.st_ctim);
+  file.inode = status.st_ino;
+}
+
+bool has_same_identity(const FileRecord& left, const FileRecord& right) {
+  return left.size == right.size && left.modified == right.modified &&
+         left.changed == right.changed && left.inode == right.inode;
+}
+
+// Never 0, which stands for no hash.
 std::uint64_t hash_of(std::string_view content) {
-  std::uint64_t hash = 0xcbf29ce484222325U;
-  for (const char c : content) {
-    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
-  }
-  return std::max<std::uint64_t>(hash, 1);
+  return std::max<std::uint64_t>(index::content_hash(content), 1);
 }
 
 // At most `size` bytes; nothing when the file cannot be read.
@@ -128,21 +138,23 @@ std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::st
   if (std::string reason = reason_in(status, options.largest_file); !reason.empty()) {
     return leave_out(std::move(reason));
   }
-  file.size = status.st_size;
-  file.modified = trusted_time(status, looked);
-
+  note_identity(status, file);
   // A record without a hash is of a file that was not read.
   const bool comparable = known != nullptr && !options.parse_known && known->hash != 0 &&
                           known->expected == expected && known->size == file.size;
-  if (comparable && file.modified >= 0 && known->modified == file.modified) {
+  if (comparable && has_same_identity(*known, file)) {
     result.scanned.file = *known;
     result.scanned.state = State::unchanged;
     return result;
   }
+  if (!is_past(status.st_mtim, looked) || !is_past(status.st_ctim, looked)) {
+    file.modified = file.changed = -1;
+  }
   std::optional<std::string> content =
       read_content(root / path, static_cast<std::size_t>(status.st_size));
   if (!content) {
-    file.size = file.modified = -1;
+    file.size = file.modified = file.changed = -1;
+    file.inode = 0;
     return leave_out("it cannot be read");
   }
   file.hash = hash_of(*content);

@@ -18,7 +18,8 @@ struct LookedAt {
 };
 
 // Looks at the file `path` under `root`, whose name and neighbours tell the language `expected`.
-// Nothing when it is gone. Content is read when size or time are not the known ones.
+// Nothing when it is gone. Content is read when
+// size, times or inode are not the known ones.
 [[nodiscard]] std::optional<LookedAt> look_at(const std::filesystem::path& root,
                                               const std::string& path, std::string_view expected,
                                               const ScanOptions& options);

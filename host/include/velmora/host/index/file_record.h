@@ -11,11 +11,14 @@ struct FileRecord {
   std::string language;  // of its symbols; empty when the file was left out
   std::string expected;  // the language that the names of files told before this one was read
   std::int64_t size = -1;
-  // When it was modified, in nanoseconds since 1970; -1 when size and time are no proof of what
-  // was read: the file is read again.
+  // When its content was modified, and when anything about it was changed, in nanoseconds since
+  // 1970. A program may set the first at will, the second it cannot. -1, both, when the times are
+  // no proof of what was read: the file is read again.
   std::int64_t modified = -1;
-  std::uint64_t hash = 0;  // of the content
-  std::string skipped;     // why it was left out, in a few words; empty: its symbols are in
+  std::int64_t changed = -1;
+  std::uint64_t inode = 0;  // which file of its file system it is
+  std::uint64_t hash = 0;   // of the content
+  std::string skipped;      // why it was left out, in a few words; empty: its symbols are in
 
   bool operator==(const FileRecord&) const = default;
 };

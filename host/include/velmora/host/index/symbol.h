@@ -20,7 +20,7 @@ struct SymbolEmbedding {
 
 // One symbol with everything that the index keeps of it.
 struct Symbol {
-  std::optional<SymbolId> id = {};  // absent: the index gives the next ascending one
+  std::optional<SymbolId> id = {};  // absent: an import gives the next ascending one
   std::string fqn;
   std::string name;
   std::string kind;

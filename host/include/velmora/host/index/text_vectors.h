@@ -68,7 +68,8 @@ class TextVectors {
   // symbol's. Vectors that an import gave stay. REQUIRES: `model` was set.
   Links link(std::string_view model, const KeyOf& key_of);
 
-  // The same for the symbols that came after the last link or link_new of the model.
+  // The same for the symbols that came or changed since the last link or link_new of the model, or
+  // since it was set.
   void link_new(std::string_view model, const KeyOf& key_of);
 
   // Stores the vector of a text, and gives it to those of `symbols` that are there and have that

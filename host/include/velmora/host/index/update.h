@@ -1,5 +1,12 @@
 // Changes some files of an index and leaves the others as they are. Index::update makes one, within
 // its transaction, and one thread uses it.
+//
+// What the index holds afterwards is a function of the files that were put, whatever it held
+// before: the ids too, which are made of the path, the kind, the fqn and the place among the
+// symbols of the file that share these. They are above 0 and below 2^53, those of a file are
+// neighbours, and one lasts as long as what it is made of; rarely, where two hashes meet, one
+// changes when the other symbol or file comes or goes. An import, which has ids of its own, gets
+// such ids with its first update, and its vectors move along.
 #pragma once
 
 #include <cstddef>
@@ -23,6 +30,9 @@ class Database;
 
 namespace velmora::host::index {
 
+// How many symbols a file may have.
+inline constexpr std::size_t MOST_SYMBOLS = (std::size_t{1} << 22) - 1;
+
 class Update {
  public:
   explicit Update(storage::Database& database);
@@ -35,10 +45,10 @@ class Update {
   [[nodiscard]] std::string extraction() const;
   void set_extraction(std::string_view version);
 
-  // Stores a file; `symbols` become all that it holds. One that the file held before (the same
-  // kind, fqn, name, signature and docstring; among equals by their order) keeps its id and
-  // embeddings, its lines may differ. Others get ids that no symbol had before. The symbols have
-  // the file's path; their ids and embeddings are not looked at.
+  // Stores a file; `symbols`, in the order in which they stand in it, become all that it holds. One
+  // whose id the file held before keeps its embeddings unless its name, signature or docstring is
+  // another one now. The symbols have the file's path; their ids and embeddings are not looked at.
+  // REQUIRES: not more than MOST_SYMBOLS.
   void put(const FileRecord& file, const std::vector<Symbol>& symbols);
 
   // Stores what is known of a file whose symbols stay as they are. REQUIRES: the index has it.
@@ -50,7 +60,7 @@ class Update {
   // Writes the vector of a symbol; false when it has none. All zero is no vector.
   using VectorOf = std::function<bool(const storage::SymbolRow& symbol, std::span<float> vector)>;
 
-  // Embeds with the program's own model what did not have its turn with it yet, by ascending id,
+  // Embeds with the program's own model what had no turn with it since it was put, by ascending id,
   // and drops the vectors of another one that was the program's own before. The rows live for the
   // call. Returns how many vectors were stored. To be called after the files are stored.
   std::int64_t embed(std::string_view model, std::size_t dimensions, const VectorOf& vector_of);
@@ -63,7 +73,7 @@ class Update {
   // Whether a symbol or a vector was added, removed or changed.
   [[nodiscard]] bool changed() const;
 
-  // Writes down the ids given; the last call.
+  // Settles the ids; the last call.
   void finish();
 
  private:
