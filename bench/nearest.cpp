@@ -114,18 +114,21 @@ class Bytes {
 
 Symbol symbol(std::size_t row) {
   const std::string name = "f" + std::to_string(row);
-  const auto id = static_cast<models::SymbolId>(row) + 1;
-  return {id, name, name, "function", "c", "f.c", 1, 1, {}, {}, {}};
+  const auto line = static_cast<std::int64_t>(row) + 1;
+  return {line, name, name, "function", "c", "f.c", line, line, {}, {}, {}};
 }
 
-// Stores the vectors as the index does: int8 those of its own model, others as an import.
-std::shared_ptr<Index> store(const fs::path& file, const Vectors& vectors, VectorKind kind) {
+// Stores the vectors as the index does: int8 those of its own model, others as an import. `ids` are
+// those of the rows.
+std::shared_ptr<Index> store(const fs::path& file, const Vectors& vectors, VectorKind kind,
+                             std::vector<models::SymbolId>& ids) {
   const auto index = Index::open_or_create(file);
   if (kind != VectorKind::int8) {
     std::size_t row = 0;
     const auto next = [&]() -> std::optional<Symbol> {
       if (row == vectors.size()) return std::nullopt;
       Symbol made = symbol(row);
+      ids.push_back(*made.id);
       made.embeddings = {{MODEL, vectors[row++]}};
       return made;
     };
@@ -138,8 +141,11 @@ std::shared_ptr<Index> store(const fs::path& file, const Vectors& vectors, Vecto
     host::index::FileRecord record;
     record.path = "f.c";
     update.put(record, symbols);
-    const auto vector_of = [&](const storage::SymbolRow& row, std::span<float> values) {
-      std::ranges::copy(vectors.at(static_cast<std::size_t>(row.id) - 1), values.begin());
+    ids.resize(vectors.size());
+    const auto vector_of = [&](const storage::SymbolRow& symbol, std::span<float> values) {
+      const auto row = static_cast<std::size_t>(symbol.start_line) - 1;
+      ids.at(row) = symbol.id;
+      std::ranges::copy(vectors.at(row), values.begin());
       return true;
     };
     update.embed(MODEL, vectors.front().size(), vector_of);
@@ -148,6 +154,7 @@ std::shared_ptr<Index> store(const fs::path& file, const Vectors& vectors, Vecto
 }
 
 std::vector<NearestPair> plain_nearest(const std::vector<float>& rows,
+                                       const std::vector<models::SymbolId>& ids,
                                        const std::vector<float>& query, std::size_t top_k) {
   const std::size_t length = query.size();
   std::vector<NearestPair> pairs;
@@ -156,7 +163,7 @@ std::vector<NearestPair> plain_nearest(const std::vector<float>& rows,
     for (std::size_t i = 0; i < length; ++i) {
       dot += static_cast<double>(query[i]) * static_cast<double>(rows[row * length + i]);
     }
-    pairs.push_back({static_cast<models::SymbolId>(row) + 1, dot});
+    pairs.push_back({ids[row], dot});
   }
   const auto end = pairs.begin() + static_cast<std::ptrdiff_t>(top_k);
   std::partial_sort(
@@ -203,7 +210,8 @@ void nearest(benchmark::State& state, VectorKind kind) {
   for (std::size_t row = 0; row < ROWS; ++row) vectors.push_back(generator.next());
   for (std::size_t i = 0; i < QUESTIONS; ++i) questions.push_back(generator.next());
   const Scratch scratch;
-  const std::shared_ptr<Index> index = store(scratch.file(), vectors, kind);
+  std::vector<models::SymbolId> ids;
+  const std::shared_ptr<Index> index = store(scratch.file(), vectors, kind, ids);
   std::vector<float> rows;
   rows.reserve(ROWS * length);
   for (const std::vector<float>& vector : vectors) {
@@ -231,7 +239,7 @@ void nearest(benchmark::State& state, VectorKind kind) {
       timed(sweeps, [&] { same_size.sweep(); });
       timed(few, [&] { best = ask(question, 150); });
       timed(many, [&] { benchmark::DoNotOptimize(ask(question, 2'400)); });
-      timed(plains, [&] { plain = plain_nearest(rows, question, 150); });
+      timed(plains, [&] { plain = plain_nearest(rows, ids, question, 150); });
       timed(sweeps, [&] { same_size.sweep(); });
       if (kind == VectorKind::float32 && recall(plain, best, 150) < 1.0) {
         throw std::runtime_error("the nearest neighbours differ from those of a plain loop");

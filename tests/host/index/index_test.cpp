@@ -235,6 +235,7 @@ TEST(Index, OwnModelKeepsDirections) {
   std::vector<float> last(LENGTH, 1e-30F);  // as large as sums get
   for (SymbolId id = 1; id <= 20; ++id) {
     symbols.push_back(symbol(id, "s"));
+    symbols.back().start_line = id;
     for (float& value : last) value += id == 1 ? 0.0F : 1e-30F * static_cast<float>(random() % 9);
     symbols.back().embeddings = {{"m", last}};
   }
@@ -244,8 +245,9 @@ TEST(Index, OwnModelKeepsDirections) {
     file.path = "a.py";
     update.put(file, symbols);
     const auto vector_of = [&](const storage::SymbolRow& row, std::span<float> vector) {
-      std::ranges::copy(symbols.at(static_cast<std::size_t>(row.id) - 1).embeddings[0].values,
-                        vector.begin());
+      Symbol& made = symbols.at(static_cast<std::size_t>(row.start_line) - 1);
+      made.id = row.id;
+      std::ranges::copy(made.embeddings[0].values, vector.begin());
       return true;
     };
     EXPECT_EQ(update.embed("m", LENGTH, vector_of), 20);

@@ -1,17 +1,29 @@
 #include "velmora/host/indexing/refresh.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "cli/answer.h"
+#include "index/symbol_ids.h"
 #include "support/temporary_folder.h"
+#include "support/word_models.h"
+#include "velmora/host/embedding/builtin_engine.h"
+#include "velmora/host/embedding/symbol_text.h"
 #include "velmora/storage/sqlite.h"
+#include "velmora/workers/retrieval.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -30,31 +42,37 @@ Lines query(const fs::path& file, const std::string& sql) {
   return lines;
 }
 
+// All that an index holds of its tree: rows of files, of symbols, and of the built-in model.
 constexpr const char* CONTENT = R"sql(
-  SELECT concat FROM (
-    SELECT f.path || '|' || f.language || '|' || f.size || '|' || f.hash || '|' || f.skipped
-      AS concat FROM files AS f
-    UNION ALL
-    SELECT f.path || '|' || fqn || '|' || name || '|' || kind || '|' || s.language || '|' ||
-      start_line || '|' || end_line || '|' || ifnull(signature, '-') || '|' ||
-      ifnull(docstring, '-')
-      FROM symbols AS s JOIN files AS f ON f.id = s.file
-  ) ORDER BY concat)sql";
+  SELECT json_array('file', id, path, language, expected, size, hash, skipped) FROM files
+  UNION ALL
+  SELECT json_array('symbol', id, file, fqn, name, kind, language, start_line, end_line, signature,
+                    docstring) FROM symbols
+  UNION ALL
+  SELECT json_array('vector', m.name, symbol, hex(numbers)) FROM embeddings AS e
+    JOIN models AS m ON m.id = e.model JOIN vectors AS v ON v.id = e.vector WHERE m.kind = 'int8'
+  ORDER BY 1)sql";
 
-// The ids of the symbols by what keeps them: path, kind, fqn, signature, docstring, and the place
-// among equal ones.
-std::map<std::string, std::string> ids(const fs::path& file) {
-  std::map<std::string, std::string> found;
-  for (const std::string& line :
-       query(file,
-             "SELECT s.id || ' ' || json_array(path, kind, fqn, signature, docstring,"
-             " row_number() OVER (PARTITION BY path, kind, fqn, signature, docstring"
-             " ORDER BY start_line, s.id)) FROM symbols AS s JOIN files AS f"
-             " ON f.id = s.file")) {
+// The ids of the symbols by path, kind and fqn.
+std::map<std::string, std::set<std::string>> ids(const fs::path& file) {
+  std::map<std::string, std::set<std::string>> found;
+  for (const std::string& line : query(file,
+                                       "SELECT s.id || ' ' || path || ' ' || kind || ' ' || fqn"
+                                       " FROM symbols AS s JOIN files AS f ON f.id = s.file")) {
     const std::size_t space = line.find(' ');
-    found.emplace(line.substr(space + 1), line.substr(0, space));
+    found[line.substr(space + 1)].insert(line.substr(0, space));
   }
   return found;
+}
+
+// Two texts whose numbers are one.
+Lines collision(const std::function<std::string(int)>& text,
+                const std::function<std::int64_t(const std::string&)>& number) {
+  std::map<std::int64_t, std::string> seen;
+  for (int i = 0;; ++i) {
+    const auto [earlier, is_new] = seen.emplace(number(text(i)), text(i));
+    if (!is_new) return {earlier->second, text(i)};
+  }
 }
 
 // A small tree of sources, with an index that is brought up to date and others made anew.
@@ -64,14 +82,56 @@ class Refresh : public ::testing::Test {
     return refresh(root, *index::Index::open_or_create(file), options);
   }
 
-  Lines made_anew() const {
+  void expect_equal_to_one_made_anew(const RefreshOptions& options = {},
+                                     const fs::path& model_file = {}) const {
     const TemporaryFolder other;
-    static_cast<void>(refresh(root, *index::Index::open_or_create(other.path() / "index.db")));
-    return query(other.path() / "index.db", CONTENT);
+    const fs::path anew = other.path() / "index.db";
+    static_cast<void>(refresh(root, *index::Index::open_or_create(anew), options));
+    EXPECT_EQ(query(file, CONTENT), query(anew, CONTENT));
+    if (model_file.empty()) return;
+    EXPECT_EQ(answers(file, model_file), answers(anew, model_file));
+  }
+
+  static std::string answers(const fs::path& file, const fs::path& model_file) {
+    namespace retrieval = workers::retrieval;
+    retrieval::HybridRetriever retriever(
+        index::Index::open(file), {.embedder = retrieval::engine_query_embedder(
+                                       std::make_shared<embedding::BuiltinEngine>(model_file))});
+    std::string text;
+    for (const char* question : {"alpha", "beta doc", "where is gamma moved", "Alpha.m", "int"}) {
+      text += cli::answer_json(question, retriever.retrieve(question, {.limit = 30}));
+    }
+    return text;
   }
 
   std::string fingerprint() const {
     return index::Index::open(file)->retrieval_fingerprint().value;
+  }
+
+  void execute(const std::string& sql) const {
+    storage::Database(file, SQLITE_OPEN_READWRITE).execute(sql);
+  }
+
+  // Makes the index one whose files were looked at long after they were written.
+  void settle() const {
+    storage::Database database(file, SQLITE_OPEN_READWRITE);
+    storage::Statement update =
+        database.prepare("UPDATE files SET modified = ?, changed = ? WHERE path = ?");
+    for (const std::string& path : query(file, "SELECT path FROM files")) {
+      const struct stat status = status_of(path);
+      update.bind(1, nanoseconds(status.st_mtim)).bind(2, nanoseconds(status.st_ctim));
+      update.bind(3, path).run();
+    }
+  }
+
+  struct stat status_of(const std::string& path) const {
+    struct stat status {};
+    EXPECT_EQ(::stat((root / path).c_str(), &status), 0);
+    return status;
+  }
+
+  static std::int64_t nanoseconds(const timespec& time) {
+    return time.tv_sec * std::int64_t{1'000'000'000} + time.tv_nsec;
   }
 
   const TemporaryFolder folder, index_folder;
@@ -79,9 +139,10 @@ class Refresh : public ::testing::Test {
 };
 
 std::string random_source(std::mt19937& random) {
+  const char* const names[] = {"alpha", "beta", "Alpha"};
   std::string text;
   for (auto i = random() % 6; i > 0; --i) {
-    const std::string name = "f" + std::to_string(random() % 3);
+    const std::string name = names[random() % 3];
     switch (random() % 4) {
       case 0:
         text += "\n\n";
@@ -90,7 +151,7 @@ std::string random_source(std::mt19937& random) {
         text += "def " + name + "(a, b):\n    return a\n";
         break;
       case 2:
-        text += "def " + name + "(a):\n    \"\"\"Doc.\"\"\"\n";
+        text += "def " + name + "(a):\n    \"\"\"Doc of gamma.\"\"\"\n";
         break;
       default:
         text += "class " + name + ":\n    def m(self):\n        pass\n";
@@ -100,17 +161,50 @@ std::string random_source(std::mt19937& random) {
   return text;
 }
 
+std::string random_header(std::mt19937& random, const Lines& names) {
+  std::string text;
+  for (auto i = random() % 5; i > 0; --i) {
+    const char* const parameters[] = {"void", "int a", "int alpha"};
+    text += "int " + names[random() % names.size()] + "(" + parameters[random() % 3] + ");\n";
+  }
+  return text;
+}
+
 TEST_F(Refresh, EqualsAnIndexMadeAnewAfterAnyEdits) {
   std::mt19937 random(20240817);
-  const Lines names = {"a.py", "b.py", "sub/a.py", "sub/deep/c.py", "x.h", "sub/x.h"};
+  const auto number_of_function = [](const std::string& name) {
+    return index::symbol_numbers(std::vector<index::SymbolName>{{"function", name}})[0];
+  };
+  const Lines same_number =
+      collision([](int i) { return "p" + std::to_string(i) + ".py"; }, index::wanted_file_number);
+  Lines functions = collision([](int i) { return "f" + std::to_string(i); }, number_of_function);
+  const auto has_own_number = [&](const std::string& symbol) {
+    return std::ranges::none_of(same_number,
+                                [&](auto& path) { return symbol.starts_with(path); }) &&
+           std::ranges::none_of(functions, [&](auto& name) { return symbol.ends_with(name); });
+  };
+  const Lines header_names = {functions[0], functions[1], "beta"};
+  Lines names = {"a.py", "b.py", "sub/a.py", "sub/deep/c.py", "x.h", "sub/x.h"};
+  names.insert(names.end(), same_number.begin(), same_number.end());
+  const fs::path model_file = index_folder.path() / "test.model";
+  test::write_model(model_file, {{"alpha", {3, 1}}, {"beta", {0, 1}}, {"gamma", {-1, 2}}});
+  const auto model = embedding::WordModel::open(model_file);
+  // A server's model, whose vectors are known by their texts alone.
+  const index::TextModel server{.name = "server", .prefix = {}, .text_length = 99};
+  const index::KeyOf key_of = embedding::symbol_keys(server);
+  index::Index::open_or_create(file)->replace([] { return std::optional<index::Symbol>(); });
+  index::Index::open(file)->update_vectors(
+      [&](index::TextVectors& vectors) { vectors.set_model(server); });
+
   const auto any = [&] { return names[random() % names.size()]; };
-  std::set<std::string> every_id;
-  for (int round = 0; round < 40; ++round) {
-    const auto before = round == 0 ? std::map<std::string, std::string>() : ids(file);
+  int collisions = 0;
+  for (int round = 0; round < 60 && !HasFailure(); ++round) {
+    SCOPED_TRACE(round);
+    const auto before = ids(file);
     for (auto edits = random() % 4; edits > 0; --edits) {
       const std::string name = any();
       const bool there = fs::exists(root / name);
-      switch (random() % 6) {
+      switch (random() % 7) {
         case 0:
           fs::remove(root / name);
           break;
@@ -127,54 +221,101 @@ TEST_F(Refresh, EqualsAnIndexMadeAnewAfterAnyEdits) {
           folder.write(name, std::string("\0binary", 7));
           break;
         default:
-          folder.write(name, name.ends_with("h") ? "int f(void);" : random_source(random));
+          folder.write(name, name.ends_with("h") ? random_header(random, header_names)
+                                                 : random_source(random));
       }
       fs::create_directories(root / "sub/deep");
     }
-    static_cast<void>(refresh_index());
-    ASSERT_EQ(query(file, CONTENT), made_anew()) << "round " << round;
-    for (const auto& [symbol, id] : ids(file)) {
-      const auto earlier = before.find(symbol);
-      if (earlier != before.end()) {
-        EXPECT_EQ(earlier->second, id) << symbol;
-        continue;
-      }
-      EXPECT_TRUE(every_id.insert(id).second) << "an id given twice: " << id;
+    // What changes without the model waits for it.
+    const bool embeds = random() % 3 != 0;
+    static_cast<void>(refresh_index({.model = embeds ? model : nullptr}));
+    if (embeds) expect_equal_to_one_made_anew({.model = model}, model_file);
+
+    EXPECT_EQ(query(file, "SELECT count(*) FROM symbols WHERE id >> 22 <> file OR id >> 53 <> 0"),
+              Lines{"0"});
+    const auto after = ids(file);
+    for (const auto& [symbol, earlier] : before) {
+      const auto now = after.find(symbol);
+      if (now == after.end() || !has_own_number(symbol)) continue;
+      const bool fewer = now->second.size() < earlier.size();
+      EXPECT_TRUE(
+          std::ranges::includes(fewer ? earlier : now->second, fewer ? now->second : earlier))
+          << symbol << " has other ids";
     }
+    const auto holds = [](const Lines& all, const auto& has) {
+      return std::ranges::all_of(all, has);
+    };
+    if (holds(same_number, [&](auto& path) { return fs::exists(root / path); })) ++collisions;
+
+    // The symbols have the vectors of their texts that are known: a link of all changes nothing.
+    index::Index::open(file)->update_vectors([&](index::TextVectors& vectors) {
+      const index::TextVectors::Links links = vectors.link("server", key_of);
+      EXPECT_EQ(links.linked, 0);
+      EXPECT_FALSE(vectors.changed());
+      if (links.missing.empty()) return;
+      const auto& [symbol, key] = links.missing[random() % links.missing.size()];
+      vectors.add("server", key, std::vector<float>{1, 2}, std::vector{symbol}, key_of);
+      static_cast<void>(vectors.link("server", key_of));
+    });
   }
+  EXPECT_GT(collisions, 5);
 }
 
 TEST_F(Refresh, ReadsWhatChangedAndParsesWhatIsNew) {
   folder.write("a.py", "def f(): pass\n");
   folder.write("b.py", "def g(): pass\n");
-  const auto old = fs::file_time_type::clock::now() - std::chrono::hours(1);
-  for (const char* name : {"a.py", "b.py"}) fs::last_write_time(root / name, old);
   EXPECT_EQ(refresh_index().added, 2U);
   const std::string first = fingerprint();
+  settle();
   const auto modified = [&] { return fs::last_write_time(file); };
   const auto written = modified();
   EXPECT_EQ(refresh_index().unchanged, 2U);
   EXPECT_EQ(modified(), written);
 
-  // Another content of the same size and time is not noticed: the file was not read.
-  folder.write("a.py", "def h(): pass\n");
-  fs::last_write_time(root / "a.py", old);
+  // A wrong hash shows what is read: a file of which anything is other than it was known.
+  execute("UPDATE files SET hash = 1");
   EXPECT_EQ(refresh_index().unchanged, 2U);
-  EXPECT_EQ(fingerprint(), first);
-  // The same content at another time was read and not parsed: nothing in the index is new.
-  fs::last_write_time(root / "b.py", old + std::chrono::minutes(1));
+  for (const char* fact : {"size", "modified", "changed", "inode"}) {
+    execute(std::string("UPDATE files SET hash = 1, ") + fact + " = " + fact + " + 1");
+    EXPECT_EQ(refresh_index().changed, 2U) << fact;
+    settle();
+  }
+  // The same content at another time is read and not parsed: nothing in the index is new.
+  execute("UPDATE files SET modified = modified - 1, language = 'kept'");
   EXPECT_EQ(refresh_index().unchanged, 2U);
+  EXPECT_EQ(query(file, "SELECT DISTINCT language FROM files"), Lines{"kept"});
   EXPECT_EQ(fingerprint(), first);
 
   // Symbols of another version are all made again.
-  storage::Database(file, SQLITE_OPEN_READWRITE).execute("UPDATE meta SET extraction = 'other'");
+  execute("UPDATE symbols SET end_line = 9; UPDATE meta SET extraction = 'other'");
   EXPECT_EQ(refresh_index().changed, 2U);
-  EXPECT_EQ(query(file, CONTENT), made_anew());
+  expect_equal_to_one_made_anew();
   EXPECT_NE(fingerprint(), first);
 
   // A larger limit takes in what was too large.
   EXPECT_EQ(refresh_index({.largest_file = 5}).skipped.size(), 2U);
   EXPECT_EQ(refresh_index().added, 2U);
+}
+
+TEST_F(Refresh, SeesOtherContentOfTheSameSizeAndTime) {
+  const auto old = fs::file_time_type::clock::now() - std::chrono::hours(1);
+  const auto write = [&](const std::string& content) {
+    folder.write("a.py", content);
+    fs::last_write_time(root / "a.py", old);
+  };
+  write("def f(): pass\n");
+  EXPECT_EQ(refresh_index().added, 1U);
+  // At once, while the clock of the file system may stand still.
+  write("def g(): pass\n");
+  EXPECT_EQ(refresh_index().changed, 1U);
+  // And later.
+  settle();
+  const std::int64_t before = nanoseconds(status_of("a.py").st_ctim);
+  do {
+    write("def h(): pass\n");
+  } while (nanoseconds(status_of("a.py").st_ctim) == before);
+  EXPECT_EQ(refresh_index().changed, 1U);
+  expect_equal_to_one_made_anew();
 }
 
 TEST_F(Refresh, KeepsTheEmbeddingsOfUnchangedSymbols) {
@@ -193,7 +334,6 @@ TEST_F(Refresh, KeepsTheEmbeddingsOfUnchangedSymbols) {
   static_cast<void>(refresh_index());
   kept.signature = query(file, "SELECT signature FROM symbols WHERE name = 'f'").at(0);
   kept.fqn = query(file, "SELECT fqn FROM symbols WHERE name = 'f'").at(0);
-  Lines names;
   std::vector<index::Symbol> symbols = {lost, kept};
   const auto index = index::Index::open_or_create(file);
   index->replace([&]() -> std::optional<index::Symbol> {
@@ -205,8 +345,8 @@ TEST_F(Refresh, KeepsTheEmbeddingsOfUnchangedSymbols) {
   static_cast<void>(refresh_index());
   const auto near = index->nearest_symbol_ids(std::vector{1.0F, 0.0F}, "m", {.top_k = 9});
   ASSERT_EQ(near.size(), 1U);
-  EXPECT_EQ(near[0].id, 41);
-  EXPECT_EQ(query(file, CONTENT), made_anew());
+  EXPECT_EQ(query(file, "SELECT id FROM symbols"), Lines{std::to_string(near[0].id)});
+  expect_equal_to_one_made_anew();
 }
 
 TEST_F(Refresh, AnErrorLeavesTheIndexAsItWas) {

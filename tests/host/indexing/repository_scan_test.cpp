@@ -141,9 +141,7 @@ TEST(IndexCommand, ReplacesTheIndexOfAFolder) {
   EXPECT_TRUE(fs::exists(folder.path() / ".velmora" / ".gitignore"));
 
   folder.write("a.py", "def h(): pass");
-  EXPECT_EQ(run_velmora({"index", folder.path()}).exit_code, 0);
-  const auto index = index::Index::open(folder.path() / ".velmora" / "index.db");
-  EXPECT_EQ(index->get_symbols_by_ids(std::vector<models::SymbolId>{1, 2, 3}).size(), 1U);
+  EXPECT_EQ(run_velmora({"index", folder.path()}).output.find("Indexed 1 file, 1 symbol, in "), 0U);
 
   const std::string missing = folder.path() / "none";
   EXPECT_EQ(run_velmora({"index", missing}).exit_code, 3);
