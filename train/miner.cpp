@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "git.h"
+#include "indexing/git_program.h"
 #include "velmora/host/indexing/extract.h"
 #include "velmora/host/indexing/repository_scan.h"
 #include "velmora/utils/path_filter.h"
@@ -20,6 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 namespace retrieval = workers::retrieval;
 using host::index::Symbol;
+using host::indexing::run_git;
 
 constexpr std::size_t FEWEST_WORDS = 2;
 
@@ -225,8 +226,9 @@ Mined mine(const fs::path& root, Workers& workers, const MinerOptions& options) 
 
   LogReader log;
   run_git(absolute,
-          {"-c", "core.quotePath=false", "log", "--no-merges", "--no-renames", "--no-color",
-           "--no-ext-diff", "--relative", "--src-prefix=a/", "--dst-prefix=b/", "-p", "-U0",
+          {"log", "--no-merges", "--no-renames", "--no-color",
+           "--no-ext-diff", "--no-textconv", "--no-show-signature", "--no-notes", "--no-mailmap",
+           "--submodule=short", "--relative", "--src-prefix=a/", "--dst-prefix=b/", "-p", "-U0",
            "--format=%x01%H%x02%s", "--max-count=" + std::to_string(options.commits), "--", "."},
           [&](std::string_view text) { log.take(text); });
   std::erase_if(log.commits, [&](const Commit& commit) { return !is_wanted(commit, options); });
@@ -240,7 +242,7 @@ Mined mine(const fs::path& root, Workers& workers, const MinerOptions& options) 
       if (language == languages.end() || language->second.empty()) continue;
       if (utils::is_test_path(file.path)) continue;
       std::string source;
-      run_git(absolute, {"show", commit.hash + ":./" + file.path},
+      run_git(absolute, {"cat-file", "blob", commit.hash + ":./" + file.path},
               [&](std::string_view text) { source += text; });
       std::vector<Symbol> then;
       try {

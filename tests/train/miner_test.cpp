@@ -7,12 +7,13 @@
 #include <fstream>
 #include <string>
 
-#include "git.h"
+#include "indexing/git_program.h"
 
 namespace velmora::train {
 namespace {
 
 namespace fs = std::filesystem;
+using host::indexing::run_git;
 
 TEST(Miner, PairsSentencesAndSubjectsWithTheFunctionsOfToday) {
   const fs::path root = fs::path(::testing::TempDir()) / "miner_test";

@@ -128,8 +128,9 @@ std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
 }
 
 // Brings the index up to date whenever something changes, until the user ends it.
-void watch_folder(const IndexOptions& options,
-                  const std::shared_ptr<const embedding::WordModel>& model) {
+void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::WordModel>& model) {
+  // Should it be removed and made anew, the new one is meant, even when it is the current folder.
+  const std::string name = std::exchange(options.folder, fs::absolute(options.folder).string());
   constexpr auto QUIET = std::chrono::milliseconds(100);
   constexpr auto LONGEST = std::chrono::seconds(1);
   const EndSignals signals;
@@ -145,7 +146,7 @@ void watch_folder(const IndexOptions& options,
         write_output(summary(report, time));
         if (options.embed) embed_folder(options.folder, options.server, check);
       }
-      if (first) write_output("Watching " + printable(options.folder) + "; Ctrl-C ends it\n");
+      if (first) write_output("Watching " + printable(name) + "; Ctrl-C ends it\n");
       first = false;
     } catch (const Interrupted&) {
       return;

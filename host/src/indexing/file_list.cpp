@@ -1,67 +1,23 @@
 #include "velmora/host/indexing/file_list.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <memory>
+#include <iterator>
 #include <optional>
 #include <set>
 #include <string_view>
 #include <system_error>
 #include <unordered_map>
+#include <utility>
 
-#include "indexing/ignore_rules.h"
-
-extern char** environ;
+#include "indexing/folder_walk.h"
+#include "indexing/git_index.h"
+#include "indexing/outer_rules.h"
+#include "indexing/work_tree.h"
 
 namespace velmora::host::indexing {
 namespace {
 
 namespace fs = std::filesystem;
-
-// What git prints to standard output; nothing when it cannot be run or fails.
-std::optional<std::string> run_git(std::vector<std::string> arguments) {
-  std::vector<char*> argv;
-  argv.reserve(arguments.size() + 1);
-  for (std::string& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
-
-  std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-    throw std::system_error(errno, std::generic_category(), "cannot start git");
-  }
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  pid_t child = 0;
-  const int failed = posix_spawnp(&child, argv.front(), &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  close(ends[1]);
-  if (failed != 0) {
-    close(ends[0]);
-    return std::nullopt;
-  }
-  std::string output;
-  std::array<char, 65536> buffer;
-  while (true) {
-    const ssize_t count = read(ends[0], buffer.data(), buffer.size());
-    if (count > 0) output.append(buffer.data(), static_cast<std::size_t>(count));
-    if (count == 0 || (count < 0 && errno != EINTR)) break;
-  }
-  close(ends[0]);
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
-  return output;
-}
 
 // Tells which folders are reached without a link; each is looked at once.
 class RealFolders {
@@ -86,85 +42,95 @@ class RealFolders {
   std::unordered_map<std::string, bool> real_;
 };
 
-std::vector<std::string> git_files(const fs::path& root) {
-  std::vector<std::string> files;
-  const std::optional<std::string> output = run_git(
-      {"git", "-C", root.string(), "ls-files", "-z", "--cached", "--others", "--exclude-standard"});
-  if (!output) return files;
-  std::string_view rest = *output;
-  while (!rest.empty()) {
-    const std::size_t stop = std::min(rest.find('\0'), rest.size());
-    files.emplace_back(rest.substr(0, stop));
-    rest.remove_prefix(std::min(stop + 1, rest.size()));
+bool is_own(std::string_view file) {
+  return file.starts_with(".velmora/") || file.find("/.velmora/") != std::string_view::npos;
+}
+
+// Those of the sorted `paths` that begin with `prefix`, without it.
+std::vector<std::string> below(const std::vector<std::string>& paths, const std::string& prefix) {
+  std::vector<std::string> found;
+  for (auto path = std::ranges::lower_bound(paths, prefix);
+       path != paths.end() && path->starts_with(prefix); ++path) {
+    found.push_back(path->substr(prefix.size()));
   }
-  // A nested repository is listed as its folder, with a slash at the end. Where a link has taken
-  // the place of a folder, what git tracked in it is listed still, and would be read elsewhere.
+  return found;
+}
+
+// Adds what git tracks, ignored or not. Where a link has taken the place of a folder, what git
+// tracked in it would be read elsewhere.
+void add_tracked(const fs::path& root, const std::string& prefix, const TrackedPaths& tracked,
+                 FileList& list) {
   RealFolders folders(root);
-  std::erase_if(
-      files, [&](const std::string& file) { return file.ends_with('/') || !folders.hold(file); });
-  return files;
-}
-
-struct Folder {
-  std::string path;                          // relative to the root
-  std::shared_ptr<const IgnoreRules> rules;  // of the folders above it
-};
-
-// Lists every file that no .gitignore leaves out; returns the folders that were walked.
-std::vector<std::string> walk(const fs::path& root, FileList& list) {
-  std::vector<std::string> folders;
-  std::vector<Folder> waiting = {{}};
-  while (!waiting.empty()) {
-    const Folder folder = std::move(waiting.back());
-    waiting.pop_back();
-    const auto rules = rules_of(root, folder.path, folder.rules);
-    std::error_code error;
-    fs::directory_iterator entry(root / folder.path, error);
-    if (error && folder.path.empty()) throw fs::filesystem_error("cannot list files", root, error);
-    folders.push_back(folder.path);
-    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-      const std::string name = entry->path().filename().string();
-      std::error_code unknown;
-      const bool is_folder = entry->symlink_status(unknown).type() == fs::file_type::directory;
-      std::string path = folder.path.empty() ? name : folder.path + "/" + name;
-      if (is_folder && (name == ".git" || name == ".velmora")) continue;
-      if (rules && rules->ignores(path, is_folder)) continue;
-      if (is_folder) {
-        waiting.push_back({std::move(path), rules});
-      } else {
-        list.files.push_back(std::move(path));
-      }
+  for (std::string& file : below(tracked.files, prefix)) {
+    if (is_own(file)) continue;
+    if (is_too_long(root, file)) {
+      list.skipped.push_back({std::move(file), "its path is too long"});
+    } else if (folders.hold(file)) {
+      list.files.push_back(std::move(file));
     }
-    if (error) list.skipped.push_back({folder.path, "it cannot be read", true});
   }
-  return folders;
+  for (std::string& folder : below(tracked.repositories, prefix)) {
+    std::error_code gone;
+    const bool is_there = folders.hold(folder) &&
+                          fs::symlink_status(root / folder, gone).type() == fs::file_type::directory;
+    if (is_there) {
+      list.skipped.push_back(
+          {std::move(folder), "it is another repository: index it by itself", true});
+    }
+  }
 }
 
-bool is_own(const std::string& file) {
-  constexpr std::string_view FOLDER = ".velmora/";
-  return file.starts_with(FOLDER) || file.find("/.velmora/") != std::string::npos;
+Walked find_in_work_tree(const fs::path& root, const fs::path& absolute, const WorkTree& tree) {
+  std::string prefix = absolute.lexically_relative(tree.top).string() + "/";
+  if (prefix == "./") prefix.clear();
+  const std::optional<TrackedPaths> index = read_git_index(tree.git_folder);
+  const TrackedPaths tracked = index.value_or(TrackedPaths{});
+  const OuterRules outer = outer_rules(tree, prefix);
+  Walked found;
+  if (!outer.ignore_all) found = FolderWalk(root, prefix, &tracked).run(outer.rules);
+  add_tracked(root, prefix, tracked, found.list);
+  if (!index) {
+    found.list.skipped.push_back(
+        {".git", "its index cannot be read: files that git tracks and ignores are missing"});
+  }
+  return found;
+}
+
+Walked find(const fs::path& root) {
+  std::error_code error;
+  const fs::path absolute = fs::canonical(root, error);
+  if (error) throw fs::filesystem_error("cannot list files", root, error);
+  std::vector<Skipped> notes;
+  if (const std::optional<WorkTree> tree = work_tree_around(absolute)) {
+    Walked found = find_in_work_tree(root, absolute, *tree);
+    const bool is_empty =
+        found.list.files.empty() && std::ranges::none_of(found.list.skipped, &Skipped::is_folder);
+    if (!is_empty) return found;
+    notes = std::move(found.list.skipped);
+  }
+  Walked found = FolderWalk(root, "", nullptr).run(nullptr);
+  std::ranges::move(notes, std::back_inserter(found.list.skipped));
+  return found;
 }
 
 }  // namespace
 
 FileList list_files(const fs::path& root) {
-  FileList list;
-  list.files = git_files(root);
-  if (list.files.empty()) static_cast<void>(walk(root, list));
-  std::erase_if(list.files, is_own);
+  FileList list = find(root).list;
   std::ranges::sort(list.files);
-  // A file with merge conflicts is listed once a side.
+  // Most files are found both ways, and one with merge conflicts is tracked once a side.
   list.files.erase(std::unique(list.files.begin(), list.files.end()), list.files.end());
   std::ranges::sort(list.skipped, {}, &Skipped::path);
   return list;
 }
 
 std::vector<std::string> list_folders(const fs::path& root) {
-  FileList walked;
-  const std::vector<std::string> found = walk(root, walked);
-  std::set<std::string> folders(found.begin(), found.end());
+  Walked found = find(root);
+  std::set<std::string> folders(std::make_move_iterator(found.folders.begin()),
+                                std::make_move_iterator(found.folders.end()));
+  folders.insert("");
   // Git tracks files in folders that it ignores, too.
-  for (std::string& file : list_files(root).files) {
+  for (std::string& file : found.list.files) {
     for (std::size_t slash = file.rfind('/'); slash != std::string::npos; slash = file.rfind('/')) {
       file.resize(slash);
       if (!folders.insert(file).second) break;

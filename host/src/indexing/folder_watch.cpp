@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <cstring>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -21,6 +20,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
+
+// What makes a name stand for something else.
+constexpr std::uint32_t SWAPS =
+    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF;
 
 constexpr std::uint32_t CHANGES = IN_ATTRIB | IN_CREATE | IN_MODIFY | IN_CLOSE_WRITE | IN_DELETE |
                                   IN_MOVED_FROM | IN_MOVED_TO | IN_ONLYDIR | IN_DONT_FOLLOW;
@@ -44,18 +47,45 @@ constexpr std::uint32_t CHANGES = IN_ATTRIB | IN_CREATE | IN_MODIFY | IN_CLOSE_W
 }  // namespace
 
 FolderWatch::FolderWatch(std::filesystem::path root, int wake)
-    : root_(std::move(root)), wake_(wake), inotify_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
-  if (inotify_ < 0) fail(root_.string());
+    : root_(std::filesystem::absolute(root)), wake_(wake) {
+  start();
 }
 
 FolderWatch::~FolderWatch() { ::close(inotify_); }
 
+// Begins anew, without what was watched before.
+void FolderWatch::start() {
+  const int inotify = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+  if (inotify < 0) fail(root_.string());
+  if (inotify_ >= 0) ::close(inotify_);
+  inotify_ = inotify;
+  ways_.clear();
+  way_changed_ = false;
+}
+
 void FolderWatch::watch_folders() {
+  if (way_changed_) start();
+  watch_way_to(root_.lexically_normal());
+  std::error_code gone;
+  watch_way_to(std::filesystem::canonical(root_, gone));  // beyond links, if it is there
   for (const std::string& folder : list_folders(root_)) {
     const std::filesystem::path path = root_ / folder;
     if (::inotify_add_watch(inotify_, path.c_str(), CHANGES) >= 0) continue;
     // What is gone or unreadable is for the listing to report.
     if (errno != ENOENT && errno != ENOTDIR && errno != EACCES) fail(path.string());
+  }
+}
+
+void FolderWatch::watch_way_to(const std::filesystem::path& folder) {
+  for (std::filesystem::path at = folder; at.has_relative_path(); at = at.parent_path()) {
+    if (!at.has_filename()) continue;  // it ends with a slash
+    const std::filesystem::path above = at.parent_path();
+    const int watch = ::inotify_add_watch(inotify_, above.c_str(), SWAPS | IN_ONLYDIR);
+    if (watch >= 0) {
+      ways_[watch].insert(at.filename().string());
+    } else if (errno != ENOENT && errno != ENOTDIR && errno != EACCES) {
+      fail(above.string());
+    }
   }
 }
 
@@ -100,8 +130,17 @@ bool FolderWatch::read_changes() {
     for (std::size_t at = 0; at < static_cast<std::size_t>(count);) {
       inotify_event event{};
       std::memcpy(&event, buffer.data() + at, sizeof event);
-      const std::string_view name(event.len > 0 ? buffer.data() + at + sizeof event : "");
-      if ((event.mask & IN_IGNORED) == 0 && name != ".git" && name != ".velmora") changed = true;
+      const std::string name(event.len > 0 ? buffer.data() + at + sizeof event : "");
+      const auto way = ways_.find(event.wd);
+      if ((event.mask & IN_Q_OVERFLOW) != 0) {
+        changed = way_changed_ = true;
+      } else if ((event.mask & IN_IGNORED) != 0) {
+        ways_.erase(event.wd);
+      } else if (way != ways_.end()) {
+        if (name.empty() || way->second.contains(name)) changed = way_changed_ = true;
+      } else if (name != ".git" && name != ".velmora") {
+        changed = true;
+      }
       at += sizeof event + event.len;
     }
   }

@@ -4,6 +4,8 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace velmora::host::indexing {
 
@@ -17,8 +19,11 @@ class FolderWatch {
   FolderWatch& operator=(const FolderWatch&) = delete;
   ~FolderWatch();
 
-  // Watches the folders of list_folders from now on; again for those that are new since. Throws
-  // std::runtime_error when there are more than the system watches.
+  // Watches the folders of list_folders from now on; again for those that are new since. The
+  // folders above are watched for the names that lead to the root: that it goes, comes, or is
+  // swapped for another is a change too, after which this call watches what then stands there.
+  // Throws std::runtime_error when there are more folders than the system watches, and
+  // std::filesystem::filesystem_error when the root is not there; wait() then ends when it comes.
   void watch_folders();
 
   // Waits for a change, and then until there is none for `quiet`, at most for `longest`. False when
@@ -29,10 +34,15 @@ class FolderWatch {
   enum class Event { change, wake, timeout };
   [[nodiscard]] Event next(std::chrono::milliseconds timeout);
   [[nodiscard]] bool read_changes();
+  void start();
+  void watch_way_to(const std::filesystem::path& folder);
 
   const std::filesystem::path root_;
   const int wake_;
-  int inotify_;
+  int inotify_ = -1;
+  // What is watched above the root, and the names in it that lead there.
+  std::unordered_map<int, std::unordered_set<std::string>> ways_;
+  bool way_changed_ = false;  // what is watched may no longer be what stands at the root
 };
 
 }  // namespace velmora::host::indexing

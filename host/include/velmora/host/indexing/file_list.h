@@ -18,16 +18,25 @@ struct Skipped {
 
 struct FileList {
   std::vector<std::string> files;  // relative to the root, forward slashes, sorted, each once
-  std::vector<Skipped> skipped;    // folders that cannot be read
+  std::vector<Skipped> skipped;    // by path: folders that cannot be read or that are left alone,
+                                   // paths beyond the system's limit
 };
 
-// The files under `root`. In a git work tree those that git tracks, and those it does not know and
-// does not ignore; a tracked file may be gone. Elsewhere, and where git ignores the whole of
-// `root`, every file that no .gitignore in it leaves out, but those in .git. The program's own
-// folder .velmora is never listed. Links are listed and not followed: what stands beyond a link to
-// a folder is not listed under the link's name.
+// The files under `root`. In a git work tree, or a folder of one, those that git tracks, and those
+// it does not know and does not ignore; a tracked file may be gone. Another repository in the tree,
+// a submodule or not, is left alone and listed as skipped. Elsewhere, and where git ignores the
+// whole of `root`, every file that no .gitignore in it leaves out, those of repositories in it
+// included. Neither .git nor the program's own folder .velmora is ever listed. Links are listed and
+// not followed: what stands beyond a link to a folder is not listed under the link's name.
 //
-// Runs git and waits for it. Throws std::filesystem::filesystem_error when `root` cannot be read.
+// No program of the repository's is run and its configuration is not read: of what git keeps, its
+// index, info/exclude and the pointers to these are. The list is the same whoever owns the folder,
+// whatever variables are git's, and without git on the machine; where there is git, it is asked for
+// the user's own core.excludesFile, outside of any repository. Names are compared by their bytes.
+// Of ignore rules those are followed that stand in regular files of at most 1 MiB; a .gitignore that
+// a sparse checkout leaves out counts for nothing.
+//
+// Throws std::filesystem::filesystem_error when `root` cannot be read.
 [[nodiscard]] FileList list_files(const std::filesystem::path& root);
 
 // The folders under `root` in which a file that list_files finds stands or may come to stand,
