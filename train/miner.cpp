@@ -226,10 +226,10 @@ Mined mine(const fs::path& root, Workers& workers, const MinerOptions& options) 
 
   LogReader log;
   run_git(absolute,
-          {"log", "--no-merges", "--no-renames", "--no-color",
-           "--no-ext-diff", "--no-textconv", "--no-show-signature", "--no-notes", "--no-mailmap",
-           "--submodule=short", "--relative", "--src-prefix=a/", "--dst-prefix=b/", "-p", "-U0",
-           "--format=%x01%H%x02%s", "--max-count=" + std::to_string(options.commits), "--", "."},
+          {"log", "--no-merges", "--no-renames", "--no-color", "--no-ext-diff", "--no-textconv",
+           "--no-show-signature", "--no-notes", "--no-mailmap", "--submodule=short", "--relative",
+           "--src-prefix=a/", "--dst-prefix=b/", "-p", "-U0", "--format=%x01%H%x02%s",
+           "--max-count=" + std::to_string(options.commits), "--", "."},
           [&](std::string_view text) { log.take(text); });
   std::erase_if(log.commits, [&](const Commit& commit) { return !is_wanted(commit, options); });
 

@@ -20,8 +20,8 @@ struct BoundedFile {
 enum class Links { refuse, follow };
 
 // The content of `name`, looked up in the folder that is open as `folder` (AT_FDCWD: the current
-// one), when it is a regular file of at most `largest` bytes. Never waits for a pipe and never reads
-// on while a file grows. `links` is about the last part of the name.
+// one), when it is a regular file of at most `largest` bytes. Never waits for a pipe and never
+// reads on while a file grows. `links` is about the last part of the name.
 [[nodiscard]] BoundedFile read_bounded(int folder, const std::string& name, std::size_t largest,
                                        Links links);
 

@@ -71,8 +71,8 @@ void add_tracked(const fs::path& root, const std::string& prefix, const TrackedP
   }
   for (std::string& folder : below(tracked.repositories, prefix)) {
     std::error_code gone;
-    const bool is_there = folders.hold(folder) &&
-                          fs::symlink_status(root / folder, gone).type() == fs::file_type::directory;
+    const bool is_there = folders.hold(folder) && fs::symlink_status(root / folder, gone).type() ==
+                                                      fs::file_type::directory;
     if (is_there) {
       list.skipped.push_back(
           {std::move(folder), "it is another repository: index it by itself", true});

@@ -24,8 +24,9 @@ struct Walked {
 class FolderWalk {
  public:
   // Begins in `root`, which is `prefix` ("" or with a slash at its end) below the top of its tree.
-  // With `tracked`, relative to the top, the walk is one of a work tree: it leaves the folders alone
-  // that are other repositories. Null: those are folders like others. `tracked` outlives the walk.
+  // With `tracked`, relative to the top, the walk is one of a work tree: it leaves the folders
+  // alone that are other repositories. Null: those are folders like others. `tracked` outlives the
+  // walk.
   FolderWalk(std::filesystem::path root, std::string prefix, const TrackedPaths* tracked);
 
   // Reads every folder from `root` down, under the rules `above`, which may be null, and those that

@@ -3,8 +3,8 @@
 // anywhere in the file, and with the wrong one the first entries' lengths do not fit.
 //
 // A split index holds the entries that changed, and in an extension the name of a second file in
-// the same form with all the others, and two compressed bitmaps over that file's entries: those that
-// are gone, and those that entries without a name, the first of this file, stand for.
+// the same form with all the others, and two compressed bitmaps over that file's entries: those
+// that are gone, and those that entries without a name, the first of this file, stand for.
 #include "indexing/git_index.h"
 
 #include <fcntl.h>
@@ -239,9 +239,8 @@ std::vector<Entry> united(const std::filesystem::path& git_folder, Index split,
 TrackedPaths read(const std::filesystem::path& git_folder, std::string_view content,
                   std::size_t name_size) {
   Index index = parse(content, name_size);
-  std::vector<Entry> entries = index.link.empty()
-                                   ? std::move(index.entries)
-                                   : united(git_folder, std::move(index), name_size);
+  std::vector<Entry> entries = index.link.empty() ? std::move(index.entries)
+                                                  : united(git_folder, std::move(index), name_size);
   TrackedPaths paths;
   for (Entry& entry : entries) {
     if (entry.type == Type::folder) continue;

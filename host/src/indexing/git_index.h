@@ -16,10 +16,10 @@ struct TrackedPaths {
 };
 
 // Reads `index` in `git_folder`, without running git: versions 2 to 4, of either size of object
-// names, split in two files or not. Folders that a sparse checkout leaves out are passed over. Empty
-// when there is no index yet; nothing when it cannot be used: it is damaged, not a regular file,
-// larger than 128 MiB, or expands to more than that in paths. The checksum is not looked at: damage
-// that leaves the form whole changes names and no more.
+// names, split in two files or not. Folders that a sparse checkout leaves out are passed over.
+// Empty when there is no index yet; nothing when it cannot be used: it is damaged, not a regular
+// file, larger than 128 MiB, or expands to more than that in paths. The checksum is not looked at:
+// damage that leaves the form whole changes names and no more.
 [[nodiscard]] std::optional<TrackedPaths> read_git_index(const std::filesystem::path& git_folder);
 
 }  // namespace velmora::host::indexing

@@ -44,7 +44,8 @@ std::vector<std::string> command_line(const std::filesystem::path& folder,
   for (const char* setting :
        {"core.fsmonitor=false", "core.hooksPath=/dev/null", "core.attributesFile=/dev/null",
         "protocol.allow=never", "credential.helper=", "log.showSignature=false",
-        "core.alternateRefsCommand=true", "mailmap.file=/dev/null", "diff.orderFile=/dev/null", "core.quotePath=false"}) {
+        "core.alternateRefsCommand=true", "mailmap.file=/dev/null", "diff.orderFile=/dev/null",
+        "core.quotePath=false"}) {
     words.insert(words.end(), {"-c", setting});
   }
   words.insert(words.end(), arguments.begin(), arguments.end());

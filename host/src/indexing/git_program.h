@@ -17,8 +17,8 @@ namespace velmora::host::indexing {
 // files, hooks, the check of signatures, helpers for credentials. Those that a command starts for
 // itself (--ext-diff, --textconv) are its caller's to turn off. The user's configuration counts.
 //
-// Throws std::runtime_error when git cannot be run or fails, with git's own words, which say what to
-// do about a folder that belongs to somebody else; an error of `take` ends git and reaches the
+// Throws std::runtime_error when git cannot be run or fails, with git's own words, which say what
+// to do about a folder that belongs to somebody else; an error of `take` ends git and reaches the
 // caller.
 void run_git(const std::filesystem::path& folder, const std::vector<std::string>& arguments,
              const std::function<void(std::string_view)>& take);

@@ -12,16 +12,17 @@
 
 namespace velmora::host::indexing {
 
-// The patterns of one file, and those that count less: of the folders above, of the user. Immutable.
+// The patterns of one file, and those that count less: of the folders above, of the user.
+// Immutable.
 class IgnoreRules {
  public:
   // The rules of a file with the content `text` for what is in `folder`, a path relative to the top
   // of the tree ("" is the top). `above` may be null.
   IgnoreRules(std::string folder, std::string_view text, std::shared_ptr<const IgnoreRules> above);
 
-  // Whether a file or folder that stands in `folder` is left out; `path` is relative to the top. The
-  // rules of nearer folders and later lines win. What is in a folder that is left out is not asked
-  // for: nothing brings it back. Adds to `steps` what it took.
+  // Whether a file or folder that stands in `folder` is left out; `path` is relative to the top.
+  // The rules of nearer folders and later lines win. What is in a folder that is left out is not
+  // asked for: nothing brings it back. Adds to `steps` what it took.
   [[nodiscard]] bool ignores(std::string_view path, bool is_folder, std::uint64_t& steps) const;
 
  private:

@@ -61,8 +61,8 @@ OuterRules outer_rules(const WorkTree& tree, const std::string& prefix) {
   std::string folder;
   std::uint64_t steps = 0;
   for (std::size_t at = 0; at < prefix.size() && !outer.ignore_all; at = folder.size() + 1) {
-    outer.rules = with_file(tree.top / folder / ".gitignore", Links::refuse, folder,
-                            std::move(outer.rules));
+    outer.rules =
+        with_file(tree.top / folder / ".gitignore", Links::refuse, folder, std::move(outer.rules));
     folder = prefix.substr(0, prefix.find('/', at));
     outer.ignore_all = outer.rules && outer.rules->ignores(folder, true, steps);
   }

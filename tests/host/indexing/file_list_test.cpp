@@ -1,73 +1,426 @@
-#include "indexing/ignore_rules.h"
+#include "velmora/host/indexing/file_list.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <random>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "indexing/git_program.h"
 #include "support/temporary_folder.h"
-#include "velmora/host/indexing/file_list.h"
 
 namespace velmora::host::indexing {
 namespace {
 
 namespace fs = std::filesystem;
 using test::TemporaryFolder;
+using Names = std::vector<std::string>;
+using Random = std::mt19937;
 
-// Random patterns over few names, so that many of them match something. Never two slashes in a row,
-// nor ** beside something else than a slash: what those mean is not laid down.
-std::string random_rules(std::mt19937& random) {
-  constexpr const char* PIECES[] = {"a",           "b", "ab",  "?",  "[ab]", "[!a]",
-                                    "\\a",         "#", "\\#", " ",  "\\ ",  "[a-b]",
-                                    "[[:alpha:]]", ".", "*b",  "a*", "!"};
-  std::string text;
-  for (auto lines = random() % 4; lines > 0; --lines) {
-    if (random() % 4 == 0) text += '!';
-    if (random() % 4 == 0) text += '/';
-    for (auto parts = random() % 3 + 1; parts > 0; --parts) {
-      if (random() % 4 == 0) {
-        text += random() % 2 == 0 ? "**" : "*";
-      } else {
-        for (auto pieces = random() % 2 + 1; pieces > 0; --pieces) {
-          text += PIECES[random() % std::size(PIECES)];
-        }
-      }
-      if (parts > 1) text += '/';
+std::string git(const fs::path& folder, Names arguments) {
+  std::string output;
+  arguments.insert(arguments.begin(), {"-c", "user.name=a", "-c", "user.email=a@b"});
+  run_git(folder, arguments, [&](std::string_view text) { output += text; });
+  return output;
+}
+
+// What git lists; repositories below, which it lists as a folder, are left out.
+Names by_git(const fs::path& root) {
+  const std::string output =
+      git(root, {"ls-files", "-z", "--cached", "--others", "--exclude-standard"});
+  std::set<std::string> files;
+  for (std::size_t at = 0, end = 0; (end = output.find('\0', at)) != output.npos; at = end + 1) {
+    std::string file = output.substr(at, end - at);
+    if (!file.ends_with('/') && !fs::is_directory(fs::symlink_status(root / file))) {
+      files.insert(std::move(file));
     }
-    if (random() % 5 == 0) text += '/';
-    text += random() % 8 == 0 ? "  \n" : "\n";
   }
+  return {files.begin(), files.end()};
+}
+
+template <typename T>
+const T& one_of(Random& random, const std::vector<T>& all) {
+  return all[random() % all.size()];
+}
+
+std::string random_pattern(Random& random) {
+  static const Names PIECES = {"a",
+                               "b",
+                               "ab",
+                               ".",
+                               "*",
+                               "**",
+                               "***",
+                               "?",
+                               "/",
+                               "//",
+                               "[ab]",
+                               "[!a]",
+                               "[^b]",
+                               "[a-b]",
+                               "[]a]",
+                               "[]-a]",
+                               "[a-]",
+                               "[b-a]",
+                               "[[:alpha:]",
+                               "[[:alpha:]]",
+                               "[![:digit:]]",
+                               "[[:none:]]",
+                               "[[:]",
+                               "[[::]]",
+                               "[a",
+                               "\\a",
+                               "\\",
+                               "\\ ",
+                               " ",
+                               "  ",
+                               "\t",
+                               "#",
+                               "\\#",
+                               "!",
+                               "\\!",
+                               "[\\]a]",
+                               "[\\",
+                               "*b",
+                               "a*",
+                               "**/",
+                               "/**",
+                               "/**/",
+                               "\\/",
+                               "[/]",
+                               "a/b",
+                               "\r",
+                               "\xC3\xA4",
+                               "[!\xC3]",
+                               "[[:alpha:]-b]",
+                               "[a-\\b]",
+                               std::string("\0", 1)};
+  std::string pattern = random() % 5 == 0 ? "!" : "";
+  for (auto pieces = random() % 5 + 1; pieces > 0; --pieces) pattern += one_of(random, PIECES);
+  return pattern;
+}
+
+std::string random_rules(Random& random) {
+  std::string text = random() % 10 == 0 ? "\xEF\xBB\xBF" : "";
+  for (auto lines = random() % 3 + 1; lines > 0; --lines) {
+    text += random_pattern(random) + (random() % 8 == 0 ? "\r\n" : "\n");
+  }
+  if (random() % 4 == 0) text.pop_back();
   return text;
 }
 
-TEST(IgnoreRules, AgreeWithGit) {
+TEST(FileList, FollowsOddPatternsAsGitDoes) {
+  const TemporaryFolder folder;
+  git(folder.path(), {"init", "-q"});
+  Random random(20240905);
+  for (int i = 0; i < 400; ++i) {
+    const std::string at = std::to_string(i) + "/";
+    for (const char* name : {"a", "b", "ab/a", "ab/b/a", "ab/ba", "#", "!", " ", "a ", "a.b", "]",
+                             "[a", "\\", "-", "\t", "b\r", "\xC3\xA4"}) {
+      folder.write(at + name, "");
+    }
+    folder.write(at + ".gitignore", random_rules(random));
+  }
+  // Each byte against each class, which no locale changes.
+  for (const std::string name : {"alnum", "alpha", "blank", "cntrl", "digit", "graph", "lower",
+                                 "print", "punct", "space", "upper", "xdigit"}) {
+    folder.write(name + "/.gitignore", "[[:" + name + ":]]\n");
+    for (char c = '\x01'; c != '\0'; ++c) {
+      if (c != '/' && c != '.') folder.write(name + "/" + c, "");
+    }
+  }
+  const Names expected = by_git(folder.path());
+  const Names files = list_files(folder.path()).files;
+  const auto [git, own] = std::ranges::mismatch(expected, files);
+  ASSERT_TRUE(git == expected.end() && own == files.end())
+      << "git: " << (git == expected.end() ? "" : *git)
+      << ", own: " << (own == files.end() ? "" : *own);
+}
+
+// Sets variables of the environment for one test.
+class Variables {
+ public:
+  void set(const std::string& name, const std::string& value) {
+    ::setenv(name.c_str(), value.c_str(), 1);
+    names_.push_back(name);
+  }
+  ~Variables() {
+    for (const std::string& name : names_) ::unsetenv(name.c_str());
+  }
+
+ private:
+  Names names_;
+};
+
+std::string random_file(Random& random) {
+  static const Names PARTS = {"a", "b", "ab", "-", "\xFF", "a\nb"};
+  std::string file;
+  for (auto depth = random() % 4; depth > 0; --depth) file += one_of(random, PARTS) + "/";
+  return file + one_of(random, PARTS) + one_of(random, Names{"", ".py", ".c"});
+}
+
+// Writes a file unless a file or folder stands in its way.
+void try_write(const TemporaryFolder& folder, const std::string& file) {
+  std::error_code taken;
+  fs::create_directories((folder.path() / file).parent_path(), taken);
+  if (!taken && !fs::exists(folder.path() / file)) folder.write(file, file);
+}
+
+TEST(FileList, IsGitsForEachKindOfIndex) {
+  const TemporaryFolder home;
+  Variables variables;
+  variables.set("XDG_CONFIG_HOME", home.path());
+  Random random(7);
+  for (int round = 0; round < 40; ++round) {
+    const TemporaryFolder folder, other;
+    const fs::path& top = folder.path();
+    const int kind = round % 8;
+    git(top, {"init", "-q", kind == 4 ? "--object-format=sha256" : "--object-format=sha1"});
+    for (int i = 0; i < 40; ++i) try_write(folder, random_file(random));
+    home.write("git/ignore", random_rules(random));
+    folder.write(".git/info/exclude", random_rules(random));
+    folder.write(".gitignore", random_rules(random));
+    // One that a sparse checkout leaves out is followed by git alone.
+    if (kind != 6 && fs::is_directory(top / "a")) {
+      folder.write("a/.gitignore", random_rules(random));
+    }
+
+    git(top, {"add", "-f", "*a*", ":(glob)**/b*"});
+    if (kind == 1 || kind == 2) git(top, {"update-index", "--index-version", "4"});
+    if (kind >= 2 && kind <= 4) git(top, {"update-index", "--split-index"});
+    git(top, {"commit", "-q", "-m", "files"});
+    // Changes that a split index keeps beside the shared one.
+    for (int i = 0; i < 4; ++i) {
+      const std::string added = "later" + std::to_string(i);
+      folder.write(added, "");
+      git(top, {"-c", "splitIndex.maxPercentChange=100", "add", "-f", added});
+    }
+    folder.write("later1", "another content");
+    git(top, {"-c", "splitIndex.maxPercentChange=100", "rm", "-rq", "--cached", "--ignore-unmatch",
+              "*ab*", "later0"});
+    git(top, {"-c", "splitIndex.maxPercentChange=100", "add", "-f", "later1"});
+    if (kind == 5) git(top, {"add", "-fN", "."});
+    if (kind == 6) {
+      git(top, {"sparse-checkout", "set", "--cone", "--sparse-index", "b"});
+    }
+    if (kind == 7) {
+      git(top, {"worktree", "add", "-q", (other.path() / "tree").string()});
+      git(top, {"init", "-q", "nested"});
+      folder.write("nested/x.py", "");
+      const std::string commit = git(top, {"rev-parse", "HEAD"}).substr(0, 40);
+      git(top, {"update-index", "--add", "--cacheinfo", "160000," + commit + ",module"});
+      folder.write("module/x.py", "");
+    }
+    fs::remove(top / "later2");
+
+    std::vector<fs::path> roots = {top};
+    if (kind == 7) roots.push_back(other.path() / "tree");
+    for (const char* below : {"a", "b", "a/b"}) {
+      if (fs::is_directory(top / below)) roots.push_back(top / below);
+    }
+    for (const fs::path& root : roots) {
+      Names expected = by_git(root);
+      Names files = list_files(root).files;
+      // Where git lists nothing, everything is listed. A sparse index names no files of the folders
+      // that are not there.
+      if (expected.empty()) continue;
+      if (kind == 6) {
+        for (Names* names : {&expected, &files}) {
+          std::erase_if(*names, [&](const std::string& file) { return !fs::exists(root / file); });
+        }
+      }
+      ASSERT_EQ(files, expected) << "round " << round << " in " << root;
+    }
+    if (kind == 7) {
+      const std::string reason = "it is another repository: index it by itself";
+      const std::vector<Skipped> skipped = list_files(top).skipped;
+      EXPECT_TRUE(std::ranges::count(skipped, Skipped{"module", reason, true}) == 1);
+    }
+  }
+}
+
+TEST(FileList, OutsideOfGitGoesIntoRepositories) {
+  const TemporaryFolder folder;
+  folder.write("one/x.py", "");
+  git(folder.path() / "one", {"init", "-q"});
+  EXPECT_EQ(list_files(folder.path()).files, Names{"one/x.py"});
+  // What is named like a repository and is none has no say.
+  folder.write("one/two/.git/HEAD", "");
+  folder.write("one/two/y.py", "");
+  folder.write("one/three/.git", "gitdir: nowhere\n");
+  folder.write("one/three/z.py", "");
+  EXPECT_EQ(list_files(folder.path() / "one").files, (Names{"three/z.py", "two/y.py", "x.py"}));
+}
+
+// Everything that a repository can have git run writes this file.
+class Trap {
+ public:
+  Trap() {
+    program_ = folder_.write("run", "#!/bin/sh\necho ran >" + marker().string() + "\n");
+    fs::permissions(program_, fs::perms::owner_all);
+  }
+  [[nodiscard]] std::string program() const { return program_; }
+  [[nodiscard]] bool went_off() const { return fs::exists(marker()); }
+  // A configuration that names it wherever a command that lists files may run something.
+  [[nodiscard]] std::string configuration() const {
+    return "[core]\n\trepositoryformatversion = 1\n\tfsmonitor = " + program() +
+           "\n\thooksPath = " + folder_.path().string() + "\n\texcludesFile = " + fifo() +
+           "\n[extensions]\n\tpartialClone = far\n[remote \"far\"]\n\turl = /\n\tpromisor = true\n"
+           "\tuploadpack = " +
+           program() + "\n";
+  }
+
+ private:
+  [[nodiscard]] fs::path marker() const { return folder_.path() / "marker"; }
+  [[nodiscard]] std::string fifo() const {
+    const fs::path path = folder_.path() / "fifo";
+    static_cast<void>(::mkfifo(path.c_str(), 0600));
+    return path;
+  }
+
+  const TemporaryFolder folder_;
+  std::string program_;
+};
+
+TEST(FileList, RunsNothingOfTheRepositoryAndMindsNoVariables) {
+  const Trap trap;
+  const TemporaryFolder folder, elsewhere;
+  const fs::path& top = folder.path();
+  folder.write("a.py", "");
+  folder.write("ignored.py", "");
+  git(top, {"init", "-q"});
+  git(top, {"add", "-f", "."});
+  // A sparse checkout of a partial clone: git would fetch the ignore file that is missing.
+  folder.write("sub/.gitignore", "x.py\n");
+  git(top, {"add", "."});
+  git(top, {"update-index", "--skip-worktree", "sub/.gitignore"});
+  fs::remove(top / "sub/.gitignore");
+  folder.write("sub/x.py", "");
+  folder.write(".gitignore", "ignored.py\nbuilt.py\n");
+  folder.write("built.py", "");
+  folder.write(".git/config", trap.configuration());
+  const Names expected = {".gitignore", "a.py", "ignored.py", "sub/.gitignore", "sub/x.py"};
+  EXPECT_EQ(list_files(top).files, expected);
+
+  // The same behind a file that points elsewhere.
+  fs::rename(top / ".git", elsewhere.path() / "moved");
+  folder.write(".git", "gitdir: " + (elsewhere.path() / "moved").string() + "\n");
+  EXPECT_EQ(list_files(top).files, expected);
+
+  // A folder that looks like a bare repository is a folder.
+  folder.write("bare/HEAD", "ref: refs/heads/main\n");
+  folder.write("bare/config", trap.configuration() + "[core]\n\tbare = false\n\tworktree = .\n");
+  folder.write("bare/objects/x", "");
+  folder.write("bare/refs/x", "");
+  EXPECT_EQ(list_files(top / "bare").files, (Names{"HEAD", "config", "objects/x", "refs/x"}));
+  fs::remove_all(top / "bare");
+
+  // What a hook inherits from the git that runs it.
+  const TemporaryFolder other;
+  other.write("b.py", "");
+  git(other.path(), {"init", "-q"});
+  git(other.path(), {"add", "."});
+  Variables variables;
+  variables.set("GIT_DIR", other.path() / ".git");
+  variables.set("GIT_WORK_TREE", other.path());
+  variables.set("GIT_INDEX_FILE", other.path() / ".git/index");
+  variables.set("GIT_CONFIG_COUNT", "2");
+  variables.set("GIT_CONFIG_KEY_0", "core.fsmonitor");
+  variables.set("GIT_CONFIG_VALUE_0", trap.program());
+  variables.set("GIT_CONFIG_KEY_1", "core.excludesFile");
+  variables.set("GIT_CONFIG_VALUE_1", other.write("all", "*\n"));
+  EXPECT_EQ(list_files(top).files, expected);
+  // Nor is git missed.
+  const std::string path = std::getenv("PATH");
+  ::setenv("PATH", "/nonexistent", 1);
+  EXPECT_EQ(list_files(top).files, expected);
+  ::setenv("PATH", path.c_str(), 1);
+  EXPECT_FALSE(trap.went_off());
+}
+
+TEST(FileList, UsesTheUsersOwnExcludes) {
+  const TemporaryFolder folder, home;
+  folder.write("a.py", "");
+  folder.write("b.py", "");
+  git(folder.path(), {"init", "-q"});
+  home.write("git/config", "[core]\n\texcludesFile = " + home.path().string() + "/link\n");
+  fs::create_symlink(home.write("mine", "b.py\n"), home.path() / "link");
+  Variables variables;
+  variables.set("XDG_CONFIG_HOME", home.path());
+  EXPECT_EQ(list_files(folder.path()).files, Names{"a.py"});
+}
+
+// Each of these would be read for ever, or elsewhere, or is a pattern for nothing.
+TEST(FileList, MindsOnlyOrdinaryIgnoreFiles) {
   const TemporaryFolder folder, outside;
-  for (const char* deep : {"a/b/a/", "a/b/", "a/ab/", "b/.a/", "a/", "b/", ""}) {
-    for (const char* name : {"a.py", "b", "ab", "#", "bb"}) {
-      const std::string file = std::string(deep) + name;
-      if (!fs::exists(folder.path() / file)) folder.write(file, "");
-    }
+  fs::create_directories(folder.path() / "folder/.gitignore");
+  for (const char* name : {"device", "fifo", "link", "large"}) {
+    fs::create_directories(folder.path() / name);
   }
-  const std::string at = "git -C " + folder.path().string();
-  ASSERT_EQ(std::system((at + " init -q").c_str()), 0);
-  std::mt19937 random(20240905);
-  for (int round = 0; round < 120; ++round) {
-    std::string rules;
-    for (const char* name : {".gitignore", "a/.gitignore", "a/b/.gitignore"}) {
-      rules += name + (":\n" + random_rules(random));
-      folder.write(name, rules.substr(rules.rfind(":\n") + 2));
-    }
-    const std::vector<std::string> by_git = list_files(folder.path()).files;
-    fs::rename(folder.path() / ".git", outside.path() / "git");
-    const std::vector<std::string> by_us = list_files(folder.path()).files;
-    fs::rename(outside.path() / "git", folder.path() / ".git");
-    // Where git ignores everything, our own rules are asked either way.
-    ASSERT_EQ(by_us, by_git) << rules;
+  fs::create_symlink("/dev/zero", folder.path() / "device/.gitignore");
+  ASSERT_EQ(::mkfifo((folder.path() / "fifo/.gitignore").c_str(), 0600), 0);
+  fs::create_symlink(outside.write("rules", "*\n"), folder.path() / "link/.gitignore");
+  folder.write("large/.gitignore", "*.py\n" + std::string((1U << 20U) + 1, '\n'));
+  Names expected;
+  for (const char* name : {"device", "fifo", "folder", "large", "link"}) {
+    folder.write(std::string(name) + "/a.py", "");
+    expected.push_back(std::string(name) + "/a.py");
   }
+  const FileList plain = list_files(folder.path());
+  git(folder.path(), {"init", "-q"});
+  for (const FileList& list : {plain, list_files(folder.path())}) {
+    Names files = list.files;
+    std::erase_if(files, [](const std::string& file) { return file.ends_with(".gitignore"); });
+    EXPECT_EQ(files, expected);
+    EXPECT_EQ(
+        list.skipped,
+        (std::vector<Skipped>{{"large/.gitignore", "it is too large to be followed", false}}));
+  }
+}
+
+// A path of stars that a name almost fits: the work is bounded for a pattern, and for the tree.
+TEST(FileList, BoundsTheWorkOfIgnoreRules) {
+  const TemporaryFolder folder;
+  const std::string name(200, 'a');
+  std::string stars;
+  for (int i = 0; i < 2'000; ++i) stars += "*a";
+  std::string rules;
+  while (rules.size() < 1'000'000) rules += "[a]" + stars + "[b]\n";
+  folder.write(".gitignore", rules);
+  folder.write(name, "");
+  for (int i = 0; i < 20; ++i) folder.write("deep/" + std::to_string(i) + name, "");
+  for (int i = 0; i < 20; ++i) {
+    folder.write(std::to_string(i) + "/.gitignore", rules);
+    folder.write(std::to_string(i) + "/x", "");
+  }
+  const FileList list = list_files(folder.path());
+  ASSERT_EQ(list.skipped.size(), 1U);
+  EXPECT_EQ(list.skipped[0].reason, "the ignore rules of the tree take too much work");
+}
+
+TEST(FileList, TellsOfPathsBeyondTheSystemsLimit) {
+  const TemporaryFolder folder;
+  folder.write("a.py", "");
+  const fs::path start = fs::current_path();
+  const std::string name(250, 'd');
+  fs::current_path(folder.path());
+  for (int i = 0; i < 30; ++i) {  // in all 7,500 characters
+    fs::create_directory(name);
+    fs::current_path(name);
+  }
+  fs::current_path(start);
+  const FileList list = list_files(folder.path());
+  EXPECT_EQ(list.files, Names{"a.py"});
+  ASSERT_EQ(list.skipped.size(), 1U);
+  EXPECT_EQ(list.skipped[0].reason, "its path is too long");
+  EXPECT_TRUE(list.skipped[0].is_folder);
 }
 
 }  // namespace

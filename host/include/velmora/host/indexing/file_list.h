@@ -33,8 +33,8 @@ struct FileList {
 // index, info/exclude and the pointers to these are. The list is the same whoever owns the folder,
 // whatever variables are git's, and without git on the machine; where there is git, it is asked for
 // the user's own core.excludesFile, outside of any repository. Names are compared by their bytes.
-// Of ignore rules those are followed that stand in regular files of at most 1 MiB; a .gitignore that
-// a sparse checkout leaves out counts for nothing.
+// Of ignore rules those are followed that stand in regular files of at most 1 MiB; a .gitignore
+// that a sparse checkout leaves out counts for nothing.
 //
 // Throws std::filesystem::filesystem_error when `root` cannot be read.
 [[nodiscard]] FileList list_files(const std::filesystem::path& root);
