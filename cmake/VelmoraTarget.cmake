@@ -10,6 +10,11 @@ function(velmora_target name)
   if(VELMORA_WERROR)
     target_compile_options(${name} PRIVATE -Werror)
   endif()
+  velmora_sanitize(${name})
+endfunction()
+
+# velmora_sanitize(NAME): the sanitizers of the build, for C too.
+function(velmora_sanitize name)
   if(VELMORA_SANITIZE)
     target_compile_options(${name} PRIVATE -fsanitize=${VELMORA_SANITIZE} -fno-omit-frame-pointer
                                            -fno-sanitize-recover=all

@@ -25,7 +25,7 @@ if command -v flock >/dev/null; then
   flock 9
 fi
 
-state=$(cd "$sources" && cat package.json package-lock.json CMakeLists.txt | cksum)
+state=$(cd "$sources" && cat package.json package-lock.json CMakeLists.txt ./*.patch | cksum)
 if [ -f "$build/libvelmora_grammars.a" ] && [ "$(cat "$build/state" 2>/dev/null)" = "$state" ]; then
   exit 0
 fi
@@ -42,6 +42,12 @@ mkdir -p "$build/packages"
 cp "$sources/package.json" "$sources/package-lock.json" "$sources/.npmrc" "$build/packages/"
 (cd "$build/packages" && npm ci >"$build/log" 2>&1) ||
   fail "npm could not install the grammars; the first time needs the network."
+
+# Each patch says what it mends. A new version of a grammar may have no need of its patch.
+for patch in "$sources"/*.patch; do
+  (cd "$build/packages/node_modules" && patch --strip=0 --batch --fuzz=0 <"$patch" >"$build/log" 2>&1) ||
+    fail "${patch##*/} does not fit the grammar that was fetched; is it still needed?"
+done
 
 echo "Building the grammars" >&2
 {

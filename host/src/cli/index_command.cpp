@@ -23,7 +23,7 @@
 #include "indexing/folder_watch.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
-#include "velmora/host/indexing/extract.h"
+#include "velmora/host/indexing/languages.h"
 #include "velmora/host/indexing/refresh.h"
 
 namespace velmora::host::cli {
@@ -84,6 +84,7 @@ struct IndexOptions {
   std::uintmax_t largest_file = indexing::ScanOptions().largest_file;
   bool no_wait = false;
   bool watch = false;
+  bool retry = false;
   EmbeddingOptions embedding;
   bool embed = false;
   ServerEmbeddingOptions server;
@@ -121,9 +122,11 @@ std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
     check();
     line.show([&](double seconds) { return progress_text(now, seconds); });
   };
-  indexing::RefreshReport report = indexing::refresh(
-      folder, *index::Index::open_or_create(file),
-      {.largest_file = options.largest_file, .model = std::move(model), .progress = show});
+  indexing::RefreshReport report = indexing::refresh(folder, *index::Index::open_or_create(file),
+                                                     {.largest_file = options.largest_file,
+                                                      .retry = options.retry,
+                                                      .model = std::move(model),
+                                                      .progress = show});
   return {std::move(report), Clock::now() - start};
 }
 
@@ -190,6 +193,8 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
       ->type_name("BYTES");
   command->add_flag("--no-wait", options->no_wait,
                     "Fail at once when another velmora is indexing; exit code 3");
+  command->add_flag("--retry", options->retry,
+                    "Read files again that were left out because parsing them took too much");
   command->add_flag("--watch", options->watch,
                     "Go on: bring the index up to date whenever files change, until Ctrl-C");
   add_embedding_options(*command, options->embedding,

@@ -4,16 +4,14 @@
 #include <array>
 #include <utility>
 
-#include "indexing/c_macros.h"
 #include "indexing/declaration.h"
+#include "indexing/names.h"
 
 namespace velmora::host::indexing {
 namespace {
 
 using Role = Enclosing::Role;
 
-// "int a, b, c" declares three; nobody writes more than these in one declaration by hand.
-constexpr std::size_t MOST_DECLARATORS = 64;
 
 bool is_header(std::string_view path) {
   const std::string_view extension = path.substr(std::min(path.rfind('.'), path.size()));
@@ -197,7 +195,7 @@ void describe_function(const Declarator& declarator, const Specifiers& specifier
   const bool member = type != nullptr || (!declarator.qualifier.empty() &&
                                           !names_namespace(declarator.qualifier, source));
   // TEST(Suite, Case) { ... }: what the macro defines is named by its arguments.
-  if (!member && specifiers.is_typeless && is_macro_name(declarator.name) &&
+  if (!member && specifiers.is_typeless && is_in_capitals(declarator.name) &&
       declarator.suffix.size() > 2 && declarator.suffix.front() == '(') {
     const std::string_view arguments =
         std::string_view(declarator.suffix).substr(1, declarator.suffix.size() - 2);
@@ -318,7 +316,7 @@ void describe_macro(const Found& found, std::span<const Enclosing> enclosing, co
     macro.signature = source.line(parameters);
   } else if (ts_node_is_null(value)) {
     const bool guard = std::ranges::any_of(enclosing, [&](const Enclosing& e) {
-      return e.role == Role::guard && e.name == macro.name;
+      return e.role == Role::condition && e.name == macro.name;
     });
     if (guard) return;
   } else if (ts_node_end_byte(value) - ts_node_start_byte(value) <= LONGEST_VALUE) {

@@ -4,13 +4,16 @@
 #include <array>
 #include <cstddef>
 
+#include "indexing/names.h"
+
 namespace velmora::host::indexing {
 namespace {
 
 // Arguments longer than this are left alone; the bound keeps a line full of brackets cheap.
 constexpr std::size_t LONGEST_ARGUMENTS = 200;
+// More macros behind a declaration are left alone: each of their brackets is looked behind too.
+constexpr std::size_t MOST_TRAILING = 16;
 
-constexpr std::string_view CAPITALS = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr std::string_view BLANKS = " \t\r";
 
 bool is_word(char c) {
@@ -71,7 +74,7 @@ class Blanker {
     const std::size_t start = at;
     while (true) {
       const std::string_view word = word_at(at);
-      if (!is_macro_name(word)) break;
+      if (!is_in_capitals(word)) break;
       const std::size_t end = skip_arguments(skip(at + word.size()));
       const bool no_type = is_decoration_name(word) || text_[end - 1] == ')';
       if (!opens_declaration(skip(end), no_type)) break;
@@ -100,7 +103,7 @@ class Blanker {
     // A type may stand on the line above its function's name.
     const std::string_view word = word_at(next);
     const std::size_t open = skip(next + word.size());
-    return no_type || open >= text_.size() || text_[open] != '(' || is_macro_name(word);
+    return no_type || open >= text_.size() || text_[open] != '(' || is_in_capitals(word);
   }
 
   // "EXPORT Name" and "Name VISIBILITY(default)" at `at`, behind "class" or "namespace".
@@ -108,7 +111,7 @@ class Blanker {
     const std::string_view macro = word_at(at);
     const std::size_t after = skip(skip_arguments(at + macro.size()));
     const std::string_view name = word_at(after);
-    if (is_macro_name(macro) && !name.empty() && name != "final") {
+    if (is_in_capitals(macro) && !name.empty() && name != "final") {
       blank(at, after);
       at = after;
     }
@@ -119,7 +122,9 @@ class Blanker {
   // body, or the end of the declaration. Returns the place behind them.
   std::size_t trailing(std::size_t at) {
     const std::size_t start = at;
-    while (is_macro_name(word_at(at))) at = skip(skip_arguments(at + word_at(at).size()));
+    for (std::size_t i = 0; i < MOST_TRAILING && is_in_capitals(word_at(at)); ++i) {
+      at = skip(skip_arguments(at + word_at(at).size()));
+    }
     if (!at_line_end(at) && std::string_view("{;:=").find(text_[at]) == text_.npos) return start;
     blank(start, at);
     return at;
@@ -160,11 +165,6 @@ class Blanker {
 };
 
 }  // namespace
-
-bool is_macro_name(std::string_view name) {
-  return name.size() > 1 && name.find_first_of(CAPITALS) != name.npos &&
-         std::ranges::all_of(name, [](char c) { return is_word(c) && !(c >= 'a' && c <= 'z'); });
-}
 
 std::string blank_macros(std::string_view source) { return Blanker(source).run(); }
 

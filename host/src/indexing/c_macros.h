@@ -6,9 +6,6 @@
 
 namespace velmora::host::indexing {
 
-// Whether `name` is in capitals, as macros are written.
-[[nodiscard]] bool is_macro_name(std::string_view name);
-
 // The source with macros that decorate declarations replaced by spaces: alone on a line, in front
 // of a declaration, next to the name of a class or namespace, behind the parameters of a function.
 // A parser does not see what they expand to, and what it makes of them would spoil the definitions

@@ -7,6 +7,11 @@
 
 namespace velmora::host::indexing {
 
+Comments::Comments(const Language& language, const Source& source)
+    : language_(language),
+      source_(source),
+      first_(source.original.find_first_not_of(" \t\r\n\xEF\xBB\xBF")) {}
+
 std::optional<std::string> Comments::above(std::uint32_t place) const {
   const auto& comments = source_.comments;
   auto next = std::ranges::upper_bound(comments, place, {}, &Range::end);
@@ -33,13 +38,13 @@ std::string_view Comments::text(Range range) const {
   return source_.original.substr(range.start, range.end - range.start);
 }
 
-// Nothing but blanks, and no empty line, between two places.
+// Nothing but blanks, and no empty line, between two places. Looked at from behind: what is near
+// the second place decides, however far the first one is.
 bool Comments::adjoins(std::uint32_t from, std::uint32_t to) const {
-  const Range between{from, to};
   const std::string_view parsed = source_.text.substr(from, to - from);
-  if (parsed.find_first_not_of(" \t\r\n\f\v") != std::string_view::npos) return false;
+  if (parsed.find_last_not_of(" \t\r\n\f\v") != std::string_view::npos) return false;
   bool empty_line = false;  // since the last line break
-  for (const char c : text(between)) {
+  for (const char c : text({from, to})) {
     if (c == '\n' && empty_line) return false;
     empty_line = c == '\n' || (empty_line && (c == ' ' || c == '\t' || c == '\r'));
   }
@@ -56,9 +61,7 @@ bool Comments::stands_first(std::uint32_t place) const {
 
 // Nothing stands above it in the file, but for a line that names an interpreter.
 bool Comments::is_top(std::uint32_t place) const {
-  const std::string_view before = source_.original.substr(0, place);
-  return before.starts_with("#!") ||
-         before.find_first_not_of(" \t\r\n\xEF\xBB\xBF") == std::string_view::npos;
+  return source_.original.starts_with("#!") || place <= first_;
 }
 
 }  // namespace velmora::host::indexing

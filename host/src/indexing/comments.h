@@ -1,6 +1,7 @@
 // The comments of a file, and what they document.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -14,7 +15,7 @@ namespace velmora::host::indexing {
 class Comments {
  public:
   // Both have to outlive it.
-  Comments(const Language& language, const Source& source) : language_(language), source_(source) {}
+  Comments(const Language& language, const Source& source);
 
   // The prose of the comment right above, or in front of, a place of the file: a block comment, or
   // line comments one below the other. Nothing when it is a licence or speaks to tools only.
@@ -31,6 +32,7 @@ class Comments {
 
   const Language& language_;
   const Source& source_;
+  const std::size_t first_;  // the place of the first character
   std::uint32_t start_ = 0;
 };
 

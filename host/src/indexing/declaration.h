@@ -3,6 +3,7 @@
 
 #include <tree_sitter/api.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -12,6 +13,10 @@
 #include "indexing/language.h"
 
 namespace velmora::host::indexing {
+
+// "int a, b, c" declares three; nobody writes more than these in one declaration by hand. What they
+// share, a type or a comment, counts once for each.
+inline constexpr std::size_t MOST_DECLARATORS = 64;
 
 // A constant's value that takes more room than this, in bytes, is content, not signature.
 inline constexpr std::uint32_t LONGEST_VALUE = 120;

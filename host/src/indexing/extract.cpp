@@ -7,15 +7,17 @@
 #include <tree_sitter/api.h>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
 
 #include "indexing/comments.h"
-#include "indexing/extraction_version.h"
 #include "indexing/language.h"
 #include "indexing/parsed_file.h"
 #include "indexing/secrets.h"
@@ -24,9 +26,10 @@
 namespace velmora::host::indexing {
 namespace {
 
-// Deeper or longer than people write; the limits bound the length of qualified names.
+// Deeper or longer than people write.
 constexpr std::size_t DEEPEST_SCOPE = 64;
-constexpr std::size_t LONGEST_NAME = 1024;
+constexpr std::size_t LONGEST_NAME = 1024;  // qualified
+constexpr std::size_t LONGEST_SIGNATURE = 16384;
 
 // Patterns that wait for a child at once: deep nesting must not make the query slow.
 constexpr std::uint32_t MOST_OPEN_MATCHES = 64;
@@ -45,26 +48,15 @@ struct Deleter {
 using Cursor = std::unique_ptr<TSQueryCursor, Deleter<ts_query_cursor_delete>>;
 using QueryPtr = std::unique_ptr<TSQuery, Deleter<ts_query_delete>>;
 
+using Role = Enclosing::Role;
+
 // What a capture's name says of a node.
-enum class Mark {
-  definition,
-  name,
-  last,
-  package,
-  chapter,
-  scope,
-  type,
-  wrapper,
-  friends,
-  guard,
-  local,
-  attribute,
-  comment
-};
+enum class Mark { definition, enclosing, name, last, package, chapter, attribute, comment };
 
 struct Capture {
   Mark mark = Mark::name;
-  std::string kind;  // of a definition
+  Role role = Role::local;  // of what encloses
+  std::string kind = {};    // of a definition
 };
 
 // A language's compiled query; any thread may use it.
@@ -76,15 +68,20 @@ struct Query {
 Capture read_capture(std::string_view name) {
   constexpr std::string_view DEFINITION = "definition.";
   if (name.starts_with(DEFINITION)) {
-    return {Mark::definition, std::string(name.substr(DEFINITION.size()))};
+    return {.mark = Mark::definition, .kind = std::string(name.substr(DEFINITION.size()))};
+  }
+  constexpr std::pair<std::string_view, Role> ROLES[] = {
+      {"scope", Role::scope},         {"type", Role::type},      {"wrapper", Role::wrapper},
+      {"group", Role::group},         {"friend", Role::friends}, {"singleton", Role::singleton},
+      {"condition", Role::condition}, {"local", Role::local}};
+  for (const auto& [word, role] : ROLES) {
+    if (word == name) return {.mark = Mark::enclosing, .role = role};
   }
   constexpr std::pair<std::string_view, Mark> MARKS[] = {
-      {"last", Mark::last},       {"name", Mark::name},           {"chapter", Mark::chapter},
-      {"package", Mark::package}, {"scope", Mark::scope},         {"type", Mark::type},
-      {"wrapper", Mark::wrapper}, {"friend", Mark::friends},      {"guard", Mark::guard},
-      {"local", Mark::local},     {"attribute", Mark::attribute}, {"comment", Mark::comment}};
+      {"name", Mark::name},       {"last", Mark::last},           {"package", Mark::package},
+      {"chapter", Mark::chapter}, {"attribute", Mark::attribute}, {"comment", Mark::comment}};
   for (const auto& [word, mark] : MARKS) {
-    if (word == name) return {mark, {}};
+    if (word == name) return {.mark = mark};
   }
   throw std::logic_error("unknown capture in a query: " + std::string(name));
 }
@@ -119,7 +116,8 @@ const Query& query_of(const Language& language) {
 }
 
 struct Item {
-  Mark mark = Mark::local;
+  Mark mark = Mark::enclosing;
+  Role role = Role::local;
   std::string_view kind;
   TSNode node{};
   TSNode name{};
@@ -127,12 +125,12 @@ struct Item {
   Range range;
 };
 
-// The matches of the query, those that begin earlier first, then those that enclose others, then
-// those of the patterns that stand first in the query.
-std::vector<Item> find_items(const Query& query, TSNode root, const Deadline& deadline) {
+// The matches of the query but for comments, those that begin earlier first, then those that
+// enclose others, then those of the patterns that stand first in the query. Comments and the names
+// of scopes go to `source`.
+std::vector<Item> find_items(const Query& query, TSNode root, Source& source) {
   const Cursor cursor(ts_query_cursor_new());
   ts_query_cursor_set_match_limit(cursor.get(), MOST_OPEN_MATCHES);
-  ts_query_cursor_set_timeout_micros(cursor.get(), deadline.left());
   ts_query_cursor_exec(cursor.get(), query.query.get(), root);
   std::vector<std::pair<std::uint16_t, Item>> found;
   TSQueryMatch match;
@@ -146,15 +144,26 @@ std::vector<Item> find_items(const Query& query, TSNode root, const Deadline& de
         item.last = match.captures[i].node;
       } else {
         item.mark = capture.mark;
+        item.role = capture.role;
         item.kind = capture.kind;
         item.node = match.captures[i].node;
         item.range = range_of(item.node);
       }
     }
-    if (item.range.start < item.range.end) found.emplace_back(match.pattern_index, item);
+    if (item.range.start >= item.range.end) continue;
+    if (item.mark == Mark::comment) {
+      // Some grammars take the line break along.
+      Range& comment = item.range;
+      while (comment.end > comment.start && source.text[comment.end - 1] == '\n') --comment.end;
+      source.comments.push_back(comment);
+      continue;
+    }
+    if (item.mark == Mark::enclosing && item.role == Role::scope) {
+      source.scopes.emplace(source.raw(item.name));
+    }
+    found.emplace_back(match.pattern_index, item);
   }
-  // A cursor that ran out of time ends like one that is done.
-  deadline.check();
+  std::ranges::sort(source.comments, {}, &Range::start);
   std::ranges::stable_sort(found, {}, [](const auto& entry) {
     return std::tuple(entry.second.range.start, ~entry.second.range.end, entry.first);
   });
@@ -167,7 +176,10 @@ std::vector<Item> find_items(const Query& query, TSNode root, const Deadline& de
 class Extraction {
  public:
   Extraction(const Language& language, const Source& source)
-      : language_(language), source_(source), comments_(language, source) {
+      : language_(language),
+        source_(source),
+        comments_(language, source),
+        room_(most_symbol_bytes(source.original.size())) {
     if (language.module != nullptr) module_ = language.module(source.path);
   }
 
@@ -189,28 +201,27 @@ class Extraction {
     symbol.name = symbol.fqn.substr(stop == std::string::npos ? 0 : stop + 1);
     symbol.signature = symbol.fqn;
     symbol.docstring = std::move(found->text);
-    symbols_.push_back(std::move(symbol));
+    add(std::move(symbol));
   }
 
-  void walk(const std::vector<Item>& items, const Deadline& deadline) {
+  void walk(const std::vector<Item>& items) {
     TSNode last{};
     for (const Item& item : items) {
-      deadline.check();
       while (!open_.empty() && open_.back().range.end <= item.range.start) open_.pop_back();
-      if (!open_.empty() && open_.back().role == Enclosing::Role::local) continue;
+      if (!open_.empty() && open_.back().role == Role::local) continue;
       if (item.mark == Mark::definition) {
         // Two patterns may find one node: the first in the query is the one that counts.
         if (!ts_node_is_null(last) && ts_node_eq(last, item.node)) continue;
         last = item.node;
         define(item);
       } else if (item.mark == Mark::package) {
-        // What follows in the file is in this scope.
-        module_ = join(module_, source_.line(item.name));
+        // What follows in the file is in this scope. Names beyond the longest count for nothing.
+        if (module_.size() <= LONGEST_NAME) module_ = join(module_, source_.line(item.name));
       } else if (item.mark == Mark::chapter) {
         // The same, but it ends what another one began.
         module_ = source_.line(item.name);
       } else if (item.mark == Mark::attribute) {
-        attributes_.push_back(item.node);
+        attributes_.push_back(item);
       } else {
         open(item);
       }
@@ -226,31 +237,10 @@ class Extraction {
   }
 
  private:
-  using Role = Enclosing::Role;
-
   void open(const Item& item) {
-    Enclosing around{.range = item.range, .start_row = ts_node_start_point(item.node).row};
+    Enclosing around{
+        .role = item.role, .range = item.range, .start_row = ts_node_start_point(item.node).row};
     if (!ts_node_is_null(item.name)) around.name = source_.line(item.name);
-    switch (item.mark) {
-      case Mark::scope:
-        around.role = Role::scope;
-        break;
-      case Mark::type:
-        around.role = Role::type;
-        break;
-      case Mark::wrapper:
-        around.role = Role::wrapper;
-        break;
-      case Mark::friends:
-        around.role = Role::friends;
-        break;
-      case Mark::guard:
-        around.role = Role::guard;
-        break;
-      default:
-        around.role = Role::local;
-        break;
-    }
     push(std::move(around));
   }
 
@@ -279,24 +269,45 @@ class Extraction {
       start = {.row = around.start_row, .column = 0};
       start_byte = around.range.start;
     }
-    for (std::size_t i = attributes_.size(); i > 0; --i) {
-      const Range attribute = range_of(attributes_[i - 1]);
-      if (attribute.end > start_byte || !source_.line(Range{attribute.end, start_byte}).empty())
-        break;
-      start = ts_node_start_point(attributes_[i - 1]);
-      start_byte = attribute.start;
+    // None of those before this definition can stand right before a later one.
+    while (!attributes_.empty() && attributes_.back().range.end <= item.range.start) {
+      const Item& attribute = attributes_.back();
+      if (attribute.range.end <= start_byte &&
+          source_.is_blank({attribute.range.end, start_byte})) {
+        start = ts_node_start_point(attribute.node);
+        start_byte = attribute.range.start;
+      }
+      attributes_.pop_back();
     }
     const std::optional<std::string> above = comments_.above(start_byte);
     for (Declared& one : declared) {
-      if (one.name.empty() || one.name.size() + one.qualifier.size() > LONGEST_NAME) continue;
+      if (one.name.empty()) continue;
       index::Symbol symbol = place(start, ts_node_is_null(item.last) ? item.node : item.last);
       name(one, symbol);
+      if (symbol.fqn.size() > LONGEST_NAME) continue;
       symbol.docstring = one.docstring ? one.docstring : above;
-      symbols_.push_back(std::move(symbol));
+      add(std::move(symbol));
     }
     if (std::ranges::find(SCOPED_KINDS, kind) != std::end(SCOPED_KINDS)) {
       push({.role = Role::type, .range = item.range, .name = scope});
     }
+  }
+
+  void add(index::Symbol symbol) {
+    if (symbol.signature->size() > LONGEST_SIGNATURE) {
+      // Not within a character.
+      std::size_t end = LONGEST_SIGNATURE;
+      while (end > 0 && (static_cast<unsigned char>((*symbol.signature)[end]) & 0xC0U) == 0x80U) {
+        --end;
+      }
+      symbol.signature->resize(end);
+    }
+    const std::size_t bytes = SYMBOL_OVERHEAD + symbol.fqn.size() + symbol.name.size() +
+                              symbol.kind.size() + symbol.signature->size() +
+                              (symbol.docstring ? symbol.docstring->size() : 0);
+    if (bytes > room_) throw TooManySymbolsError("its symbols take too much room");
+    room_ -= bytes;
+    symbols_.push_back(std::move(symbol));
   }
 
   void name(Declared& declared, index::Symbol& symbol) const {
@@ -351,42 +362,26 @@ class Extraction {
   Comments comments_;
   std::string module_;
   std::vector<Enclosing> open_;
-  std::vector<TSNode> attributes_;  // those that stand before what they belong to, so far
+  std::vector<Item> attributes_;  // those that stand before what they belong to, so far
   std::vector<index::Symbol> symbols_;
+  std::size_t room_;  // that the symbols may still take
 };
 
 }  // namespace
 
-constinit const std::string_view EXTRACTION_VERSION = VERSION;
-
-void load_query(const Language& language) { static_cast<void>(query_of(language)); }
-
-std::vector<index::Symbol> find_symbols(const ParsedFile& parsed, const Deadline& deadline) {
+std::vector<index::Symbol> find_symbols(const ParsedFile& parsed) {
   const Language& language = parsed.language();
   Source file{.path = parsed.path(), .original = parsed.source(), .text = parsed.text()};
-  std::vector<Item> items = find_items(query_of(language), parsed.root(), deadline);
-  for (const Item& item : items) {
-    if (item.mark == Mark::comment) {
-      // Some grammars take the line break along.
-      Range comment = item.range;
-      while (comment.end > comment.start && file.text[comment.end - 1] == '\n') --comment.end;
-      file.comments.push_back(comment);
-    }
-    if (item.mark == Mark::scope) file.scopes.emplace(file.raw(item.name));
-  }
-  std::erase_if(items, [](const Item& item) { return item.mark == Mark::comment; });
-
+  const std::vector<Item> items = find_items(query_of(language), parsed.root(), file);
   Extraction extraction(language, file);
   extraction.add_module(parsed.root());
-  extraction.walk(items, deadline);
+  extraction.walk(items);
   return extraction.take();
 }
 
 std::vector<index::Symbol> extract_symbols(std::string_view language, std::string_view path,
-                                           std::string_view source, const ExtractOptions& options) {
-  load_query(language_named(language, path));
-  const Deadline deadline(options.timeout);
-  return find_symbols(ParsedFile(language, path, source, deadline), deadline);
+                                           std::string_view source) {
+  return find_symbols(ParsedFile(language, path, source));
 }
 
 }  // namespace velmora::host::indexing

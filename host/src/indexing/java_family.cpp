@@ -29,6 +29,7 @@ void describe_constants(TSNode declaration, const Source& source, std::vector<De
     type = source.line(node);
   }
   for (const Child& child : children(declaration)) {
+    if (out.size() == MOST_DECLARATORS) break;
     if (type_of(child.node) != "variable_declarator") continue;
     const TSNode name = field(child.node, "name");
     if (ts_node_is_null(name)) continue;

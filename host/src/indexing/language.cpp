@@ -1,34 +1,18 @@
 #include "indexing/language.h"
 
-#include <algorithm>
-
 #include "indexing/languages.h"
-#include "velmora/host/indexing/extract.h"
 
 namespace velmora::host::indexing {
 
-const Language* find_language(std::string_view name) {
-  const auto found = std::ranges::find(languages::ALL, name, &Language::name);
-  return found == std::end(languages::ALL) ? nullptr : *found;
-}
-
-const Language* language_of(std::string_view path) {
-  const std::string_view file = path.substr(path.rfind('/') + 1);
-  const std::size_t dot = file.rfind('.');
-  if (dot == std::string_view::npos) return nullptr;
-  const auto found = std::ranges::find_if(languages::ALL, [&](const Language* language) {
-    return std::ranges::find(language->extensions, file.substr(dot)) != language->extensions.end();
-  });
-  return found == std::end(languages::ALL) ? nullptr : *found;
-}
-
-std::vector<std::string_view> language_titles() {
-  std::vector<std::string_view> titles;
-  for (const Language* language : languages::ALL) titles.push_back(language->title);
-  std::ranges::sort(titles);
-  // Dialects share a title.
-  titles.erase(std::unique(titles.begin(), titles.end()), titles.end());
-  return titles;
+const Language* find_language(std::string_view name, std::string_view path) {
+  const Language* found = nullptr;
+  for (const Language* language : languages::ALL) {
+    if (language->name != name) continue;
+    const bool is_dialect = !language->extension.empty();
+    if (is_dialect && path.ends_with(language->extension)) return language;
+    if (!is_dialect) found = language;
+  }
+  return found;
 }
 
 }  // namespace velmora::host::indexing

@@ -25,10 +25,19 @@ struct Found {
 
 // Something that encloses a definition.
 struct Enclosing {
-  enum class Role { scope, type, wrapper, friends, guard, local };
+  enum class Role {
+    scope,      // a namespace
+    type,       // a class, or what else may have methods
+    wrapper,    // begins with what belongs to the definition in it: a decorator, "export"
+    group,      // a wrapper around several: each begins at its own name
+    friends,    // "friend": what is in it belongs to the scope around the class
+    singleton,  // "class << self"
+    condition,  // "#ifdef"; the name that it asks for may be the guard of the file
+    local       // what is in it does not count
+  };
   Role role = Role::scope;
   Range range = {};
-  std::string name = {};  // of a scope, a type or a guard
+  std::string name = {};  // of a scope, a type, a singleton or a condition
   std::uint32_t start_row = 0;
   bool used = false;  // a wrapper that has found the definition it stands before
 };
@@ -60,9 +69,8 @@ using Describe = void (*)(const Found& found, std::span<const Enclosing> enclosi
                           const Source& source, std::vector<Declared>& out);
 
 struct Language {
-  std::string_view name;                         // as the index stores it
-  std::string_view title;                        // as people write it
-  std::span<const std::string_view> extensions;  // with the dot; case counts
+  std::string_view name;            // as the index stores it
+  std::string_view extension = {};  // of a dialect: its files alone are read so
   const TSLanguage* (*grammar)();
   std::span<const std::string_view> queries;  // one after the other
   std::string_view separator;  // between the parts of a qualified name; empty: names are not scoped
@@ -82,11 +90,7 @@ struct Language {
 // The markers of line comments in most languages.
 inline constexpr std::string_view SLASH_COMMENTS[] = {"///", "//!", "//"};
 
-// The language named so, or null.
-[[nodiscard]] const Language* find_language(std::string_view name);
-
-// The language that the extension of `path` tells, or null. A .h file is "c" here: what it really
-// is depends on the files around it.
-[[nodiscard]] const Language* language_of(std::string_view path);
+// The language named so, in the dialect that the path tells, or null.
+[[nodiscard]] const Language* find_language(std::string_view name, std::string_view path);
 
 }  // namespace velmora::host::indexing

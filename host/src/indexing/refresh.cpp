@@ -7,6 +7,7 @@
 
 #include "velmora/host/embedding/symbol_text.h"
 #include "velmora/host/embedding/symbol_vectors.h"
+#include "velmora/host/indexing/languages.h"
 #include "velmora/logging.h"
 
 namespace velmora::host::indexing {
@@ -101,7 +102,8 @@ RefreshReport refresh(const std::filesystem::path& root, index::Index& index,
     const bool same_extraction = update.extraction() == EXTRACTION_VERSION;
     RepositoryScan scan(root, {.largest_file = options.largest_file,
                                .known = &update.files(),
-                               .parse_known = !same_extraction});
+                               .parse_known = !same_extraction,
+                               .retry = options.retry});
     report = apply(scan, options, update);
     if (!same_extraction) update.set_extraction(EXTRACTION_VERSION);
   });

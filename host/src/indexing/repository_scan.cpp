@@ -8,10 +8,12 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <unordered_map>
 #include <utility>
 
 #include "indexing/header_language.h"
-#include "indexing/language.h"
+#include "indexing/language_names.h"
+#include "indexing/parse_worker.h"
 #include "indexing/source_file.h"
 
 namespace velmora::host::indexing {
@@ -42,12 +44,19 @@ class RepositoryScan::Impl {
     files_ = std::move(list.files);
     skipped_folders_ = std::move(list.skipped);
     std::erase_if(files_, [&](const std::string& file) {
-      if (language_of(file) != nullptr) return false;
+      if (!language_of(file).empty()) return false;
       if (is_link_to_folder(root / file)) {
         skipped_folders_.push_back({file, reason_of_link(root, file), true});
       }
       return true;
     });
+    if (options.retry && options.known != nullptr) {
+      // What is not known is read.
+      retried_ = *options.known;
+      std::erase_if(retried_,
+                    [](const auto& file) { return is_parse_verdict(file.second.skipped); });
+      options_.known = &retried_;
+    }
     headers_.emplace(files_);
     outcomes_.resize(files_.size());
     unsigned threads = options.threads;
@@ -81,6 +90,7 @@ class RepositoryScan::Impl {
   }
 
   void work(const std::stop_token& stop) {
+    ParseWorker worker(options_.parse_worker, options_.limits);
     while (true) {
       std::size_t file = 0;
       {
@@ -90,7 +100,7 @@ class RepositoryScan::Impl {
         if (!more || started_ == files_.size()) return;
         file = started_++;
       }
-      Outcome outcome = read(files_[file]);
+      Outcome outcome = read(files_[file], worker);
       {
         const std::lock_guard lock(mutex_);
         outcomes_[file] = std::move(outcome);
@@ -100,16 +110,16 @@ class RepositoryScan::Impl {
     }
   }
 
-  Outcome read(const std::string& file) const {
+  Outcome read(const std::string& file, ParseWorker& worker) const {
     Outcome outcome;
     try {
-      const bool header = file.ends_with(".h");
-      const std::string_view expected =
-          header && headers_->among_cpp(file) ? "cpp" : language_of(file)->name;
+      const std::string_view language = language_of(file);
+      const bool header = is_built_in("cpp") && file.ends_with(".h");
+      const std::string_view expected = header && headers_->among_cpp(file) ? "cpp" : language;
       std::optional<LookedAt> looked = look_at(root_, file, expected, options_);
       if (looked) {
         outcome.scanned = std::move(looked->scanned);
-        parse(looked->content, header, *outcome.scanned);
+        parse(looked->content, header, *outcome.scanned, worker);
       }
     } catch (...) {
       outcome.error = std::current_exception();
@@ -117,25 +127,22 @@ class RepositoryScan::Impl {
     return outcome;
   }
 
-  void parse(std::string_view source, bool header, ScannedFile& scanned) const {
+  static void parse(std::string_view source, bool header, ScannedFile& scanned,
+                    ParseWorker& worker) {
     index::FileRecord& file = scanned.file;
     if (scanned.state != ScannedFile::State::read || !file.skipped.empty()) return;
-    try {
-      if (header) {
-        Header read = headers_->read(file.path, source, options_.extract);
-        file.language = read.language;
-        scanned.symbols = std::move(read.symbols);
-      } else {
-        scanned.symbols = extract_symbols(file.expected, file.path, source, options_.extract);
-        file.language = file.expected;
-      }
-    } catch (const ExtractError& reason) {
-      file.skipped = reason.what();
-    }
+    Parsed parsed = worker.parse(
+        {.language = file.expected, .is_header = header, .path = file.path, .source = source});
+    file.language = std::move(parsed.language);
+    file.skipped = std::move(parsed.skipped);
+    scanned.symbols = std::move(parsed.symbols);
+    // Without a hash it counts as not read yet.
+    if (parsed.passing) file.hash = 0;
   }
 
   const fs::path root_;
-  const ScanOptions options_;
+  ScanOptions options_;
+  std::unordered_map<std::string, index::FileRecord> retried_;  // the known ones but for these
   std::vector<std::string> files_;
   std::optional<HeaderLanguage> headers_;
   std::size_t ahead_ = 0;

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <utility>
 
-#include "indexing/c_macros.h"
 #include "indexing/declaration.h"
 #include "indexing/doc_comment.h"
+#include "indexing/names.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -71,7 +71,7 @@ void describe_variable(const Found& found, std::span<const Enclosing> enclosing,
   } else {
     const Statement statement = statement_around(enclosing, source);
     const bool counts = statement.constant && statement.exported;
-    if (!counts && !is_macro_name(declared.name)) return;
+    if (!counts && !is_in_capitals(declared.name)) return;
     declared.kind = "constant";
     declared.signature = constant_header(found.node, ts_node_end_byte(found.name), source);
   }

@@ -75,6 +75,21 @@ std::string Source::line(Range range) const {
 
 std::string Source::line(TSNode node) const { return line(range_of(node)); }
 
+bool Source::is_blank(Range range) const {
+  auto comment = std::ranges::lower_bound(comments, range.start, {}, &Range::end);
+  for (std::uint32_t at = range.start; at < range.end;) {
+    if (comment != comments.end() && comment->start <= at) {
+      at = std::max(at, comment->end);
+      ++comment;
+    } else if (is_space(text[at])) {
+      ++at;
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
 std::int64_t Source::line_number(std::uint32_t place) const {
   return 1 + std::ranges::count(original.substr(0, place), '\n');
 }

@@ -32,6 +32,8 @@ struct Source {
   // On one line: without comments, white space folded, none just inside brackets.
   [[nodiscard]] std::string line(Range range) const;
   [[nodiscard]] std::string line(TSNode node) const;
+  // Whether nothing but comments and white space is there. Stops at what is not.
+  [[nodiscard]] bool is_blank(Range range) const;
   // The line, counted from 1, on which a byte of the file stands.
   [[nodiscard]] std::int64_t line_number(std::uint32_t place) const;
 };

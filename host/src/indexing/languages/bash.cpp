@@ -12,7 +12,6 @@ extern "C" const TSLanguage* tree_sitter_bash();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".sh", ".bash"};
 constexpr std::string_view QUERIES[] = {queries::bash};
 constexpr std::string_view COMMENTS[] = {"#"};
 
@@ -30,8 +29,6 @@ void describe_bash(const Found& found, std::span<const Enclosing> /*enclosing*/,
 
 constinit const Language languages::bash = {
     .name = "bash",
-    .title = "Bash",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_bash,
     .queries = QUERIES,
     .separator = "",

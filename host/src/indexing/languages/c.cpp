@@ -11,15 +11,12 @@ extern "C" const TSLanguage* tree_sitter_c();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".c", ".h"};
 constexpr std::string_view QUERIES[] = {queries::c};
 
 }  // namespace
 
 constinit const Language languages::c = {
     .name = "c",
-    .title = "C",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_c,
     .queries = QUERIES,
     .separator = "",

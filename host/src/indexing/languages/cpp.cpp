@@ -11,16 +11,12 @@ extern "C" const TSLanguage* tree_sitter_cpp();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".cpp", ".cc",  ".cxx", ".c++", ".C",   ".hpp", ".hh",
-                                           ".hxx", ".h++", ".H",   ".ipp", ".tpp", ".tcc", ".inl"};
 constexpr std::string_view QUERIES[] = {queries::c, queries::cpp};
 
 }  // namespace
 
 constinit const Language languages::cpp = {
     .name = "cpp",
-    .title = "C++",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_cpp,
     .queries = QUERIES,
     .separator = "::",

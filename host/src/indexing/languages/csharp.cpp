@@ -15,7 +15,6 @@ extern "C" const TSLanguage* tree_sitter_c_sharp();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".cs", ".csx"};
 constexpr std::string_view QUERIES[] = {queries::csharp};
 
 // Whether a property has code of its own, and is more than a field.
@@ -73,32 +72,47 @@ void describe_csharp(const Found& found, std::span<const Enclosing> /*enclosing*
   }
 }
 
-// The text of an XML comment, its tags removed; of an empty tag, what it refers to stays.
-std::string xml_text(const std::string& comment) {
+bool opens_tag(std::string_view text) {
+  return text.size() > 1 && text[0] == '<' &&
+         (text[1] == '/' || (text[1] >= 'a' && text[1] <= 'z'));
+}
+
+// Without tags; of an empty tag, what it refers to stays.
+std::string without_tags(std::string_view comment) {
+  const std::size_t last_close = comment.rfind('>');
+  if (last_close == comment.npos) return std::string(comment);
   std::string text;
   for (std::size_t i = 0; i < comment.size();) {
-    const std::size_t close = comment[i] == '<' ? comment.find('>', i) : std::string::npos;
-    const char next = i + 1 < comment.size() ? comment[i + 1] : ' ';
-    if (close == std::string::npos || !(next == '/' || (next >= 'a' && next <= 'z'))) {
+    if (i > last_close || !opens_tag(comment.substr(i))) {
       text += comment[i++];
       continue;
     }
-    if (comment[close - 1] == '/') {
-      const std::string_view tag = std::string_view(comment).substr(i, close - i);
-      const std::size_t open = tag.find('"');
-      if (open != std::string_view::npos) {
-        text += tag.substr(open + 1, tag.find('"', open + 1) - open - 1);
-      }
+    const std::string_view tag = comment.substr(i, comment.find('>', i) - i);
+    if (const std::size_t open = tag.find('"'); tag.ends_with('/') && open != tag.npos) {
+      text += tag.substr(open + 1, tag.find('"', open + 1) - open - 1);
     }
-    i = close + 1;
+    i += tag.size() + 1;
   }
+  return text;
+}
+
+std::string with_entities_decoded(std::string_view text) {
   constexpr std::array<std::pair<std::string_view, char>, 3> ENTITIES = {
       {{"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}}};
-  for (const auto& [entity, character] : ENTITIES) {
-    for (std::size_t at = 0; (at = text.find(entity, at)) != std::string::npos; ++at) {
-      text.replace(at, entity.size(), 1, character);
-    }
+  std::string decoded;
+  while (!text.empty()) {
+    const auto entity = std::ranges::find_if(
+        ENTITIES, [&](const auto& one) { return text.starts_with(one.first); });
+    const bool found = entity != ENTITIES.end();
+    decoded += found ? entity->second : text.front();
+    text.remove_prefix(found ? entity->first.size() : 1);
   }
+  return decoded;
+}
+
+// The text of an XML comment.
+std::string xml_text(const std::string& comment) {
+  const std::string text = with_entities_decoded(without_tags(comment));
   // Tags that stood alone leave blank lines.
   std::string lines;
   for (std::size_t at = 0; at < text.size();) {
@@ -117,8 +131,6 @@ std::string xml_text(const std::string& comment) {
 
 constinit const Language languages::csharp = {
     .name = "csharp",
-    .title = "C#",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_c_sharp,
     .queries = QUERIES,
     .separator = ".",

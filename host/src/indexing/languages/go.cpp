@@ -14,7 +14,6 @@ extern "C" const TSLanguage* tree_sitter_go();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".go"};
 constexpr std::string_view QUERIES[] = {queries::go};
 
 // "(r *Store[T])" is a method of Store.
@@ -31,6 +30,7 @@ void describe_constants(TSNode node, const Source& source, std::vector<Declared>
   for (const Child& child : children(node)) {
     if (child.field == "name" && ts_node_is_named(child.node)) names.push_back(child.node);
   }
+  names.resize(std::min(names.size(), MOST_DECLARATORS));
   for (const TSNode name : names) {
     out.push_back({.kind = "constant",
                    .name = source.line(name),
@@ -78,8 +78,6 @@ std::optional<ModuleDocstring> package_comment(TSNode root, const Source& source
 
 constinit const Language languages::go = {
     .name = "go",
-    .title = "Go",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_go,
     .queries = QUERIES,
     .separator = ".",

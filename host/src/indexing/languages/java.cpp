@@ -2,10 +2,10 @@
 #include <string>
 #include <string_view>
 
-#include "indexing/c_macros.h"
 #include "indexing/declaration.h"
 #include "indexing/java_family.h"
 #include "indexing/languages.h"
+#include "indexing/names.h"
 #include "indexing/queries.h"
 
 extern "C" const TSLanguage* tree_sitter_java();
@@ -13,7 +13,6 @@ extern "C" const TSLanguage* tree_sitter_java();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".java"};
 constexpr std::string_view QUERIES[] = {queries::java};
 
 void describe_java(const Found& found, std::span<const Enclosing> /*enclosing*/,
@@ -23,7 +22,7 @@ void describe_java(const Found& found, std::span<const Enclosing> /*enclosing*/,
     if (interface ||
         (has_modifier(found.node, "static", source) && has_modifier(found.node, "final", source))) {
       describe_constants(found.node, source, out);
-      std::erase_if(out, [](const Declared& one) { return !is_macro_name(one.name); });
+      std::erase_if(out, [](const Declared& one) { return !is_in_capitals(one.name); });
     }
     return;
   }
@@ -39,8 +38,6 @@ void describe_java(const Found& found, std::span<const Enclosing> /*enclosing*/,
 
 constinit const Language languages::java = {
     .name = "java",
-    .title = "Java",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_java,
     .queries = QUERIES,
     .separator = ".",

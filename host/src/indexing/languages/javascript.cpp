@@ -10,15 +10,12 @@ extern "C" const TSLanguage* tree_sitter_javascript();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".js", ".jsx", ".mjs", ".cjs"};
 constexpr std::string_view QUERIES[] = {queries::javascript, queries::javascript_fields};
 
 }  // namespace
 
 constinit const Language languages::javascript = {
     .name = "javascript",
-    .title = "JavaScript",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_javascript,
     .queries = QUERIES,
     .separator = ".",

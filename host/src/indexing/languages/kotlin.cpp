@@ -3,9 +3,9 @@
 #include <string>
 #include <string_view>
 
-#include "indexing/c_macros.h"
 #include "indexing/declaration.h"
 #include "indexing/languages.h"
+#include "indexing/names.h"
 #include "indexing/queries.h"
 
 extern "C" const TSLanguage* tree_sitter_kotlin();
@@ -13,7 +13,6 @@ extern "C" const TSLanguage* tree_sitter_kotlin();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".kt", ".kts"};
 constexpr std::string_view QUERIES[] = {queries::kotlin};
 
 // The type that an extension function belongs to, without its arguments: "List" of
@@ -36,7 +35,7 @@ void describe_kotlin(const Found& found, std::span<const Enclosing> enclosing, c
     const std::uint32_t start = ts_node_start_byte(found.name);
     if (has_word_before(found.node, start, "const", source) ||
         (has_word_before(found.node, start, "val", source) &&
-         is_macro_name(source.raw(found.name)))) {
+         is_in_capitals(source.raw(found.name)))) {
       out.push_back(declared("constant", found, source));
     }
     return;
@@ -87,8 +86,6 @@ std::string blank_stumbling_blocks(std::string_view source) {
 
 constinit const Language languages::kotlin = {
     .name = "kotlin",
-    .title = "Kotlin",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_kotlin,
     .queries = QUERIES,
     .separator = ".",

@@ -1,11 +1,12 @@
 // Lua.
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
-#include "indexing/c_macros.h"
 #include "indexing/declaration.h"
 #include "indexing/languages.h"
+#include "indexing/names.h"
 #include "indexing/queries.h"
 
 extern "C" const TSLanguage* tree_sitter_lua();
@@ -13,7 +14,6 @@ extern "C" const TSLanguage* tree_sitter_lua();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".lua"};
 constexpr std::string_view QUERIES[] = {queries::lua};
 constexpr std::string_view COMMENTS[] = {"---", "--"};
 
@@ -45,13 +45,14 @@ void describe_variables(TSNode statement, const Source& source, std::vector<Decl
       (type == "variable_list" ? names : values).push_back(child.node);
     }
   }
-  for (std::size_t i = 0; i < names.size() && i < values.size(); ++i) {
+  const std::size_t count = std::min({names.size(), values.size(), MOST_DECLARATORS});
+  for (std::size_t i = 0; i < count; ++i) {
     const std::string text = source.line(names[i]);
     if (text.find_first_of("[(\"") != std::string::npos) continue;
     Declared declared = named(text.substr(0, text.find(' ')));  // before " <const>"
     if (type_of(values[i]) == "function_definition") {
       declared.signature = parameters(values[i], source);
-    } else if (is_macro_name(declared.name)) {
+    } else if (is_in_capitals(declared.name)) {
       declared.kind = "constant";
       declared.signature = constant_header(values[i], ts_node_start_byte(values[i]), source);
       if (!declared.signature.empty()) declared.signature.insert(0, " = ");
@@ -82,8 +83,6 @@ void describe_lua(const Found& found, std::span<const Enclosing> enclosing, cons
 
 constinit const Language languages::lua = {
     .name = "lua",
-    .title = "Lua",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_lua,
     .queries = QUERIES,
     .separator = ".",

@@ -12,7 +12,6 @@ extern "C" const TSLanguage* tree_sitter_php();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".php", ".phtml"};
 constexpr std::string_view QUERIES[] = {queries::php};
 constexpr std::string_view COMMENTS[] = {"///", "//", "#"};
 
@@ -35,8 +34,6 @@ void describe_php(const Found& found, std::span<const Enclosing> enclosing, cons
 
 constinit const Language languages::php = {
     .name = "php",
-    .title = "PHP",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_php,
     .queries = QUERIES,
     .separator = "\\",

@@ -5,6 +5,7 @@
 #include "indexing/declaration.h"
 #include "indexing/doc_comment.h"
 #include "indexing/languages.h"
+#include "indexing/names.h"
 #include "indexing/queries.h"
 
 extern "C" const TSLanguage* tree_sitter_python();
@@ -12,14 +13,12 @@ extern "C" const TSLanguage* tree_sitter_python();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".py", ".pyi", ".pyw"};
 constexpr std::string_view QUERIES[] = {queries::python};
 constexpr std::string_view COMMENTS[] = {"#:", "#"};
 
-// In capitals, as constants are written: "MAX_SIZE", "_CACHE".
+// "MAX_SIZE", "_CACHE", and "X" too.
 bool is_constant_name(std::string_view name) {
-  return name.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ") != std::string_view::npos &&
-         name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") == std::string_view::npos;
+  return is_in_capitals(name) || (name.size() == 1 && name.front() >= 'A' && name.front() <= 'Z');
 }
 
 // The string that opens a module or a body, without its quotes, or null.
@@ -135,8 +134,6 @@ std::optional<ModuleDocstring> module_docstring(TSNode root, const Source& sourc
 
 constinit const Language languages::python = {
     .name = "python",
-    .title = "Python",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_python,
     .queries = QUERIES,
     .separator = ".",

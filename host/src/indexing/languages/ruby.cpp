@@ -14,7 +14,6 @@ extern "C" const TSLanguage* tree_sitter_ruby();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".rb", ".rake", ".gemspec", ".ru"};
 constexpr std::string_view QUERIES[] = {queries::ruby};
 constexpr std::string_view COMMENTS[] = {"##", "#"};
 
@@ -22,7 +21,7 @@ constexpr std::string_view COMMENTS[] = {"##", "#"};
 const Enclosing* owner(std::span<const Enclosing> enclosing) {
   for (std::size_t i = enclosing.size(); i > 0; --i) {
     const Enclosing& around = enclosing[i - 1];
-    if (around.role == Enclosing::Role::type || around.role == Enclosing::Role::guard) {
+    if (around.role == Enclosing::Role::type || around.role == Enclosing::Role::singleton) {
       return &around;
     }
   }
@@ -49,7 +48,7 @@ Declared describe_method(const Found& found, std::span<const Enclosing> enclosin
   Declared declared{.kind = around == nullptr ? "function" : "method",
                     .name = source.line(found.name),
                     .separator = "#"};
-  if (around != nullptr && around->role == Enclosing::Role::guard) declared.separator = ".";
+  if (around != nullptr && around->role == Enclosing::Role::singleton) declared.separator = ".";
   if (const TSNode object = field(found.node, "object"); !ts_node_is_null(object)) {
     declared.separator = ".";
     const std::string text = source.line(object);
@@ -103,8 +102,6 @@ void describe_ruby(const Found& found, std::span<const Enclosing> enclosing, con
 
 constinit const Language languages::ruby = {
     .name = "ruby",
-    .title = "Ruby",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_ruby,
     .queries = QUERIES,
     .separator = "::",

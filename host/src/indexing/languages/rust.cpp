@@ -14,7 +14,6 @@ extern "C" const TSLanguage* tree_sitter_rust();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".rs"};
 constexpr std::string_view QUERIES[] = {queries::rust};
 
 void describe_rust(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
@@ -94,8 +93,6 @@ std::optional<ModuleDocstring> module_docstring(TSNode root, const Source& sourc
 
 constinit const Language languages::rust = {
     .name = "rust",
-    .title = "Rust",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_rust,
     .queries = QUERIES,
     .separator = "::",

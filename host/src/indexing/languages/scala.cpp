@@ -11,7 +11,6 @@ extern "C" const TSLanguage* tree_sitter_scala();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".scala", ".sc"};
 constexpr std::string_view QUERIES[] = {queries::scala};
 
 void describe_scala(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
@@ -32,8 +31,6 @@ void describe_scala(const Found& found, std::span<const Enclosing> enclosing, co
 
 constinit const Language languages::scala = {
     .name = "scala",
-    .title = "Scala",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_scala,
     .queries = QUERIES,
     .separator = ".",

@@ -11,7 +11,6 @@ extern "C" const TSLanguage* tree_sitter_swift();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".swift"};
 constexpr std::string_view QUERIES[] = {queries::swift};
 
 void describe_swift(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
@@ -35,8 +34,6 @@ void describe_swift(const Found& found, std::span<const Enclosing> enclosing, co
 
 constinit const Language languages::swift = {
     .name = "swift",
-    .title = "Swift",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_swift,
     .queries = QUERIES,
     .separator = ".",

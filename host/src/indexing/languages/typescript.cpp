@@ -11,16 +11,12 @@ extern "C" const TSLanguage* tree_sitter_typescript();
 namespace velmora::host::indexing {
 namespace {
 
-constexpr std::string_view EXTENSIONS[] = {".ts", ".mts", ".cts"};
-constexpr std::string_view TSX_EXTENSIONS[] = {".tsx"};
 constexpr std::string_view QUERIES[] = {queries::javascript, queries::typescript};
 
 }  // namespace
 
 constinit const Language languages::typescript = {
     .name = "typescript",
-    .title = "TypeScript",
-    .extensions = EXTENSIONS,
     .grammar = tree_sitter_typescript,
     .queries = QUERIES,
     .separator = ".",
@@ -32,8 +28,7 @@ constinit const Language languages::typescript = {
 // Elements may stand in it; what an assertion in angle brackets is in the other.
 constinit const Language languages::tsx = {
     .name = "typescript",
-    .title = "TypeScript",
-    .extensions = TSX_EXTENSIONS,
+    .extension = ".tsx",
     .grammar = tree_sitter_tsx,
     .queries = QUERIES,
     .separator = ".",

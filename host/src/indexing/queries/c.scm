@@ -9,7 +9,7 @@
 (type_definition) @definition.type
 (preproc_def name: (_) @name) @definition.macro
 (preproc_function_def name: (_) @name) @definition.macro
-(preproc_ifdef name: (_) @name) @guard
+(preproc_ifdef name: (_) @name) @condition
 (compound_statement) @local
 (parameter_list) @local
 (comment) @comment

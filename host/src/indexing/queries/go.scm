@@ -1,11 +1,11 @@
 ; Go. A declaration of one type or constant starts at its keyword, below its comment; those of a
-; group start at their names, which the guard around the group sees to.
+; group start at their names, which the mark of the group sees to.
 
 (package_clause (package_identifier) @name) @package
 (type_declaration) @wrapper
 (const_declaration) @wrapper
-(type_declaration "(") @guard
-(const_declaration "(") @guard
+(type_declaration "(") @group
+(const_declaration "(") @group
 (type_spec name: (_) @name type: (struct_type)) @definition.struct
 (type_spec name: (_) @name type: (interface_type)) @definition.interface
 (type_spec name: (_) @name) @definition.type

@@ -2,7 +2,7 @@
 
 (class name: (_) @name) @definition.class
 (module name: (_) @name) @definition.class
-(singleton_class value: (_) @name) @guard
+(singleton_class value: (_) @name) @singleton
 (method name: (_) @name) @definition.method
 (singleton_method name: (_) @name) @definition.method
 (assignment left: (constant) @name) @definition.constant

@@ -1,7 +1,7 @@
 // The definitions in one source file.
 #pragma once
 
-#include <chrono>
+#include <cstddef>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
@@ -10,38 +10,34 @@
 
 namespace velmora::host::indexing {
 
-// The file cannot be indexed. The message says why, in a few words that stand after a path.
-class ExtractError : public std::runtime_error {
+// The symbols of a file would take more room than most_symbol_bytes allows.
+class TooManySymbolsError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Names what this build makes of a source. It follows the queries, the grammars, the languages that
-// are built in and the code that reads them, so that an index which another build made is made
-// anew.
-extern const std::string_view EXTRACTION_VERSION;
-
-struct ExtractOptions {
-  // How long reading a file may take in all: parsing it, more than once if need be, and finding its
-  // definitions. Real files take milliseconds; the limit is for those made to be hard, and bounds
-  // their memory too.
-  std::chrono::microseconds timeout = std::chrono::seconds(3);
-};
+// How many bytes the symbols of a source of that size may take: the names, signatures and
+// docstrings of each and SYMBOL_OVERHEAD. People write files whose symbols take about as much as
+// the source; names within names can make them take thousands of times that.
+inline constexpr std::size_t SYMBOL_OVERHEAD = 64;
+[[nodiscard]] constexpr std::size_t most_symbol_bytes(std::size_t source) {
+  return std::size_t{64} * 1024 + 24 * source;
+}
 
 // The symbols of `source`, a file in `language` (named as in SOURCE_LANGUAGES) at `path` (relative
 // to the repository, forward slashes), in the order in which they stand in the file. One symbol for
-// each definition; what is local to a function is left out. Nothing has an id or an embedding.
+// each definition; what is local to a function is left out, and so is what has a qualified name
+// longer than 1024 bytes. A signature that is longer than 16384 bytes ends there. Nothing has an id
+// or an embedding.
 //
 // What cannot be parsed is passed over: the rest of the file still counts. Invalid UTF-8 is carried
-// through. Throws ExtractError when it takes too long or is nested too deeply,
-// std::invalid_argument for an unknown language. A pure function: any thread may call it, time and
-// memory are bounded for every input.
+// through. Throws TooManySymbolsError, and std::invalid_argument for an unknown language.
+//
+// A pure function: any thread may call it. What is done here takes time and memory in proportion
+// to the source; the parser below it promises neither, nor that it survives every source: it may
+// take minutes and gigabytes, or abort. RepositoryScan therefore has other processes call this.
 [[nodiscard]] std::vector<index::Symbol> extract_symbols(std::string_view language,
                                                          std::string_view path,
-                                                         std::string_view source,
-                                                         const ExtractOptions& options = {});
-
-// The languages that are built in as people write them ("C++"), in alphabetical order.
-[[nodiscard]] std::vector<std::string_view> language_titles();
+                                                         std::string_view source);
 
 }  // namespace velmora::host::indexing

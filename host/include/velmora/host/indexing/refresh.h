@@ -38,6 +38,8 @@ struct RefreshProgress {
 
 struct RefreshOptions {
   std::uintmax_t largest_file = ScanOptions().largest_file;  // in bytes
+  // Files that parsing took too much for are read again.
+  bool retry = false;
   // Embeds the symbols that it did not embed yet. Null: new symbols get no vector for now.
   std::shared_ptr<const embedding::WordModel> model = {};
   // Called before each file and each symbol to embed; what it throws ends the refresh and leaves

@@ -1,4 +1,5 @@
-// The source files of a whole repository, one after the other, parsed by all processors.
+// The source files of a whole repository, one after the other, parsed by all processors, in
+// processes of their own: whatever a file does to the parser costs that file alone.
 #pragma once
 
 #include <cstddef>
@@ -12,8 +13,8 @@
 
 #include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
-#include "velmora/host/indexing/extract.h"
 #include "velmora/host/indexing/file_list.h"
+#include "velmora/host/indexing/parse_limits.h"
 
 namespace velmora::host::indexing {
 
@@ -27,7 +28,11 @@ struct ScanOptions {
   const std::unordered_map<std::string, index::FileRecord>* known = nullptr;
   // Files are parsed though their content is known.
   bool parse_known = false;
-  ExtractOptions extract = {};
+  // So are those that parsing took too much for.
+  bool retry = false;
+  ParseLimits limits = {};
+  // The program that parses; empty: the one that came with this one.
+  std::filesystem::path parse_worker = {};
 };
 
 // A source file, and how it differs from what was known of it.
@@ -46,6 +51,10 @@ struct ScannedFile {
 // number of files ahead of next(), so the repository is never in memory as a whole. The order of
 // the files, by path, does not depend on the threads.
 //
+// Each thread has one process that parses for it, started when first needed, and again after a file
+// ended it: by what ScanOptions::limits say, or by a fault of the parser. Such a file is left out,
+// with the reason. The processes end with the scan, and with the program, whatever ends that.
+//
 // One thread uses a scan at a time. The destructor may be called at any moment; it waits for the
 // files being parsed.
 class RepositoryScan {
@@ -56,6 +65,7 @@ class RepositoryScan {
 
   // The next file, nothing after the last one. Waits for a thread that parses. A file that was
   // listed and is gone by now is passed over, and so are files of languages that are not indexed.
+  // Throws std::runtime_error when the program that parses cannot be run.
   [[nodiscard]] std::optional<ScannedFile> next();
 
   // The source files found, and how many of them next() has left behind.

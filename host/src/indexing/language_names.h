@@ -1,0 +1,16 @@
+// What the names of files tell of their languages. Who knows the names only need not be linked with
+// the grammars.
+#pragma once
+
+#include <string_view>
+
+namespace velmora::host::indexing {
+
+// Whether the language named so (as in SOURCE_LANGUAGES) is built in.
+[[nodiscard]] bool is_built_in(std::string_view language);
+
+// The language that the extension of `path` tells, "" when it is none that is built in. A .h file
+// is "c" here: what it really is depends on the files around it.
+[[nodiscard]] std::string_view language_of(std::string_view path);
+
+}  // namespace velmora::host::indexing
