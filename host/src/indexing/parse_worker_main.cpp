@@ -163,6 +163,9 @@ bool serve() {
 }  // namespace
 
 void* operator new(std::size_t size) { return memory.allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return memory.allocate(size);
+}
 void operator delete(void* block) noexcept { memory.release(block); }
 void operator delete(void* block, std::size_t) noexcept { memory.release(block); }
 
