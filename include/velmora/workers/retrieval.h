@@ -43,8 +43,7 @@ namespace velmora::workers::retrieval {
 using engines::RerankClient;
 using models::SymbolId;
 
-// --- Channels and what became of them
-// ---------------------------------------------------------------
+// --- Channels and what became of them ---
 
 inline constexpr std::string_view EXACT = "exact";        // exact-name lookup
 inline constexpr std::string_view LEXICAL = "lexical";    // BM25 over the words of each symbol
@@ -118,8 +117,7 @@ class ChannelMap {
   std::size_t size_ = 0;
 };
 
-// --- Records
-// ----------------------------------------------------------------------------------------
+// --- Records ---
 
 // A code symbol of the index, as a hit carries it.
 struct RetrievedSymbol {
@@ -220,8 +218,7 @@ struct RetrievalSettings {
   bool operator==(const RetrievalSettings&) const = default;
 };
 
-// --- Constants
-// --------------------------------------------------------------------------------------
+// --- Constants ---
 
 // How many unpinned hits a rerank may reorder.
 inline constexpr std::int64_t RERANK_DEPTH = 12;
@@ -265,9 +262,7 @@ inline constexpr auto TEST_QUERY_WORDS =
     utils::string_set("conftest", "fixture", "fixtures", "jest", "mock", "mocks", "pytest", "spec",
                       "specs", "test", "testing", "tests", "unittest", "vitest");
 
-// --- Words
-// ------------------------------------------------------------------------------------------ Pure
-// functions; any thread may call them.
+// --- Words: pure functions, which any thread may call ---
 
 // The lower-case words of any text, in order, repeats kept: camelCase, snake_case, kebab-case,
 // acronyms and numbers are split apart, so "getHTTPResponse_v2" is get, http, response, v, 2. A
@@ -290,9 +285,7 @@ inline constexpr auto TEST_QUERY_WORDS =
 // of first appearance. Stop words are dropped unless the only word of the query is one.
 [[nodiscard]] std::vector<std::string> query_names(std::string_view query);
 
-// --- Fusion
-// ----------------------------------------------------------------------------------------- Pure
-// functions; any thread may call them.
+// --- Fusion: pure functions, which any thread may call ---
 
 // A symbol's 1-based rank in a channel. Symbols of equal rank tie.
 struct RankedSymbol {
@@ -326,8 +319,7 @@ struct FusedSymbol {
 [[nodiscard]] std::vector<FusedSymbol> reciprocal_rank_fusion(
     const ChannelMap<std::span<const RankedSymbol>>& rankings, int k = 60);
 
-// --- The retriever
-// ----------------------------------------------------------------------------------
+// --- The retriever ---
 
 // An embedder that asks `engine` (not null) for its model without waiting and embeds the query with
 // it. It throws EmbeddingNotReadyError while the model is not loaded. The engine is asked on every

@@ -40,26 +40,13 @@ std::vector<std::size_t> decided_order(RerankClient& decisions, storage::Reposit
       engines::rerank_request(query, rerank_lines(decisions, repository, hits));
   const engines::DecisionResult answer =
       decisions.decide(state, questions, {.question_version = engines::RERANK_QUESTION_VERSION});
-  std::vector<std::size_t> order = engines::rerank_order(answer, hits.size());
-  require_permutation(order, hits.size());
-  return order;
+  return engines::rerank_order(answer, hits.size());
 }
 
 }  // namespace
 
 bool rerank_allowed(const std::shared_ptr<RerankClient>& decisions) {
   return decisions && decisions->feature_enabled(RERANK_FEATURE);
-}
-
-void require_permutation(std::span<const std::size_t> order, std::size_t count) {
-  std::vector<bool> seen(count);
-  for (const std::size_t position : order) {
-    if (position >= count || seen[position]) {
-      throw DecisionError("the order names a candidate twice, or one that is not there");
-    }
-    seen[position] = true;
-  }
-  if (order.size() != count) throw DecisionError("the order leaves a candidate out");
 }
 
 Reranked reranked(RerankClient& decisions, storage::Repository& repository, std::string_view query,

@@ -1,10 +1,8 @@
 // The optional reorder of the first hits by one call of a decision model.
 #pragma once
 
-#include <cstddef>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,8 +27,5 @@ struct Reranked {
 [[nodiscard]] Reranked reranked(RerankClient& decisions, storage::Repository& repository,
                                 std::string_view query, std::vector<Hit> hits,
                                 const ExactNames& exact);
-
-// Throws DecisionError unless `order` holds each position below `count` exactly once.
-void require_permutation(std::span<const std::size_t> order, std::size_t count);
 
 }  // namespace velmora::workers::retrieval::internal

@@ -94,7 +94,6 @@ TEST(Concurrency, AHundredThreadsAskWhileTheIndexChanges) {
     std::this_thread::yield();
   }
   threads.clear();
-  EXPECT_LE(index->builds, 1 + 100 * 8);
   const std::string newest = "name_" + std::to_string(100 + index->generation);
   EXPECT_EQ(retriever.retrieve(newest).hits.at(0).symbol.name, newest);
 }

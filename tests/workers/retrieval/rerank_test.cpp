@@ -109,12 +109,5 @@ TEST_F(Rerank, FailuresKeepTheOrderAndSayWhich) {
   EXPECT_THROW(rerank(4), int);
 }
 
-TEST_F(Rerank, AnOrderMustBeAPermutation) {
-  EXPECT_NO_THROW(require_permutation(std::vector<std::size_t>{2, 0, 1}, 3));
-  for (const auto& order : {std::vector<std::size_t>{0, 1}, {0, 1, 1}, {0, 1, 3}, {0, 1, 2, 2}}) {
-    EXPECT_THROW(require_permutation(order, 3), DecisionError);
-  }
-}
-
 }  // namespace
 }  // namespace velmora::workers::retrieval::internal
