@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
 
 #include "indexing/git_program.h"
-#include "velmora/host/indexing/extract.h"
+#include "indexing/parse_worker.h"
 #include "velmora/host/indexing/repository_scan.h"
 #include "velmora/utils/path_filter.h"
 #include "velmora/workers/retrieval.h"
@@ -157,6 +160,31 @@ std::vector<std::string> changed_functions(const ChangedFile& file,
   return fqns;
 }
 
+// Processes that parse, for threads that share them.
+class Parsers {
+ public:
+  using Parser = host::indexing::ParseWorker;
+  using Lent = std::unique_ptr<Parser, std::function<void(Parser*)>>;
+
+  // One that no other thread has; it comes back by itself.
+  Lent take() {
+    const std::lock_guard guard(lock_);
+    if (idle_.empty()) {
+      idle_.push_back(std::make_unique<Parser>(fs::path(), host::indexing::ParseLimits()));
+    }
+    Parser* const parser = idle_.back().release();
+    idle_.pop_back();
+    return {parser, [this](Parser* back) {
+              const std::lock_guard returning(lock_);
+              idle_.emplace_back(back);
+            }};
+  }
+
+ private:
+  std::mutex lock_;
+  std::vector<std::unique_ptr<Parser>> idle_;
+};
+
 bool is_wanted(const Commit& commit, const MinerOptions& options) {
   return !commit.files.empty() && commit.files.size() <= options.most_files &&
          !commit.subject.starts_with("Revert") && !commit.subject.starts_with("revert") &&
@@ -233,6 +261,7 @@ Mined mine(const fs::path& root, Workers& workers, const MinerOptions& options) 
           [&](std::string_view text) { log.take(text); });
   std::erase_if(log.commits, [&](const Commit& commit) { return !is_wanted(commit, options); });
 
+  Parsers parsers;
   // Line numbers are those of the commit, so each file is parsed as the commit left it.
   std::vector<std::vector<std::size_t>> changed(log.commits.size());
   workers.run(log.commits.size(), [&](std::size_t number) {
@@ -244,13 +273,10 @@ Mined mine(const fs::path& root, Workers& workers, const MinerOptions& options) 
       std::string source;
       run_git(absolute, {"cat-file", "blob", commit.hash + ":./" + file.path},
               [&](std::string_view text) { source += text; });
-      std::vector<Symbol> then;
-      try {
-        then = host::indexing::extract_symbols(language->second, file.path, source);
-      } catch (const host::indexing::ExtractError&) {
-        continue;  // what it holds is not known
-      }
-      for (const std::string& fqn : changed_functions(file, then)) {
+      // What a file that was left out holds is not known.
+      const host::indexing::Parsed then = parsers.take()->parse(
+          {.language = language->second, .path = file.path, .source = source});
+      for (const std::string& fqn : changed_functions(file, then.symbols)) {
         const auto today = symbols.find(key_of(file.path, fqn));
         if (today != symbols.end()) changed[number].push_back(today->second);
       }

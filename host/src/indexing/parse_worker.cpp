@@ -127,7 +127,10 @@ Parsed ParseWorker::parse(const ParseRequest& request) {
   if (std::optional<ParseAnswer> answer = ask(request)) {
     return {.language = std::move(answer->language), .symbols = std::move(answer->symbols)};
   }
-  std::string reason = reason_of(end());
+  // One that talks nonsense is ended, which says nothing of how it would have ended.
+  const bool gone = is_gone();
+  const int status = end();
+  std::string reason = gone ? reason_of(status) : CRASH;
   const bool passing = reason == KILLED;
   return {.skipped = std::move(reason), .passing = passing};
 }
@@ -179,6 +182,12 @@ bool ParseWorker::send(std::string_view bytes) const {
     if (sent > 0) bytes.remove_prefix(static_cast<std::size_t>(sent));
   }
   return true;
+}
+
+bool ParseWorker::is_gone() const {
+  char byte = 0;
+  const ssize_t received = ::recv(channel_, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+  return received == 0 || (received < 0 && errno != EAGAIN);
 }
 
 bool ParseWorker::receive(char* bytes, std::size_t count) const {

@@ -49,6 +49,7 @@ class ParseWorker {
  private:
   void start();
   [[nodiscard]] int end();  // the status that waitpid gives
+  [[nodiscard]] bool is_gone() const;
   [[nodiscard]] bool send(std::string_view bytes) const;
   [[nodiscard]] bool receive(char* bytes, std::size_t count) const;
   [[nodiscard]] std::optional<ParseAnswer> ask(const ParseRequest& request) const;

@@ -53,13 +53,13 @@ TEST(ParseWorker, HostileFilesCostThemselvesAlone) {
   std::size_t number = 0;
   for (const test::HostileSource& source : test::hostile_sources()) {
     const std::string name = std::to_string(1000 + number++);
-    folder.write(name + source.file(), source.text(20'000));
+    folder.write(name + source.file(), source.text(10'000));
     folder.write(name + "honest.py", "def f" + name + "(): pass\n");
     honest[name + "honest.py"] = "f" + name + " ";
   }
   RepositoryScan scan(folder.path(), {.threads = 2,
-                                      .limits = {.time = milliseconds(150),
-                                                 .longest = milliseconds(150),
+                                      .limits = {.time = milliseconds(200),
+                                                 .longest = milliseconds(200),
                                                  .memory = 64 * MEBIBYTE}});
   std::size_t skipped = 0;
   for (const auto& [file, found] : scanned(scan)) {
@@ -75,22 +75,25 @@ TEST(ParseWorker, HostileFilesCostThemselvesAlone) {
   EXPECT_GT(skipped, 0U);
 }
 
+// Takes gigabytes where there are some.
+const test::HostileSource GREEDY{"words", ".java", "", "%w(", ""};
+
 TEST(ParseWorker, EndsByItsLimits) {
+  constexpr auto AMPLE = std::chrono::minutes(10);
+  const ParseLimits ample{.time = AMPLE, .longest = AMPLE};
+  const ParseLimits brief{.longest = milliseconds(20), .memory = 4096 * MEBIBYTE};
+  const ParseLimits small{.time = AMPLE, .longest = AMPLE, .memory = 32 * MEBIBYTE};
   const auto skipped = [](const ParseLimits& limits, std::string_view language,
                           const std::string& source) {
     return ParseWorker({}, limits).parse({language, false, "a", source}).skipped;
   };
-  const ParseLimits ample = {.time = std::chrono::minutes(10), .longest = std::chrono::minutes(10)};
-  const test::HostileSource annotations{"", "", "", "@a ", ""};
-  EXPECT_EQ(skipped({.time = milliseconds(1)}, "java", annotations.text(200'000)),
-            "parsing it takes too long");
-  EXPECT_EQ(skipped({.time = ample.time, .longest = ample.longest, .memory = 16 * MEBIBYTE}, "java",
-                    annotations.text(200'000)),
-            "parsing it takes too much memory");
-  // Names within names: 64 classes, and functions of which each repeats all their names.
+  EXPECT_EQ(skipped(brief, "java", GREEDY.text(20'000)), "parsing it takes too long");
+  EXPECT_EQ(skipped(small, "java", GREEDY.text(20'000)), "parsing it takes too much memory");
+  // Names within names: functions of which each repeats those of all classes around it.
   std::string nested;
   for (int i = 0; i < 60; ++i) nested += "class Abcdefghijkl {\n";
   for (int i = 0; i < 2000; ++i) nested += "int f() {}\n";
+  nested.append(60, '}');
   EXPECT_EQ(skipped(ample, "java", nested), "its symbols take too much room");
   EXPECT_EQ(skipped(ample, "java", "class A {}"), "");
 }
@@ -100,10 +103,10 @@ TEST(ParseWorker, AnswersAsTheFunctionDoes) {
   const test::HostileSource large{"", "", "", "def f(a):\n  '''text'''\n", ""};
   const ParseLimits ample = {.time = std::chrono::minutes(10),
                              .longest = std::chrono::minutes(10),
-                             .memory = 160 * MEBIBYTE};
+                             .memory = 48 * MEBIBYTE};
   ParseWorker worker({}, ample);
-  for (const std::string& source :
-       {large.text(MEBIBYTE), std::string("def g(): pass"), large.text(MEBIBYTE), std::string()}) {
+  for (const std::string& source : {large.text(MEBIBYTE / 4), std::string("def g(): pass"),
+                                    large.text(MEBIBYTE / 4), std::string()}) {
     const Parsed parsed = worker.parse({"python", false, "a.py", source});
     const auto expected = extract_symbols("python", "a.py", source);
     ASSERT_EQ(parsed.skipped, "");
@@ -157,36 +160,38 @@ TEST(ParseWorker, BelievesNoAnswer) {
     EXPECT_NE(reason(other).find("is broken, or of another build"), std::string::npos) << other;
   }
   // The length of an answer, and that of the name of its language, are eight bytes each.
-  const std::string read = "head -c 200000 > /dev/null; ";
-  for (const std::string& answer :
-       {std::string("cat"), read + "exit 0",
-        read + "printf '\\377\\377\\377\\377\\0\\0\\0\\0'; cat",
-        read + "printf '\\016\\0\\0\\0\\0\\0\\0\\0\\006\\0\\0\\0\\0\\0\\0\\0python'; exec cat",
-        read + "printf '\\016\\0\\0\\0\\0\\0\\0\\0\\007\\0\\0\\0\\0\\0\\0\\0python'; exec cat"}) {
-    const std::string got = reason(hello + answer);
-    EXPECT_TRUE(got == "believed"
-                    ? answer.find("\\006") != answer.npos
-                    : got == "it brings the parser down" || got == "its parser was killed")
-        << answer << ": " << got;
-  }
+  const auto answer = [&](const char* length, const char* text) {
+    return reason(hello + "head -c 300000 > /dev/null; printf '" + length +
+                  "\\0\\0\\0\\0\\0\\0\\0" + text + "'; cat");
+  };
+  constexpr const char* CRASH = "it brings the parser down";
+  EXPECT_EQ(reason(hello + "cat"), CRASH) << "speaks before it has read";
+  EXPECT_EQ(reason(hello + "exit 0"), CRASH);
+  EXPECT_EQ(answer("\\16", "\\6\\0\\0\\0\\0\\0\\0\\0python"), "believed");
+  EXPECT_EQ(answer("\\16", "\\7\\0\\0\\0\\0\\0\\0\\0python"), CRASH);
+  EXPECT_EQ(answer("\\14", "\\4\\0\\0\\0\\0\\0\\0\\0java"), CRASH);
+  EXPECT_EQ(answer("\\17", "\\6\\0\\0\\0\\0\\0\\0\\0python!"), CRASH) << "half a symbol";
+  EXPECT_EQ(
+      reason(hello + "head -c 300000 > /dev/null; printf '\\377\\377\\377\\377\\0\\0\\0\\0'; cat"),
+      CRASH)
+      << "longer than any answer";
 }
 
 // What parsing took too much for is known, as what was parsed is, until someone says otherwise.
 TEST(ParseWorker, TriesAgainWhenTold) {
-  const TemporaryFolder folder, other;
-  folder.write("a.java", test::HostileSource{"", "", "", "@a ", ""}.text(20'000));
-  const auto files = [&](const ScanOptions& options) {
-    RepositoryScan scan(folder.path(), options);
-    return scan.next().value();
-  };
-  const ScannedFile first = files({.limits = {.memory = 8 * MEBIBYTE}});
+  const TemporaryFolder folder;
+  folder.write(GREEDY.file(), GREEDY.text(20'000));
+  ScanOptions options{.limits = {.time = std::chrono::minutes(1),
+                                 .longest = std::chrono::minutes(1),
+                                 .memory = 32 * MEBIBYTE}};
+  const auto scan = [&] { return RepositoryScan(folder.path(), options).next().value(); };
+  const ScannedFile first = scan();
   EXPECT_EQ(first.file.skipped, "parsing it takes too much memory");
-  const std::unordered_map<std::string, index::FileRecord> known = {{"a.java", first.file}};
-  const auto again = [&](bool retry) {
-    return files({.known = &known, .retry = retry, .limits = {.memory = 8 * MEBIBYTE}}).state;
-  };
-  EXPECT_NE(again(false), ScannedFile::State::read);
-  EXPECT_EQ(again(true), ScannedFile::State::read);
+  const std::unordered_map<std::string, index::FileRecord> known = {{GREEDY.file(), first.file}};
+  options.known = &known;
+  EXPECT_NE(scan().state, ScannedFile::State::read);
+  options.retry = true;
+  EXPECT_EQ(scan().state, ScannedFile::State::read);
 }
 
 }  // namespace

@@ -73,14 +73,10 @@ inline constexpr HostileSource HOSTILE_SOURCES[] = {
 inline std::vector<HostileSource> hostile_sources() {
   std::vector<HostileSource> all(std::begin(HOSTILE_SOURCES), std::end(HOSTILE_SOURCES));
   for (const std::string_view extension : EVERY_EXTENSION) {
-    all.push_back({"round", extension, "", "(", ""});
-    all.push_back({"square", extension, "a = ", "[", ""});
-    all.push_back({"curly", extension, "", "{", ""});
-    all.push_back({"closing", extension, "", "}])", ""});
+    all.push_back({"open", extension, "a = ", "([{", ""});
+    all.push_back({"closed", extension, "", "}])", ""});
     all.push_back({"pointed", extension, "", "a<", ""});
-    all.push_back({"string", extension, "a = \"", "a ", ""});
-    all.push_back({"comment", extension, "/* ", "a ", ""});
-    all.push_back({"minus", extension, "a = ", "- ", "a"});
+    all.push_back({"string", extension, "a = \"", "a /* - ", ""});
     all.push_back({"odd", extension, "", "\xFF\xC3\x28 \\ ", ""});
   }
   return all;
