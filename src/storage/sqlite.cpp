@@ -113,9 +113,9 @@ std::span<const std::byte> Statement::column_blob(int column) const {
   return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }
 
-Database::Database(const std::string& path, int flags) {
+Database::Database(const std::string& path, int flags, const char* vfs) {
   sqlite3* database = nullptr;
-  const int code = sqlite3_open_v2(path.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+  const int code = sqlite3_open_v2(path.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX, vfs);
   database_.reset(database);  // set even when opening failed, for the message
   if (code != SQLITE_OK) throw_database_error(database, code);
 }

@@ -37,6 +37,10 @@ void embed_folder(const std::string& folder, const ServerEmbeddingOptions& optio
                   const std::function<void()>& check) {
   const std::filesystem::path file = index_of_repository(folder);
   const auto index = index::Index::open(file);
+  if (!index->made_here()) {
+    throw std::runtime_error("The index at " + file.string() +
+                             " was not made here by you. Make it anew with: velmora index " + folder);
+  }
   const auto lock = take_embed_lock(file, check);
   const Clock::time_point start = Clock::now();
   ProgressLine line;

@@ -2,12 +2,19 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
-#include <system_error>
 
+#include "cli/output.h"
 #include "velmora/host/embedding/http_engine.h"
+#include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::cli {
 namespace {
+
+namespace fs = std::filesystem;
+
+fs::path tuned_model_file(const fs::path& index_file) {
+  return index_file.parent_path() / "tuned.model";
+}
 
 void add_server(CLI::App& command, std::string& url, std::string& model,
                 const std::string& about_url, const std::string& about_model) {
@@ -50,8 +57,6 @@ std::string embeddings_key() {
   const char* const key = std::getenv("VELMORA_EMBEDDINGS_API_KEY");
   return key == nullptr ? "" : key;
 }
-
-namespace fs = std::filesystem;
 
 void add_model_option(CLI::App& command, EmbeddingOptions& options) {
   command
@@ -114,16 +119,20 @@ void add_server_embedding_options(CLI::App& command, ServerEmbeddingOptions& opt
 std::optional<fs::path> chosen_model_file(const EmbeddingOptions& options,
                                           const fs::path& index_file) {
   if (options.file) return *options.file;
-  const fs::path tuned = index_file.parent_path() / "tuned.model";
-  std::error_code unreadable;  // opening it will tell
-  if (fs::symlink_status(tuned, unreadable).type() == fs::file_type::not_found) return std::nullopt;
-  return tuned;
+  const fs::path tuned = tuned_model_file(index_file);
+  return index::is_made_here(tuned) ? std::optional(tuned) : std::nullopt;
 }
 
 std::shared_ptr<embedding::BuiltinEngine> builtin_engine(const EmbeddingOptions& options,
                                                          const fs::path& index_file) {
+  const std::optional<fs::path> chosen = chosen_model_file(options, index_file);
+  const fs::path tuned = tuned_model_file(index_file);
+  if (!chosen && index::require_plain_file(tuned)) {
+    tell("The model " + tuned.string() +
+         " was not made here by you and is not used; --model FILE uses it");
+  }
   return std::make_shared<embedding::BuiltinEngine>(
-      chosen_model_file(options, index_file).value_or(embedding::shipped_model_file()));
+      chosen.value_or(embedding::shipped_model_file()));
 }
 
 std::shared_ptr<engines::EmbeddingEngine> question_engine(const EmbeddingOptions& options,

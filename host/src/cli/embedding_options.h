@@ -65,7 +65,8 @@ void require_server(const ServerEmbeddingOptions& options);
 [[nodiscard]] std::string embeddings_key();
 
 // The model that the user chose for an index: by option, or by tuning one, which is kept beside the
-// index. Nothing: the one that the program came with.
+// index and was made there. Nothing: the one that the program came with. Throws IndexError when
+// something else stands where the tuned model does.
 [[nodiscard]] std::optional<std::filesystem::path> chosen_model_file(
     const EmbeddingOptions& options, const std::filesystem::path& index_file);
 

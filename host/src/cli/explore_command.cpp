@@ -3,7 +3,6 @@
 #include <limits>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -16,7 +15,6 @@
 #include "cli/rerank_options.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
-#include "velmora/storage/sqlite.h"
 #include "velmora/workers/retrieval.h"
 
 namespace velmora::host::cli {
@@ -59,21 +57,17 @@ ExitCode explore(const ExploreOptions& options) {
   }
   require_whole_server(options.embedding);
   const std::filesystem::path file = options.location.file();
-  try {
-    HybridRetriever retriever(
-        index::Index::open(file),
-        {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
-    if (options.batch) {
-      Input input(*options.batch);
-      answer_batch(input, retriever, retrieve_options(options));
-      return ExitCode::answered;
-    }
-    const RetrievalResult answer = retriever.retrieve(*options.question, retrieve_options(options));
-    write_output(options.json ? answer_json(*options.question, answer) : answer_text(answer));
-    return answer.hits.empty() ? ExitCode::nothing_found : ExitCode::answered;
-  } catch (const storage::DatabaseError& error) {
-    throw std::runtime_error("The index at " + file.string() + " cannot be read: " + error.what());
+  HybridRetriever retriever(
+      open_index(options.location),
+      {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
+  if (options.batch) {
+    Input input(*options.batch);
+    answer_batch(input, retriever, retrieve_options(options));
+    return ExitCode::answered;
   }
+  const RetrievalResult answer = retriever.retrieve(*options.question, retrieve_options(options));
+  write_output(options.json ? answer_json(*options.question, answer) : answer_text(answer));
+  return answer.hits.empty() ? ExitCode::nothing_found : ExitCode::answered;
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -23,6 +22,7 @@
 #include "indexing/folder_watch.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
+#include "velmora/host/index/index_folder.h"
 #include "velmora/host/indexing/languages.h"
 #include "velmora/host/indexing/refresh.h"
 
@@ -41,17 +41,6 @@ std::string skipped_summary(const std::vector<indexing::Skipped>& skipped) {
     list += (list.empty() ? "" : ", ") + std::to_string(count) + ": " + reason;
   }
   return "Skipped " + std::to_string(skipped.size()) + " (" + list + "); --verbose lists them\n";
-}
-
-// The folder of the index, which keeps itself out of version control.
-void make_index_folder(const fs::path& folder) {
-  fs::create_directories(folder);
-  const fs::path ignore = folder / ".gitignore";
-  if (fs::exists(ignore)) return;
-  std::ofstream file(ignore);
-  file << "*\n";
-  file.close();
-  if (!file) throw std::runtime_error(ignore.string() + " cannot be written");
 }
 
 // "Indexed 3 files, 9 symbols, in 0.1 s: 1 added, 0 changed, 0 removed, 2 unchanged"
@@ -85,6 +74,7 @@ struct IndexOptions {
   bool no_wait = false;
   bool watch = false;
   bool retry = false;
+  bool rebuild = false;
   EmbeddingOptions embedding;
   bool embed = false;
   ServerEmbeddingOptions server;
@@ -98,15 +88,14 @@ std::shared_ptr<const embedding::WordModel> embedding_model(const EmbeddingOptio
     return builtin_engine(options, index_file)->model();
   } catch (const engines::EmbeddingNotReadyError& error) {
     if (chosen_model_file(options, index_file)) throw;
-    std::fputs(("velmora: " + printable(error.what()) + ". Indexing without embeddings\n").c_str(),
-               stderr);
+    tell(std::string(error.what()) + ". Indexing without embeddings");
     return nullptr;
   }
 }
 
 // Brings the index of a folder up to date. `check` is called often; what it throws ends the work.
 std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
-    const IndexOptions& options, std::shared_ptr<const embedding::WordModel> model,
+    const IndexOptions& options, bool rebuild, std::shared_ptr<const embedding::WordModel> model,
     const std::function<void()>& check) {
   const fs::path folder = options.folder;
   const fs::file_status status = fs::status(folder);
@@ -114,7 +103,7 @@ std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
   if (!fs::is_directory(status)) throw std::runtime_error(folder.string() + " is not a folder");
 
   const fs::path file = index_of_repository(folder);
-  make_index_folder(file.parent_path());
+  index::make_index_folder(folder);
   const auto lock = take_index_lock(file, options.no_wait, check);
   const Clock::time_point start = Clock::now();
   ProgressLine line;
@@ -122,11 +111,12 @@ std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
     check();
     line.show([&](double seconds) { return progress_text(now, seconds); });
   };
-  indexing::RefreshReport report = indexing::refresh(folder, *index::Index::open_or_create(file),
-                                                     {.largest_file = options.largest_file,
-                                                      .retry = options.retry,
-                                                      .model = std::move(model),
-                                                      .progress = show});
+  indexing::RefreshReport report =
+      indexing::refresh(folder, *index::Index::open_or_remake(file, rebuild, tell),
+                        {.largest_file = options.largest_file,
+                         .retry = options.retry,
+                         .model = std::move(model),
+                         .progress = show});
   return {std::move(report), Clock::now() - start};
 }
 
@@ -144,7 +134,7 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
     try {
       // Watched before they are read: what changes in between makes another round.
       watch.watch_folders();
-      const auto [report, time] = refresh_folder(options, model, check);
+      const auto [report, time] = refresh_folder(options, first && options.rebuild, model, check);
       if (first || report.added + report.changed + report.removed > 0) {
         write_output(summary(report, time));
         if (options.embed) embed_folder(options.folder, options.server, check);
@@ -157,7 +147,7 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
       throw;
     } catch (const std::exception& error) {
       if (first) throw;
-      std::fputs(("velmora: " + printable(error.what()) + "\n").c_str(), stderr);
+      tell(error.what());
     }
   } while (watch.wait(QUIET, LONGEST));
 }
@@ -166,7 +156,7 @@ void index_folder(const IndexOptions& options) {
   if (options.embed) require_server(options.server);
   const auto model = embedding_model(options.embedding, index_of_repository(options.folder));
   if (options.watch) return watch_folder(options, model);
-  const auto [report, time] = refresh_folder(options, model, [] {});
+  const auto [report, time] = refresh_folder(options, options.rebuild, model, [] {});
   write_output(summary(report, time));
   if (options.embed) embed_folder(options.folder, options.server);
 }
@@ -197,6 +187,8 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
                     "Read files again that were left out because parsing them took too much");
   command->add_flag("--watch", options->watch,
                     "Go on: bring the index up to date whenever files change, until Ctrl-C");
+  command->add_flag("--rebuild", options->rebuild,
+                    "Make the index anew, as if there were none; what velmora embed stored is gone");
   add_embedding_options(*command, options->embedding,
                         "Do not embed new symbols; the next run without it does");
   command->add_flag("--embed", options->embed,
@@ -205,7 +197,8 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
   command->footer(
       "The index is DIR/.velmora/index.db. Later runs read what has changed only; an index that "
       "is\n"
-      "being brought up to date answers from its last state until it is done.\n"
+      "being brought up to date answers from its last state until it is done. One that is damaged,\n"
+      "or that was not made here by you, is made anew.\n"
       "In a git work tree the files that git does not ignore are read.\n"
       "No server is asked without --embed; new symbols get the vectors that are known of their "
       "text.\n"

@@ -4,6 +4,9 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "cli/output.h"
+#include "velmora/host/index/index_folder.h"
+
 namespace velmora::host::cli {
 
 namespace fs = std::filesystem;
@@ -24,7 +27,21 @@ fs::path IndexLocation::file() const {
   return nearest_index(fs::current_path());
 }
 
-fs::path index_of_repository(const fs::path& folder) { return folder / ".velmora" / "index.db"; }
+std::shared_ptr<index::Index> open_index(const IndexLocation& location) {
+  const fs::path file = location.file();
+  auto index = index::Index::open(file);
+  if (!location.index && !index->made_here()) {
+    tell("The index at " + file.string() +
+         " was not made here by you, and says what its maker wanted. Make it anew with: velmora"
+         " index " +
+         file.parent_path().parent_path().string());
+  }
+  return index;
+}
+
+fs::path index_of_repository(const fs::path& folder) { 
+  return folder / index::INDEX_FOLDER / "index.db";
+ }
 
 fs::path nearest_index(const fs::path& folder) {
   fs::path at = fs::absolute(folder);

@@ -2,8 +2,11 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
+
+#include "velmora/host/index/index.h"
 
 namespace CLI {
 class App;
@@ -22,6 +25,10 @@ struct IndexLocation {
   // The file that the user means; without a word of theirs the one nearest to the current folder.
   [[nodiscard]] std::filesystem::path file() const;
 };
+
+// Opens the index at the location for answers from it. That one which the user did not name comes
+// from elsewhere is told.
+[[nodiscard]] std::shared_ptr<index::Index> open_index(const IndexLocation& location);
 
 // The index of the repository at `folder`: folder/.velmora/index.db.
 [[nodiscard]] std::filesystem::path index_of_repository(const std::filesystem::path& folder);

@@ -1,7 +1,6 @@
 #include "cli/index_lock.h"
 
 #include <chrono>
-#include <cstdio>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -18,9 +17,9 @@ index::WriterLock take_lock(const std::filesystem::path& file, const std::string
   for (bool told = false;; told = true) {
     std::optional<index::WriterLock> lock = index::WriterLock::try_take(file);
     if (lock) return std::move(*lock);
-    const std::string busy = what + " by " + printable(index::WriterLock::holder(file)) + ". ";
+    const std::string busy = what + " by " + index::WriterLock::holder(file) + ". ";
     if (no_wait) throw std::runtime_error(busy + "Try again when it is done");
-    if (!told) std::fputs(("velmora: " + busy + "Waiting for it\n").c_str(), stderr);
+    if (!told) tell(busy + "Waiting for it");
     check();
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }

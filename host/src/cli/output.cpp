@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <new>
 #include <system_error>
 
 #include "velmora/logging.h"
@@ -69,6 +70,16 @@ void write_output(std::string_view text) {
   if (errno == EPIPE) throw NobodyReads();
   throw std::runtime_error("The output cannot be written: " +
                            std::generic_category().message(errno));
+}
+
+void tell(std::string_view sentence) noexcept {
+  try {
+    // One call, so that the lines of several threads do not mix.
+    const std::string line = "velmora: " + printable(sentence) + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+  } catch (const std::bad_alloc&) {
+    std::fputs("velmora: There is not enough memory\n", stderr);
+  }
 }
 
 std::string counted(std::size_t count, const std::string& thing) {

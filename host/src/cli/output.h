@@ -18,6 +18,9 @@ class NobodyReads : public std::runtime_error {
 // cannot be written for another reason.
 void write_output(std::string_view text);
 
+// Writes a line about what happens to standard error. Does not throw.
+void tell(std::string_view sentence) noexcept;
+
 // "1 file", "2 files".
 [[nodiscard]] std::string counted(std::size_t count, const std::string& thing);
 

@@ -5,11 +5,10 @@
 
 #include <CLI/CLI.hpp>
 #include <csignal>
-#include <cstdio>
 #include <exception>
+#include <new>
 #include <sstream>
 #include <string>
-#include <string_view>
 
 #include "cli/output.h"
 #include "velmora/host/cli/commands.h"
@@ -25,10 +24,6 @@ void reserve_standard_streams() {
     const int mode = stream == STDIN_FILENO ? O_WRONLY : O_RDONLY;
     if (::fcntl(stream, F_GETFD) == -1) static_cast<void>(::open("/dev/null", mode));
   }
-}
-
-void complain(std::string_view message) {
-  std::fputs(("velmora: " + printable(message) + "\n").c_str(), stderr);
 }
 
 ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
@@ -47,7 +42,7 @@ ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
     write_output(text.str());
     return ExitCode::answered;
   } catch (const CLI::ParseError& error) {
-    complain(std::string(error.what()) + "\nRun velmora with --help for more information.");
+    tell(std::string(error.what()) + "\nRun velmora with --help for more information.");
     return ExitCode::wrong_usage;
   }
 }
@@ -58,6 +53,8 @@ int run(int argc, const char* const* argv) {
   reserve_standard_streams();
   // A write that nobody reads becomes an error of that write.
   std::signal(SIGPIPE, SIG_IGN);
+  // So does one that makes a file larger than the user's limit.
+  std::signal(SIGXFSZ, SIG_IGN);
 
   CLI::App app("Velmora finds the code that answers a question.", "velmora");
   app.set_version_flag("--version", "velmora " VELMORA_VERSION);
@@ -70,8 +67,11 @@ int run(int argc, const char* const* argv) {
     return static_cast<int>(parse_and_run(app, argc, argv));
   } catch (const NobodyReads&) {
     return static_cast<int>(ExitCode::failed);
+  } catch (const std::bad_alloc&) {
+    tell("There is not enough memory");
+    return static_cast<int>(ExitCode::failed);
   } catch (const std::exception& error) {
-    complain(error.what());
+    tell(error.what());
     return static_cast<int>(ExitCode::failed);
   }
 }

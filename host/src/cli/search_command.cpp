@@ -53,7 +53,7 @@ ordered_json json_hit(const storage::SymbolRow& symbol, double similarity) {
 ExitCode search_semantic(const SearchOptions& options) {
   require_whole_server(options.embedding);
   const std::filesystem::path file = options.location.file();
-  const auto index = index::Index::open(file);
+  const auto index = open_index(options.location);
   const auto engine = question_engine(options.embedding, file);
   const auto model = engine->wait_ready(std::chrono::milliseconds::zero());
   const auto vectors = model->embed(std::array{std::string_view(options.query)});

@@ -1,7 +1,6 @@
 #include "velmora/host/embedding/word_model.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -44,6 +43,7 @@ constexpr float LARGEST_STEP = 127.0F;
 // Keep sizes and sums far from the end of their types.
 constexpr std::uint32_t LARGEST_DIMENSIONS = 1U << 16U;
 constexpr float LARGEST_NUMBER = 1e6F;
+constexpr off_t LARGEST_FILE = off_t{512} << 20;
 
 struct Header {
   std::array<char, 8> magic = MAGIC;
@@ -122,11 +122,6 @@ void normalise(std::span<float> values) {
   const auto factor = static_cast<float>(1.0 / std::sqrt(square));
   for (float& value : values) value *= factor;
 }
-
-struct Unmap {
-  std::size_t size = 0;
-  void operator()(std::byte* begin) const noexcept { ::munmap(begin, size); }
-};
 
 void check(const WordModelData& data) {
   const auto need = [](bool holds, const char* rule) {
@@ -232,7 +227,7 @@ void write_word_model(const fs::path& file, const WordModelData& data, RowKind k
   }
 }
 
-// The mapped file, checked.
+// The file's content, checked.
 struct WordModel::File {
   explicit File(const fs::path& path) {
     const auto fail = [&](const std::string& what) {
@@ -241,7 +236,8 @@ struct WordModel::File {
     const auto fail_with_reason = [&] {
       fail("cannot be read: " + std::generic_category().message(errno));
     };
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without a wait for whoever writes to a pipe, which is refused below.
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0) fail_with_reason();
     const struct Closer {
       int descriptor;
@@ -250,14 +246,23 @@ struct WordModel::File {
     struct stat status {};
     if (::fstat(descriptor, &status) != 0) fail_with_reason();
     if (!S_ISREG(status.st_mode)) fail("is not a file");
+    if (status.st_size > LARGEST_FILE) {
+      fail("is larger than " + std::to_string(LARGEST_FILE) + " bytes");
+    }
+    // Whole, and not mapped: what becomes of the file later changes nothing.
     const auto size = static_cast<std::size_t>(status.st_size);
-    if (size < sizeof(Header)) fail("is cut short or is no model");
-    void* const mapped = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
-    if (mapped == MAP_FAILED) fail_with_reason();
-    mapping.reset(static_cast<std::byte*>(mapped));
-    mapping.get_deleter().size = size;
+    content = std::make_unique_for_overwrite<std::byte[]>(size);
+    std::size_t filled = 0;
+    while (filled < size) {
+      const ssize_t count = ::read(descriptor, content.get() + filled, size - filled);
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) fail_with_reason();
+      if (count == 0) break;
+      filled += static_cast<std::size_t>(count);
+    }
+    if (filled < sizeof(Header)) fail("is cut short or is no model");
     try {
-      read(std::span(mapping.get(), size));
+      take_apart(std::span<const std::byte>(content.get(), filled));
     } catch (const ModelFileError& error) {
       fail(error.what());
     }
@@ -306,7 +311,7 @@ struct WordModel::File {
     normalise(out);
   }
 
-  std::unique_ptr<std::byte, Unmap> mapping = {};
+  std::unique_ptr<std::byte[]> content = {};
   Header header = {};
   const std::byte* slots = nullptr;
   const std::byte* offsets = nullptr;
@@ -318,7 +323,7 @@ struct WordModel::File {
 
  private:
   // Takes the file apart. Throws a ModelFileError that says what stands after the file's name.
-  void read(std::span<const std::byte> bytes) {
+  void take_apart(std::span<const std::byte> bytes) {
     const auto need = [](bool holds, const std::string& what) {
       if (!holds) throw ModelFileError(what);
     };

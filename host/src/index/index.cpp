@@ -6,11 +6,14 @@
 #include <string>
 #include <utility>
 
+#include "index/connection.h"
+#include "index/index_errors.h"
 #include "index/index_file.h"
 #include "index/reader_pool.h"
 #include "index/row_cursor.h"
 #include "index/symbol_writer.h"
 #include "index/vector_matrix.h"
+#include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::index {
 namespace {
@@ -20,9 +23,32 @@ void write_to_disk(const std::filesystem::path& file, const std::function<void()
   try {
     work();
   } catch (const storage::DatabaseError& error) {
-    if (error.code() != SQLITE_FULL && error.code() != SQLITE_IOERR) throw;
+    const bool refused = error.code() == SQLITE_READONLY || error.code() == SQLITE_CANTOPEN;
+    const bool failed = error.code() == SQLITE_FULL || error.code() == SQLITE_IOERR;
+    if ((!refused && !failed) || is_damage(error)) throw_as_index_error(error, file);
     throw IndexError("The index at " + file.string() + " cannot be written: " + error.what() +
-                     ". If its disk is full, make room and try again; the index is as it was");
+                     (refused ? ". You may not write there"
+                              : ". If its disk is full, make room and try again; the index is as"
+                                " it was"));
+  }
+}
+
+// Why the index at `path` has to be made anew; empty when it can be brought up to date.
+std::string fault_of(const std::filesystem::path& path) {
+  try {
+    return with_index_errors(path, [&]() -> std::string {
+      storage::Database database = connect(path, 0);
+      if (inspect(database, path) == Content::blank) {
+        return "The index at " + path.string() + " was never finished";
+      }
+      if (!was_made_here(database, path)) {
+        return "The index at " + path.string() + " was not made here by you";
+      }
+      verify(database, path);
+      return {};
+    });
+  } catch (const UnusableIndexError& error) {
+    return error.fault();
   }
 }
 
@@ -68,42 +94,60 @@ Index::~Index() {
 
 std::shared_ptr<Index> Index::open(const std::filesystem::path& file) {
   // Absolute, so that a later change of the working folder changes nothing.
-  const std::filesystem::path path = std::filesystem::absolute(file).lexically_normal();
-  static_cast<void>(file_identity(path));
-  {
-    storage::Database database = connect(path, 0);
-    if (inspect(database, path) != Content::filled) throw IndexError(no_index_message(path));
-  }
-  return std::shared_ptr<Index>(new Index(std::make_unique<Parts>(path)));
+  const std::filesystem::path path = resolved(file);
+  std::shared_ptr<Index> index(new Index(std::make_unique<Parts>(path)));
+  with_index_errors(path, [&] {
+    const ReaderPool::Lease reader = index->parts_->readers.borrow();
+    if (inspect(reader->database, path) != Content::filled) {
+      throw IndexError(no_index_message(path));
+    }
+    // Pages that refer to one another in circles have an end only here.
+    if (!was_made_here(reader->database, path)) verify(reader->database, path);
+  });
+  return index;
 }
 
 std::shared_ptr<Index> Index::open_or_create(const std::filesystem::path& file) {
-  const std::filesystem::path path = std::filesystem::absolute(file).lexically_normal();
-  std::filesystem::create_directories(path.parent_path());
-  const bool missing = !std::filesystem::exists(path);
+  std::filesystem::create_directories(std::filesystem::absolute(file).parent_path());
+  const std::filesystem::path path = resolved(file);
+  const bool missing = !require_plain_file(path);
   std::shared_ptr<Index> index(new Index(std::make_unique<Parts>(path)));
   index->parts_->remove_at_end = missing;
   write_to_disk(path, [&] {
-    storage::Database database = connect(path, SQLITE_OPEN_CREATE);
+    make_private(path);
+    storage::Database database = connect(path, 0);
     create_tables(database, path);
   });
   return index;
 }
 
+std::shared_ptr<Index> Index::open_or_remake(const std::filesystem::path& file, bool rebuild,
+                                             const std::function<void(const std::string&)>& tell) {
+  const std::filesystem::path path = resolved(file);
+  if (require_plain_file(path)) {
+    const std::string fault = rebuild ? "The index at " + path.string() + " is to be rebuilt" : fault_of(path);
+    if (!fault.empty()) {
+      tell(fault + ". It is made anew");
+      remove_index(path);
+    }
+  }
+  return open_or_create(path);
+}
+
+bool Index::made_here() {
+  return with_index_errors(parts_->file, [&] {
+    return was_made_here(parts_->readers.borrow()->database, parts_->file);
+  });
+}
+
 void Index::write(const std::function<bool(storage::Database&)>& work) {
   write_to_disk(parts_->file, [&] {
     const FileIdentity identity = file_identity(parts_->file);
+    make_private(parts_->file);
     storage::Database database = connect(parts_->file, 0);
     // Without it, the write-ahead log would keep the size of the largest transaction.
     database.execute("PRAGMA journal_size_limit = 16777216; PRAGMA synchronous = NORMAL");
-    std::optional<storage::Transaction> transaction;
-    try {
-      transaction.emplace(database, "BEGIN IMMEDIATE");
-    } catch (const storage::DatabaseError& error) {
-      if (error.code() != SQLITE_BUSY) throw;
-      throw IndexError("The index at " + parts_->file.string() +
-                       " is being written by another program. Try again when it is done");
-    }
+    storage::Transaction transaction(database, "BEGIN IMMEDIATE");
     const Content content = inspect(database, parts_->file);
     if (content == Content::blank || file_identity(parts_->file) != identity) {
       throw IndexError("The index at " + parts_->file.string() +
@@ -113,7 +157,7 @@ void Index::write(const std::function<bool(storage::Database&)>& work) {
       database.execute(
           "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16)))");
     }
-    transaction->commit();
+    transaction.commit();
     parts_->remove_at_end = false;
   });
 }
@@ -150,43 +194,52 @@ void Index::update_vectors(const std::function<void(TextVectors&)>& change) {
 }
 
 storage::IndexFingerprint Index::retrieval_fingerprint() {
-  return {parts_->readers.borrow()->fingerprint()};
+  return with_index_errors(parts_->file, [&]() -> storage::IndexFingerprint {
+    return {parts_->readers.borrow()->fingerprint()};
+  });
 }
 
 std::unique_ptr<storage::SymbolCursor> Index::retrievable_code_symbols(
     std::span<const std::string_view> languages, std::span<const std::string_view> kinds) {
-  return std::make_unique<RowCursor>(parts_->readers.borrow(), languages, kinds);
+  return with_index_errors(parts_->file, [&] {
+    return std::make_unique<RowCursor>(parts_->readers.borrow(), languages, kinds);
+  });
 }
 
 std::vector<storage::NearestPair> Index::nearest_symbol_ids(std::span<const float> values,
                                                             std::string_view model,
                                                             storage::NearestOptions options) {
   if (options.top_k < 1) throw std::invalid_argument("top_k must be at least 1");
-  return parts_->vectors(model)->nearest(values, options.top_k);
+  const auto vectors = with_index_errors(parts_->file, [&] { return parts_->vectors(model); });
+  return vectors->nearest(values, options.top_k);
 }
 
 void Index::read_symbol(SymbolId id, const std::function<void(const storage::SymbolRow&)>& read) {
-  const ReaderPool::Lease reader = parts_->readers.borrow();
-  storage::Statement select =
-      reader->database.prepare(std::string(SELECT_SYMBOL_ROWS) + " WHERE s.id = ?");
-  select.bind(1, id);
-  if (select.step()) read(symbol_row(select));
+  with_index_errors(parts_->file, [&] {
+    const ReaderPool::Lease reader = parts_->readers.borrow();
+    storage::Statement select =
+        reader->database.prepare(std::string(SELECT_SYMBOL_ROWS) + " WHERE s.id = ?");
+    select.bind(1, id);
+    if (select.step()) read(symbol_row(select));
+  });
 }
 
 std::unordered_map<SymbolId, storage::StoredSymbol> Index::get_symbols_by_ids(
     std::span<const SymbolId> ids) {
-  const ReaderPool::Lease reader = parts_->readers.borrow();
   std::unordered_map<SymbolId, storage::StoredSymbol> found;
-  storage::Statement& select = reader->select_docstring;
-  for (const SymbolId id : ids) {
-    select.bind(1, id);
-    if (select.step()) {
-      const std::optional<std::string_view> docstring = select.column_optional_text(0);
-      storage::StoredSymbol& symbol = found[id];
-      if (docstring) symbol.docstring.emplace(*docstring);
+  with_index_errors(parts_->file, [&] {
+    const ReaderPool::Lease reader = parts_->readers.borrow();
+    storage::Statement& select = reader->select_docstring;
+    for (const SymbolId id : ids) {
+      select.bind(1, id);
+      if (select.step()) {
+        const std::optional<std::string_view> docstring = select.column_optional_text(0);
+        storage::StoredSymbol& symbol = found[id];
+        if (docstring) symbol.docstring.emplace(*docstring);
+      }
+      select.reset();
     }
-    select.reset();
-  }
+  });
   return found;
 }
 

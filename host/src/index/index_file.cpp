@@ -1,20 +1,21 @@
 #include "index/index_file.h"
 
-#include <sys/stat.h>
-
-#include <cerrno>
 #include <cstdint>
 #include <exception>
+#include <string>
 #include <string_view>
-#include <system_error>
 
-#include "velmora/host/index/index.h"
+#include "index/connection.h"
+#include "index/index_errors.h"
+#include "index/page_checks.h"
+#include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::index {
 namespace {
 
 using storage::Database;
 using storage::DatabaseError;
+using storage::Statement;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
 constexpr std::int64_t FORMAT = 6;
@@ -24,7 +25,8 @@ CREATE TABLE meta(
   identity TEXT NOT NULL,       -- random, made with the file
   generation INTEGER NOT NULL,  -- grows with every committed change
   state TEXT NOT NULL,          -- random, drawn for every generation: copies of a file part ways
-  extraction TEXT NOT NULL      -- the version of what made the symbols; empty: an import
+  extraction TEXT NOT NULL,     -- the version of what made the symbols; empty: an import
+  mark TEXT NOT NULL DEFAULT '' -- of the file in which the index was made
 );
 -- What is known of a file that nobody read: its path.
 CREATE TABLE files(
@@ -80,81 +82,133 @@ CREATE TABLE vectors(
   numbers BLOB NOT NULL   -- of the model's kind, little-endian
 );
 CREATE UNIQUE INDEX vectors_by_text ON vectors(model, text) WHERE text IS NOT NULL;
-INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), '');
+INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), '', '');
 )sql";
 
 std::int64_t number(Database& database, std::string_view sql) {
-  storage::Statement statement = database.prepare(sql);
+  Statement statement = database.prepare(sql);
   return statement.step() ? statement.column_int64(0) : 0;
 }
 
-// The command that makes an index at `file`.
-std::string making_command(const std::filesystem::path& file) {
-  const std::filesystem::path folder = file.parent_path();
-  if (file.filename() == "index.db" && folder.filename() == ".velmora") {
-    return "velmora index " + folder.parent_path().string();
+// Bounds what reading the description of the tables can cost, while it lives: a file may describe
+// as many and as long ones as it likes.
+class Bounds {
+ public:
+  explicit Bounds(Database& database)
+      : database_(database.handle()),
+        length_(sqlite3_limit(database_, SQLITE_LIMIT_LENGTH, LONGEST_TEXT)) {
+    sqlite3_progress_handler(
+        database_, STEPS, [](void*) { return 1; }, nullptr);
   }
-  return "velmora import --index " + file.string() + " ROWS.jsonl";
+  Bounds(const Bounds&) = delete;
+  ~Bounds() {
+    sqlite3_progress_handler(database_, 0, nullptr, nullptr);
+    sqlite3_limit(database_, SQLITE_LIMIT_LENGTH, length_);
+  }
+
+ private:
+  static constexpr int LONGEST_TEXT = 65'536;
+  static constexpr int STEPS = 10'000;  // of SQLite's machine, a multiple of what ours takes
+
+  sqlite3* database_;
+  int length_;
+};
+
+// Everything that the database describes, as it is stored.
+std::string schema_of(Database& database) {
+  std::string schema;
+  Statement select = database.prepare(
+      "SELECT type, name, tbl_name, sql FROM sqlite_schema ORDER BY type, name");
+  while (select.step()) {
+    for (int column = 0; column < 4; ++column) schema.append(select.column_text(column)) += '\0';
+  }
+  return schema;
+}
+
+const std::string& our_schema() {
+  static const std::string schema = [] {
+    Database made(":memory:", SQLITE_OPEN_READWRITE);
+    made.execute(TABLES);
+    return schema_of(made);
+  }();
+  return schema;
+}
+
+// How many bytes at the end of each page the database reserves.
+int reserved_bytes(Database& database) {
+  int bytes = -1;  // asks
+  sqlite3_file_control(database.handle(), "main", SQLITE_FCNTL_RESERVE_BYTES, &bytes);
+  return bytes;
+}
+
+UnusableIndexError not_an_index(const std::filesystem::path& file) {
+  return {file.string() + " is not an index of velmora",
+          "Choose another file, or make one with: " + making_command(file)};
+}
+
+bool is_ours(Database& database) {
+  return number(database, "PRAGMA page_size") == PAGE_SIZE &&
+         reserved_bytes(database) == CHECKSUM_SIZE && schema_of(database) == our_schema();
 }
 
 }  // namespace
 
-std::string no_index_message(const std::filesystem::path& file) {
-  return "There is no index at " + file.string() + ". Make one with: " + making_command(file);
-}
-
-FileIdentity file_identity(const std::filesystem::path& file) {
-  struct stat status {};
-  if (::stat(file.c_str(), &status) != 0) {
-    if (errno == ENOENT || errno == ENOTDIR) throw IndexError(no_index_message(file));
-    throw IndexError("The index at " + file.string() +
-                     " cannot be read: " + std::generic_category().message(errno));
-  }
-  return {status.st_dev, status.st_ino};
-}
-
-Database connect(const std::filesystem::path& file, int flags) {
-  try {
-    Database database(file.string(), SQLITE_OPEN_READWRITE | flags);
-    sqlite3_busy_timeout(database.handle(), 10'000);
-    return database;
-  } catch (const DatabaseError& error) {
-    throw IndexError("The index at " + file.string() + " cannot be opened: " + error.what());
-  }
-}
-
 Content inspect(Database& database, const std::filesystem::path& file) {
-  std::int64_t application = 0;
-  std::int64_t format = 0;
-  bool blank = false;
+  const Bounds bounds(database);
   try {
-    application = number(database, "PRAGMA application_id");
-    format = number(database, "PRAGMA user_version");
-    blank = application == 0 && number(database, "SELECT count(*) FROM sqlite_schema") == 0;
+    const std::int64_t application = number(database, "PRAGMA application_id");
+    const std::int64_t format = number(database, "PRAGMA user_version");
+    if (application == 0 && number(database, "PRAGMA page_count") <= 1 && schema_of(database).empty()) {
+      return Content::blank;
+    }
+    if (application != APPLICATION_ID) throw not_an_index(file);
+    if (format != FORMAT) {
+      throw UnusableIndexError("The index at " + file.string() + " has format " +
+                                   std::to_string(format) +
+                                   ", and this version of velmora reads format " +
+                                   std::to_string(FORMAT),
+                               remaking_advice(file));
+    }
+    if (!is_ours(database)) throw damaged(file);
+    const bool unfilled = number(database, "SELECT generation FROM meta") == 0;
+    return unfilled ? Content::unfilled : Content::filled;
   } catch (const DatabaseError& error) {
-    if (error.code() != SQLITE_NOTADB) throw;
+    switch (error.code()) {
+      case SQLITE_NOTADB:
+        throw not_an_index(file);
+      case SQLITE_ERROR:      // tables that SQLite cannot read
+      case SQLITE_INTERRUPT:  // or that are too many,
+      case SQLITE_TOOBIG:     // or too long
+        throw damaged(file);
+      default:
+        throw;
+    }
   }
-  if (blank) return Content::blank;
-  if (application != APPLICATION_ID) {
-    throw IndexError(file.string() +
-                     " is not an index of velmora. Choose another file, or make one with: " +
-                     making_command(file));
-  }
-  if (format != FORMAT) {
-    throw IndexError("The index at " + file.string() + " has format " + std::to_string(format) +
-                     ", and this version of velmora reads format " + std::to_string(FORMAT) +
-                     ". Remove the file and make it anew with: " + making_command(file));
-  }
-  return number(database, "SELECT generation FROM meta") == 0 ? Content::unfilled : Content::filled;
+}
+
+void verify(Database& database, const std::filesystem::path& file) {
+  with_index_errors(file, [&] {
+    Statement check = database.prepare("PRAGMA quick_check(1)");
+    if (!check.step() || check.column_text(0) != "ok") throw damaged(file);
+  });
+}
+
+bool was_made_here(Database& database, const std::filesystem::path& file) {
+  Statement select = database.prepare("SELECT mark FROM meta");
+  return select.step() && is_marked(file, std::string(select.column_text(0)));
 }
 
 void create_tables(Database& database, const std::filesystem::path& file) {
   if (inspect(database, file) != Content::blank) return;
-  // Large pages waste less of themselves on vectors, which take some kilobytes each.
-  database.execute("PRAGMA page_size = 16384; PRAGMA journal_mode = WAL");
+  int reserved = CHECKSUM_SIZE;
+  sqlite3_file_control(database.handle(), "main", SQLITE_FCNTL_RESERVE_BYTES, &reserved);
+  // A file that a crash leaves in between has no table and is no loss.
+  database.execute("PRAGMA page_size = " + std::to_string(PAGE_SIZE) +
+                   "; PRAGMA journal_mode = MEMORY; PRAGMA journal_mode = WAL");
   storage::Transaction transaction(database, "BEGIN IMMEDIATE");
   if (inspect(database, file) != Content::blank) return;  // another process was faster
   database.execute(TABLES);
+  database.prepare("UPDATE meta SET mark = ?").bind(1, std::string_view(file_mark(file))).run();
   database.execute("PRAGMA application_id = " + std::to_string(APPLICATION_ID));
   database.execute("PRAGMA user_version = " + std::to_string(FORMAT));
   transaction.commit();
@@ -165,11 +219,7 @@ void remove_unfilled(const std::filesystem::path& file) noexcept {
     Database database = connect(file, 0);
     // Under the writer's lock, so that nobody fills the file meanwhile.
     storage::Transaction transaction(database, "BEGIN IMMEDIATE");
-    if (inspect(database, file) == Content::filled) return;
-    for (const char* suffix : {"", "-wal", "-shm"}) {
-      std::error_code ignored;
-      std::filesystem::remove(file.string() + suffix, ignored);
-    }
+    if (inspect(database, file) != Content::filled) remove_index(file);
   } catch (const std::exception&) {
     // What cannot be removed stays: it opens as no index, and can be filled later.
   }

@@ -1,30 +1,11 @@
-// The file of an index: which file it is, how it is connected to, and what its tables are.
+// What the file of an index holds: its tables, and whether they are ours.
 #pragma once
 
-#include <sys/types.h>
-
 #include <filesystem>
-#include <string>
 
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::index {
-
-// Which file stands at a path. A file that replaces another has another identity for as long as
-// somebody holds the earlier one open.
-struct FileIdentity {
-  dev_t device = 0;
-  ino_t inode = 0;
-
-  bool operator==(const FileIdentity&) const = default;
-};
-
-// Throws IndexError when nothing stands at `file`.
-[[nodiscard]] FileIdentity file_identity(const std::filesystem::path& file);
-
-// Connects with SQLITE_OPEN_... `flags` for reading and writing. Throws IndexError when the file
-// cannot be opened.
-[[nodiscard]] storage::Database connect(const std::filesystem::path& file, int flags);
 
 // What a file holds that is not refused.
 enum class Content {
@@ -33,16 +14,23 @@ enum class Content {
   filled,
 };
 
-// Throws IndexError when the database is not an index, or one of another format.
+// Throws UnusableIndexError when the database is not an index, or one of another format, or damaged
+// where its tables are described: they are exactly ours, or nothing is run on them. Takes a bounded
+// time and memory, whatever the file holds.
 [[nodiscard]] Content inspect(storage::Database& database, const std::filesystem::path& file);
+
+// Reads all of an index that was inspected and throws UnusableIndexError when any of it is damaged,
+// or stands where it does not belong.
+void verify(storage::Database& database, const std::filesystem::path& file);
+
+// Whether this index was made where it is, by this user or the system's administrator; else it came
+// with a clone, an archive or a copy.
+[[nodiscard]] bool was_made_here(storage::Database& database, const std::filesystem::path& file);
 
 // Makes an unfilled index of a blank database. Leaves one that is an index by now as it is.
 void create_tables(storage::Database& database, const std::filesystem::path& file);
 
 // Removes the index at `file` unless it was filled.
 void remove_unfilled(const std::filesystem::path& file) noexcept;
-
-// The sentence that there is no index at `file`, and the command that makes one.
-[[nodiscard]] std::string no_index_message(const std::filesystem::path& file);
 
 }  // namespace velmora::host::index

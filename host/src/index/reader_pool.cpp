@@ -4,7 +4,8 @@
 #include <new>
 #include <utility>
 
-#include "velmora/host/index/index.h"
+#include "index/index_errors.h"
+#include "index/index_file.h"
 
 namespace velmora::host::index {
 namespace {
@@ -12,19 +13,31 @@ namespace {
 // More connections than this are closed once their readers are done.
 constexpr std::size_t MOST_IDLE = 8;
 
-storage::Database connect_reader(const std::filesystem::path& file) {
-  // Not opened as read-only: such a connection cannot recover or clear up the write-ahead log.
-  storage::Database database = connect(file, 0);
+storage::Database inspected(storage::Database database, const std::filesystem::path& file) {
   if (inspect(database, file) == Content::blank) throw IndexError(no_index_message(file));
   database.execute("PRAGMA query_only = ON");
   return database;
 }
 
+storage::Database connect_reader(const std::filesystem::path& file, bool& is_still) {
+  if (can_share(file)) {
+    try {
+      // Not opened as read-only: such a connection cannot recover or clear up the write-ahead log.
+      return inspected(connect(file, 0), file);
+    } catch (const storage::DatabaseError& error) {
+      if (!wants_still(error)) throw;
+    }
+  }
+  is_still = true;
+  return inspected(connect_still(file), file);
+}
+
 }  // namespace
 
-Reader::Reader(const std::filesystem::path& file, FileIdentity file_identity)
-    : identity(file_identity),
-      database(connect_reader(file)),
+Reader::Reader(std::filesystem::path file_path, FileIdentity file_identity)
+    : file(std::move(file_path)),
+      identity(file_identity),
+      database(connect_reader(file, is_still)),
       select_fingerprint(
           database.prepare("SELECT identity || '-' || generation || '-' || state FROM meta",
                            SQLITE_PREPARE_PERSISTENT)),
@@ -33,7 +46,7 @@ Reader::Reader(const std::filesystem::path& file, FileIdentity file_identity)
 
 std::string Reader::fingerprint() {
   if (!select_fingerprint.step()) {
-    throw IndexError("The index has lost its identity. Make it anew");
+    throw damaged(file);
   }
   std::string value(select_fingerprint.column_text(0));
   select_fingerprint.reset();
@@ -59,7 +72,7 @@ ReaderPool::Lease ReaderPool::borrow() {
 void ReaderPool::give_back(std::unique_ptr<Reader> reader) noexcept {
   const std::lock_guard guard(lock_);
   try {
-    if (idle_.size() < MOST_IDLE) idle_.push_back(std::move(reader));
+    if (!reader->is_still && idle_.size() < MOST_IDLE) idle_.push_back(std::move(reader));
   } catch (const std::bad_alloc&) {
     // Then it is closed.
   }

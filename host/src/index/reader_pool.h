@@ -8,19 +8,21 @@
 #include <utility>
 #include <vector>
 
-#include "index/index_file.h"
+#include "index/connection.h"
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::index {
 
 // A connection that reads, with the statements that every question runs. For one thread at a time.
 struct Reader {
-  Reader(const std::filesystem::path& file, FileIdentity file_identity);
+  Reader(std::filesystem::path file_path, FileIdentity file_identity);
 
   // The fingerprint of the state that this connection sees.
   [[nodiscard]] std::string fingerprint();
 
-  FileIdentity identity;
+  const std::filesystem::path file;
+  const FileIdentity identity;
+  bool is_still = false;  // sees what it saw when it was opened, or fails: not to be used again
   storage::Database database;
   storage::Statement select_fingerprint;
   storage::Statement select_docstring;  // by id

@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "index/index_errors.h"
+
 namespace velmora::host::index {
 namespace {
 
@@ -41,9 +43,11 @@ RowCursor::RowCursor(ReaderPool::Lease reader, std::span<const std::string_view>
 }
 
 const storage::SymbolRow* RowCursor::next() {
-  if (!select_.step()) return nullptr;
-  row_ = symbol_row(select_);
-  return &row_;
+  return with_index_errors(reader_->file, [&]() -> const storage::SymbolRow* {
+    if (!select_.step()) return nullptr;
+    row_ = symbol_row(select_);
+    return &row_;
+  });
 }
 
 }  // namespace velmora::host::index

@@ -7,7 +7,6 @@
 #include <array>
 #include <cerrno>
 #include <ctime>
-#include <fstream>
 #include <system_error>
 #include <utility>
 
@@ -29,9 +28,8 @@ std::optional<WriterLock> WriterLock::try_take(const std::filesystem::path& lock
   const auto fail = [&] {
     throw std::system_error(errno, std::generic_category(), lock.string() + " cannot be locked");
   };
-  const int descriptor = ::open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-  if (descriptor < 0) fail();
-  WriterLock taken(descriptor);
+  WriterLock taken(open_plain_file(lock, O_RDWR | O_CREAT));
+  const int descriptor = taken.file_.descriptor();
   if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
     if (errno == EWOULDBLOCK) return std::nullopt;
     fail();
@@ -45,17 +43,11 @@ std::optional<WriterLock> WriterLock::try_take(const std::filesystem::path& lock
 }
 
 std::string WriterLock::holder(const std::filesystem::path& lock) {
-  std::ifstream file(lock);
-  std::string who;
+  const OpenFile file = open_plain_file(lock, O_RDONLY);
+  std::array<char, 128> who{};
+  const ssize_t size = ::read(file.descriptor(), who.data(), who.size());
   // The holder may not have written it yet.
-  return std::getline(file, who) ? who : "another process";
-}
-
-WriterLock::WriterLock(WriterLock&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)) {}
-
-WriterLock::~WriterLock() {
-  if (descriptor_ >= 0) ::close(descriptor_);
+  return size > 0 ? std::string(who.data(), static_cast<std::size_t>(size)) : "another process";
 }
 
 }  // namespace velmora::host::index

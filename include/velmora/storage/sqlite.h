@@ -79,8 +79,9 @@ class Statement {
 // An open database. Closed by the destructor; its statements must be gone by then.
 class Database {
  public:
-  // Opens the file at `path` (UTF-8) with SQLITE_OPEN_... `flags`.
-  Database(const std::string& path, int flags);
+  // Opens the file at `path` (UTF-8) with SQLITE_OPEN_... `flags`, through the VFS of that name, or
+  // SQLite's own when it is null.
+  Database(const std::string& path, int flags, const char* vfs = nullptr);
 
   [[nodiscard]] sqlite3* handle() const { return database_.get(); }
 

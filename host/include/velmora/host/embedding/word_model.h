@@ -1,6 +1,9 @@
 // A static embedding model: each word has a vector, a text is the weighted sum of its words'
-// vectors, at length one. There is no network to run and nothing to load but one file, which is
-// mapped into memory, so a model is ready at once and embeds at the speed of memory.
+// vectors, at length one. There is no network to run and nothing to load but one file of some
+// megabytes, so a model is ready at once and embeds at the speed of memory.
+//
+// A file need not be trusted: it is checked whole, and the worst that it can do is to find the wrong
+// things alike.
 #pragma once
 
 #include <cstddef>
@@ -77,7 +80,8 @@ void write_word_model(const std::filesystem::path& file, const WordModelData& da
 // A model file, open. Constant, so any number of threads may share one.
 class WordModel {
  public:
-  // Maps the file and checks it from the first byte to the last. Throws ModelFileError.
+  // Reads the file, which has 512 MB at most, and checks it from the first byte to the last. Throws
+  // ModelFileError. What becomes of the file afterwards changes nothing.
   [[nodiscard]] static std::shared_ptr<const WordModel> open(const std::filesystem::path& file);
 
   WordModel(const WordModel&) = delete;

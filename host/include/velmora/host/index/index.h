@@ -2,7 +2,12 @@
 //
 // Threads: every function may be called from several threads at once, and several processes may
 // open one file: any number read while one writes. A reader sees the last committed state, whole.
-// Errors of SQLite are thrown as storage::DatabaseError.
+// An error of SQLite is thrown as an IndexError that names the file and says what to do. The index
+// of a repository is not trusted: index_folder.h says of its files, connection.h of what they hold.
+// Every page has a checksum; what a disk has damaged is an error where it is read.
+//
+// An index is read where nothing can be written too: on a medium without writing, in a folder of
+// somebody else's, on a full disk.
 //
 // The file may be deleted, or replaced by another index, while an Index is open on its path: calls
 // made after that ask the file that stands at the path then, and throw IndexError while there is
@@ -36,7 +41,7 @@ class IndexError : public std::runtime_error {
 
 class Index final : public storage::Repository {
  public:
-  // Opens the index at `file`. Throws IndexError when there is none, when it was never filled, when
+  // Opens the index at `file`; reads all of it first when it was not made here. Throws IndexError when there is none, when it was never filled, when
   // its format is not this version's, or when the file is something else.
   [[nodiscard]] static std::shared_ptr<Index> open(const std::filesystem::path& file);
 
@@ -45,7 +50,19 @@ class Index final : public storage::Repository {
   // the file is something else or of another format: nothing is overwritten.
   [[nodiscard]] static std::shared_ptr<Index> open_or_create(const std::filesystem::path& file);
 
+  // Opens the index of a repository for bringing it up to date; makes it when it is missing. One
+  // that is damaged anywhere, of another format, something else, or that was not made here, is
+  // removed and an empty one made; so is every one with `rebuild`. `tell` is called with a sentence
+  // about it. Reads the whole file.
+  [[nodiscard]] static std::shared_ptr<Index> open_or_remake(
+      const std::filesystem::path& file, bool rebuild,
+      const std::function<void(const std::string&)>& tell);
+
   ~Index() override;
+
+  // Whether the index was made where it is, by this user or the system's administrator. One that was
+  // not came with a clone, an archive or a copy, and says what somebody else wanted it to say.
+  [[nodiscard]] bool made_here();
 
   // Replaces everything by the symbols that `next` yields until it returns nothing, and returns how
   // many those were. All or nothing: an error leaves the index as it was, an error of `next`

@@ -4,6 +4,9 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
+
+#include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::index {
 
@@ -12,20 +15,17 @@ namespace velmora::host::index {
 class WriterLock {
  public:
   // Nothing when another process holds the lock. Makes the file when it is missing. Throws
-  // std::system_error when it cannot be made or locked.
+  // IndexError when it cannot be opened or must not be (index_folder.h), std::system_error when it
+  // cannot be locked.
   [[nodiscard]] static std::optional<WriterLock> try_take(const std::filesystem::path& lock);
 
   // Who holds it, for a sentence: "process 4711, since 12:00:05"; less when that is not known.
   [[nodiscard]] static std::string holder(const std::filesystem::path& lock);
 
-  WriterLock(WriterLock&& other) noexcept;
-  WriterLock& operator=(WriterLock&&) = delete;
-  ~WriterLock();
-
  private:
-  explicit WriterLock(int descriptor) : descriptor_(descriptor) {}
+  explicit WriterLock(OpenFile file) : file_(std::move(file)) {}
 
-  int descriptor_;
+  OpenFile file_;
 };
 
 }  // namespace velmora::host::index
