@@ -19,6 +19,7 @@
 #include "quality_report.h"
 #include "training.h"
 #include "tuning.h"
+#include "velmora/host/index/index_folder.h"
 #include "workers.h"
 
 namespace velmora::train {
@@ -110,7 +111,8 @@ void run_mine(const Arguments& arguments) {
 void run_tune(const Arguments& arguments) {
   Workers workers(arguments.threads);
   const fs::path root = arguments.repositories.front();
-  const fs::path out = root / ".velmora" / "tuned.model";
+  const fs::path out = root / host::index::INDEX_FOLDER / "tuned.model";
+  host::index::make_index_folder(root);
   const Tuned tuned = tune(root, arguments.model, out, workers, hooks(false));
   const double before = tuned.before.all.reciprocal_rank;
   const double after = tuned.after.all.reciprocal_rank;
@@ -120,6 +122,7 @@ void run_tune(const Arguments& arguments) {
       tuned.pairs, tuned.questions, tuned.before.text.reciprocal_rank, before, after,
       (after / std::max(before, 1e-9) - 1.0) * 100.0);
   if (tuned.kept) {
+    host::index::note_made_here(out);
     std::printf("Kept as %s. Put it to use with: velmora index %s\n", out.c_str(), root.c_str());
   } else {
     std::printf("It is no better, so it is not kept.\n");

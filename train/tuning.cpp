@@ -95,7 +95,6 @@ Tuned tune(const std::filesystem::path& root, const std::filesystem::path& model
                                           .base_name = "tuned-1",
                                           .start = &start},
                                          workers, hooks);
-  std::filesystem::create_directories(out.parent_path());
   const TemporaryFile candidate{out.string() + ".candidate"};
   write_word_model(candidate.path, data);
 

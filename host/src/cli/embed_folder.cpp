@@ -39,7 +39,8 @@ void embed_folder(const std::string& folder, const ServerEmbeddingOptions& optio
   const auto index = index::Index::open(file);
   if (!index->made_here()) {
     throw std::runtime_error("The index at " + file.string() +
-                             " was not made here by you. Make it anew with: velmora index " + folder);
+                             " was not made here by you. Make it anew with: velmora index " +
+                             folder);
   }
   const auto lock = take_embed_lock(file, check);
   const Clock::time_point start = Clock::now();

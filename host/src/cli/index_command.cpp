@@ -187,8 +187,9 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
                     "Read files again that were left out because parsing them took too much");
   command->add_flag("--watch", options->watch,
                     "Go on: bring the index up to date whenever files change, until Ctrl-C");
-  command->add_flag("--rebuild", options->rebuild,
-                    "Make the index anew, as if there were none; what velmora embed stored is gone");
+  command->add_flag(
+      "--rebuild", options->rebuild,
+      "Make the index anew, as if there were none; what velmora embed stored is gone");
   add_embedding_options(*command, options->embedding,
                         "Do not embed new symbols; the next run without it does");
   command->add_flag("--embed", options->embed,
@@ -197,7 +198,8 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
   command->footer(
       "The index is DIR/.velmora/index.db. Later runs read what has changed only; an index that "
       "is\n"
-      "being brought up to date answers from its last state until it is done. One that is damaged,\n"
+      "being brought up to date answers from its last state until it is done. One that is "
+      "damaged,\n"
       "or that was not made here by you, is made anew.\n"
       "In a git work tree the files that git does not ignore are read.\n"
       "No server is asked without --embed; new symbols get the vectors that are known of their "

@@ -39,9 +39,9 @@ std::shared_ptr<index::Index> open_index(const IndexLocation& location) {
   return index;
 }
 
-fs::path index_of_repository(const fs::path& folder) { 
+fs::path index_of_repository(const fs::path& folder) {
   return folder / index::INDEX_FOLDER / "index.db";
- }
+}
 
 fs::path nearest_index(const fs::path& folder) {
   fs::path at = fs::absolute(folder);

@@ -32,18 +32,19 @@ constexpr std::array<std::pair<int, int>, 8> LIMITS = {{{SQLITE_LIMIT_LENGTH, LA
                                                         {SQLITE_LIMIT_SQL_LENGTH, 65'536},
                                                         {SQLITE_LIMIT_COLUMN, 64},
                                                         {SQLITE_LIMIT_EXPR_DEPTH, 64},
-                                                        {SQLITE_LIMIT_COMPOUND_SELECT, 4},
+                                                        {SQLITE_LIMIT_COMPOUND_SELECT, 16},
                                                         {SQLITE_LIMIT_ATTACHED, 0},
                                                         {SQLITE_LIMIT_TRIGGER_DEPTH, 0},
                                                         {SQLITE_LIMIT_WORKER_THREADS, 0}}};
 
-constexpr std::array<std::pair<int, int>, 7> SWITCHES = {{{SQLITE_DBCONFIG_DEFENSIVE, 1},
-                                                          {SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
-                                                          {SQLITE_DBCONFIG_ENABLE_TRIGGER, 0},
-                                                          {SQLITE_DBCONFIG_ENABLE_VIEW, 0},
-                                                          {SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0},
-                                                          {SQLITE_DBCONFIG_DQS_DDL, 0},
-                                                          {SQLITE_DBCONFIG_DQS_DML, 0}}};
+constexpr std::array<std::pair<int, int>, 7> SWITCHES = {
+    {{SQLITE_DBCONFIG_DEFENSIVE, 1},
+     {SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
+     {SQLITE_DBCONFIG_ENABLE_TRIGGER, 0},
+     {SQLITE_DBCONFIG_ENABLE_VIEW, 0},
+     {SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0},
+     {SQLITE_DBCONFIG_DQS_DDL, 0},
+     {SQLITE_DBCONFIG_DQS_DML, 0}}};
 
 void defend(Database& database) {
   for (const auto& [limit, value] : LIMITS) sqlite3_limit(database.handle(), limit, value);

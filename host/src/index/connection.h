@@ -1,5 +1,5 @@
-// Connections to the file of an index, which nobody has to trust: what it says is read as data, with
-// every defence that SQLite has, and nothing that it holds is ever run.
+// Connections to the file of an index, which nobody has to trust: what it says is read as data,
+// with every defence that SQLite has, and nothing that it holds is ever run.
 #pragma once
 
 #include <sys/types.h>

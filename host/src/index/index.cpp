@@ -125,7 +125,8 @@ std::shared_ptr<Index> Index::open_or_remake(const std::filesystem::path& file, 
                                              const std::function<void(const std::string&)>& tell) {
   const std::filesystem::path path = resolved(file);
   if (require_plain_file(path)) {
-    const std::string fault = rebuild ? "The index at " + path.string() + " is to be rebuilt" : fault_of(path);
+    const std::string fault =
+        rebuild ? "The index at " + path.string() + " is to be rebuilt" : fault_of(path);
     if (!fault.empty()) {
       tell(fault + ". It is made anew");
       remove_index(path);

@@ -117,8 +117,8 @@ class Bounds {
 // Everything that the database describes, as it is stored.
 std::string schema_of(Database& database) {
   std::string schema;
-  Statement select = database.prepare(
-      "SELECT type, name, tbl_name, sql FROM sqlite_schema ORDER BY type, name");
+  Statement select =
+      database.prepare("SELECT type, name, tbl_name, sql FROM sqlite_schema ORDER BY type, name");
   while (select.step()) {
     for (int column = 0; column < 4; ++column) schema.append(select.column_text(column)) += '\0';
   }
@@ -158,16 +158,16 @@ Content inspect(Database& database, const std::filesystem::path& file) {
   try {
     const std::int64_t application = number(database, "PRAGMA application_id");
     const std::int64_t format = number(database, "PRAGMA user_version");
-    if (application == 0 && number(database, "PRAGMA page_count") <= 1 && schema_of(database).empty()) {
+    if (application == 0 && number(database, "PRAGMA page_count") <= 1 &&
+        schema_of(database).empty()) {
       return Content::blank;
     }
     if (application != APPLICATION_ID) throw not_an_index(file);
     if (format != FORMAT) {
-      throw UnusableIndexError("The index at " + file.string() + " has format " +
-                                   std::to_string(format) +
-                                   ", and this version of velmora reads format " +
-                                   std::to_string(FORMAT),
-                               remaking_advice(file));
+      throw UnusableIndexError(
+          "The index at " + file.string() + " has format " + std::to_string(format) +
+              ", and this version of velmora reads format " + std::to_string(FORMAT),
+          remaking_advice(file));
     }
     if (!is_ours(database)) throw damaged(file);
     const bool unfilled = number(database, "SELECT generation FROM meta") == 0;

@@ -56,8 +56,7 @@ fs::path note_of(const fs::path& file) {
 
 }  // namespace
 
-OpenFile::OpenFile(OpenFile&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)) {}
+OpenFile::OpenFile(OpenFile&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
 
 OpenFile::~OpenFile() {
   if (descriptor_ >= 0) ::close(descriptor_);
@@ -102,8 +101,8 @@ OpenFile open_plain_file(const fs::path& file, int flags) {
 
 std::string file_mark(const fs::path& file) {
   struct statx status {};
-  if (::statx(AT_FDCWD, file.c_str(), AT_SYMLINK_NOFOLLOW,
-              STATX_INO | STATX_UID | STATX_BTIME, &status) != 0) {
+  if (::statx(AT_FDCWD, file.c_str(), AT_SYMLINK_NOFOLLOW, STATX_INO | STATX_UID | STATX_BTIME,
+              &status) != 0) {
     return {};
   }
   const bool has_birth = (status.stx_mask & STATX_BTIME) != 0;

@@ -114,7 +114,9 @@ int read(sqlite3_file* base, void* buffer, int size, sqlite3_int64 offset) {
   if (!file.has_checksums || size != PAGE_SIZE) return code;
   const Page page(bytes, PAGE_SIZE);
   const Checksum checksum = checksum_of(page, offset);
-  const bool holds = code == SQLITE_OK && std::memcmp(checksum.data(), page.last<CHECKSUM_SIZE>().data(), CHECKSUM_SIZE) == 0;
+  const bool holds =
+      code == SQLITE_OK &&
+      std::memcmp(checksum.data(), page.last<CHECKSUM_SIZE>().data(), CHECKSUM_SIZE) == 0;
   return holds ? SQLITE_OK : SQLITE_IOERR_DATA;
 }
 

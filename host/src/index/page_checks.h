@@ -15,8 +15,8 @@
 
 namespace velmora::host::index {
 
-// What a page of an index takes, and what of it is reserved. Large pages waste less of themselves on
-// vectors, which take some kilobytes each.
+// What a page of an index takes, and what of it is reserved. Large pages waste less of themselves
+// on vectors, which take some kilobytes each.
 inline constexpr int PAGE_SIZE = 16384;
 inline constexpr int CHECKSUM_SIZE = 8;
 

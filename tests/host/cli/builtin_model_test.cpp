@@ -1,5 +1,6 @@
 // The program's own embedding model, from the indexing to the answer.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -9,10 +10,12 @@
 #include <tuple>
 #include <vector>
 
+#include "index/connection.h"
 #include "support/process.h"
 #include "support/temporary_folder.h"
 #include "support/word_models.h"
 #include "velmora/host/index/index.h"
+#include "velmora/host/index/index_folder.h"
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::cli {
@@ -50,7 +53,7 @@ class BuiltinModel : public ::testing::Test {
 
   // What the first row of `sql` holds.
   [[nodiscard]] std::string stored(const std::string& sql) const {
-    storage::Database database(file, SQLITE_OPEN_READWRITE);
+    storage::Database database = index::connect(file, 0);
     storage::Statement statement = database.prepare(sql);
     return statement.step() ? std::string(statement.column_text(0)) : "nothing";
   }
@@ -114,8 +117,7 @@ TEST_F(BuiltinModel, EmbedsWhatHasNoVectorYet) {
   const std::string of_download =
       "SELECT hex(numbers) FROM embeddings AS e JOIN vectors AS v ON v.id = e.vector"
       " JOIN symbols AS s ON s.id = symbol WHERE name = 'download'";
-  storage::Database(file, SQLITE_OPEN_READWRITE)
-      .execute("UPDATE vectors SET numbers = x'" + foreign + "'");
+  index::connect(file, 0).execute("UPDATE vectors SET numbers = x'" + foreign + "'");
   folder.write("repo/a.py", "\n\ndef download(page): pass\ndef fetch(): pass\n");
   ASSERT_EQ(index().exit_code, 0);
   EXPECT_EQ(stored(of_download), foreign);
@@ -142,6 +144,8 @@ TEST_F(BuiltinModel, SaysWhatIsWrongWithItsFile) {
     changed[at] = static_cast<char>(changed[at] ^ 0x40);
     return changed;
   };
+  const fs::path pipe = folder.path() / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   const std::vector<std::tuple<std::string, std::string>> cases = {
       {folder.path() / "none", " cannot be read: No such file or directory"},
       {folder.write("empty", ""), " is cut short or is no model"},
@@ -149,6 +153,7 @@ TEST_F(BuiltinModel, SaysWhatIsWrongWithItsFile) {
       {folder.write("text", std::string(content.size(), 'x')), " is no model"},
       {folder.write("flipped", flipped(content.size() - 1)), " is damaged: its checksum is wrong"},
       {folder.path(), " is not a file"},
+      {pipe, " is not a file"},
   };
   const std::string before = fingerprint();
   for (const auto& [path, fault] : cases) {
@@ -184,6 +189,11 @@ TEST_F(BuiltinModel, TunedModelComesBeforeTheShipped) {
 
   const fs::path tuned = file.parent_path() / "tuned.model";
   const std::string tuned_name = test::write_model(tuned, {{"obtain", {1}}, {"download", {1}}});
+  // One that came with the repository is not used.
+  EXPECT_NE(explore().errors.find("tuned.model was not made here"), std::string::npos);
+  EXPECT_NE(explore().output.find("knows none of the question's words"), std::string::npos);
+  index::note_made_here(tuned);
+  EXPECT_EQ(explore().errors, "");
   EXPECT_NE(explore().output.find("no symbol embeddings of " + tuned_name), std::string::npos);
   ASSERT_EQ(run_plain({"index", repo}).exit_code, 0);
   EXPECT_EQ(stored(models), tuned_name);

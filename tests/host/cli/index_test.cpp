@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "index/connection.h"
 #include "support/process.h"
 #include "support/temporary_folder.h"
 #include "velmora/host/index/index.h"
@@ -61,7 +62,7 @@ TEST(IndexCommand, LeavesTheLastIndexWhenItIsKilled) {
     Running program({"index", at, "--verbose"});
     program.line_with(line);
     EXPECT_EQ(program.end(SIGKILL), -SIGKILL);
-    storage::Database database(file, SQLITE_OPEN_READWRITE);
+    storage::Database database = index::connect(file, 0);
     storage::Statement check = database.prepare("PRAGMA integrity_check");
     ASSERT_TRUE(check.step());
     EXPECT_EQ(check.column_text(0), "ok");
@@ -87,7 +88,6 @@ TEST(IndexCommand, LeavesTheLastIndexOnAFullDisk) {
   for (int i = 0; i < 5000; ++i) large += "def f" + std::to_string(i) + "(): pass\n";
   folder.write("b.py", large);
   // No file grows any more: what the program is told of a full disk, without one.
-  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
   rlimit before{};
   ::getrlimit(RLIMIT_FSIZE, &before);
   rlimit small = before;
@@ -95,7 +95,6 @@ TEST(IndexCommand, LeavesTheLastIndexOnAFullDisk) {
   ::setrlimit(RLIMIT_FSIZE, &small);
   const auto full = run_velmora({"index", at});
   ::setrlimit(RLIMIT_FSIZE, &before);
-  ::signal(SIGXFSZ, handler);
   EXPECT_EQ(full.exit_code, 3);
   EXPECT_NE(full.errors.find("make room and try again"), std::string::npos) << full.errors;
   EXPECT_EQ(run_velmora({"explore", "--repo", at, "first"}).exit_code, 0);
@@ -137,7 +136,7 @@ TEST(IndexCommand, WatchesFilesAndNewFolders) {
   fs::rename(folder.path() / ".velmora/lock", folder.path() / "kept");
   fs::create_directory(folder.path() / ".velmora/lock");
   folder.write("c.py", "");
-  watch.line_with("lock cannot be locked");
+  watch.line_with("lock is not a file. Remove it and try again");
   fs::remove(folder.path() / ".velmora/lock");
   fs::remove_all(folder.path() / "new");
   watch.line_with(": 1 added, 0 changed, 1 removed, 1 unchanged");

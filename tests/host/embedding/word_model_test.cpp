@@ -121,6 +121,9 @@ TEST_F(WordModelTest, KeepsWordsAndSettingsAndNamesItselfByItsContent) {
   const std::string bytes = read();
   write_word_model(file(), data);
   EXPECT_EQ(read(), bytes);
+  const auto open = WordModel::open(file());
+  fs::resize_file(file(), 0);
+  EXPECT_EQ(open->data().words, data.words);
   data.rows[3] += 100.0F;
   write_word_model(file(), data);
   EXPECT_NE(WordModel::open(file())->name(), model->name());

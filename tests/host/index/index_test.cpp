@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "index/connection.h"
 #include "support/temporary_folder.h"
 #include "velmora/storage/sqlite.h"
 
@@ -121,7 +122,7 @@ TEST(Index, FingerprintIsNeverRepeated) {
   EXPECT_FALSE(is_new());
 
   // Deleted and made anew under an open index.
-  for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(file.string() + suffix);
+  remove_index(file);
   EXPECT_EQ(message_of<IndexError>([&] {
               index->retrieval_fingerprint();
             }).find("There is no index at " + file.string()),
@@ -149,7 +150,7 @@ TEST(Index, OpensNothingElse) {
   storage::Database(foreign, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
       .execute("CREATE TABLE other(x)");
   Index::open_or_create(future)->replace(each({symbol({}, "a")}));
-  storage::Database(future, SQLITE_OPEN_READWRITE).execute("PRAGMA user_version = 99");
+  connect(future, 0).execute("PRAGMA user_version = 99");
   const auto held = Index::open_or_create(at + "/unfilled.db");
 
   const auto error = [](const fs::path& file) {

@@ -8,6 +8,7 @@
 #include <random>
 #include <string>
 
+#include "index/connection.h"
 #include "index/stored_vector.h"
 #include "support/temporary_folder.h"
 #include "velmora/host/index/index.h"
@@ -171,7 +172,7 @@ TEST_F(VectorMatrixTest, NearestIsExactWithTiesByLowerId) {
       const std::vector<float> query = vector(1e-3F);
       for (const VectorKind kind : {VectorKind::float32, VectorKind::float16, VectorKind::int8}) {
         store(vectors, kind);
-        storage::Database database(file, SQLITE_OPEN_READWRITE);
+        storage::Database database = connect(file, 0);
         const std::vector<NearestPair> all = plain_nearest(vectors, kind, query);
         for (const DotProducts& dots : dot_product_kinds()) {
           const VectorMatrix matrix(database, "m", dots);
@@ -198,7 +199,7 @@ TEST_F(VectorMatrixTest, HalfPrecisionKeepsDirectionsOfAnySize) {
     vectors.push_back({size, 0.0F, -size});
   }
   store(vectors, VectorKind::float16);
-  storage::Database database(file, SQLITE_OPEN_READWRITE);
+  storage::Database database = connect(file, 0);
   const auto got = VectorMatrix(database, "m").nearest(std::vector{1.0F, 0.0F, -1.0F}, 9);
   ASSERT_EQ(got.size(), vectors.size());
   for (const NearestPair& pair : got) EXPECT_NEAR(pair.similarity, 1.0, 1e-15);

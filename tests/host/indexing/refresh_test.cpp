@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "cli/answer.h"
+#include "index/connection.h"
 #include "index/symbol_ids.h"
 #include "support/temporary_folder.h"
 #include "support/word_models.h"
@@ -35,7 +36,7 @@ using Lines = std::vector<std::string>;
 
 // The rows of `sql`, the columns of a row joined by '|'.
 Lines query(const fs::path& file, const std::string& sql) {
-  storage::Database database(file, SQLITE_OPEN_READWRITE);
+  storage::Database database = index::connect(file, 0);
   storage::Statement select = database.prepare(sql);
   Lines lines;
   while (select.step()) lines.emplace_back(select.column_text(0));
@@ -287,7 +288,8 @@ TEST_F(Refresh, ReadsWhatChangedAndParsesWhatIsNew) {
   EXPECT_EQ(fingerprint(), first);
 
   // Symbols of another version are all made again.
-  execute("UPDATE symbols SET end_line = 9; UPDATE meta SET extraction = 'other'");
+  index::connect(file, 0).execute(
+      "UPDATE symbols SET end_line = 9; UPDATE meta SET extraction = 'other'");
   EXPECT_EQ(refresh_index().changed, 2U);
   expect_equal_to_one_made_anew();
   EXPECT_NE(fingerprint(), first);

@@ -2,8 +2,8 @@
 // vectors, at length one. There is no network to run and nothing to load but one file of some
 // megabytes, so a model is ready at once and embeds at the speed of memory.
 //
-// A file need not be trusted: it is checked whole, and the worst that it can do is to find the wrong
-// things alike.
+// A file need not be trusted: it is checked whole, and the worst that it can do is to find the
+// wrong things alike.
 #pragma once
 
 #include <cstddef>

@@ -41,8 +41,9 @@ class IndexError : public std::runtime_error {
 
 class Index final : public storage::Repository {
  public:
-  // Opens the index at `file`; reads all of it first when it was not made here. Throws IndexError when there is none, when it was never filled, when
-  // its format is not this version's, or when the file is something else.
+  // Opens the index at `file`; reads all of it first when it was not made here. Throws IndexError
+  // when there is none, when it was never filled, when its format is not this version's, or when
+  // the file is something else.
   [[nodiscard]] static std::shared_ptr<Index> open(const std::filesystem::path& file);
 
   // Opens the index at `file` for writing; makes it, and the folders above it, when it is missing.
@@ -60,8 +61,8 @@ class Index final : public storage::Repository {
 
   ~Index() override;
 
-  // Whether the index was made where it is, by this user or the system's administrator. One that was
-  // not came with a clone, an archive or a copy, and says what somebody else wanted it to say.
+  // Whether the index was made where it is, by this user or the system's administrator. One that
+  // was not came with a clone, an archive or a copy, and says what somebody else wanted it to say.
   [[nodiscard]] bool made_here();
 
   // Replaces everything by the symbols that `next` yields until it returns nothing, and returns how

@@ -1,10 +1,10 @@
 // The folder `.velmora` of a repository, in which everything stands that this program keeps there.
 //
 // A repository that somebody else made may bring such a folder along. So nothing in it leads to
-// another place: neither the folder nor a file in it may be a link, and a file is a regular one with
-// no second name. What is found to be something else is refused by an IndexError that says what to
-// remove. Somebody who changes the folder at the very moment of a check owns the repository anyway,
-// and nothing is done against them.
+// another place: neither the folder nor a file in it may be a link, and a file is a regular one
+// with no second name. What is found to be something else is refused by an IndexError that says
+// what to remove. Somebody who changes the folder at the very moment of a check owns the repository
+// anyway, and nothing is done against them.
 //
 // Files are made for their owner alone, whatever the umask says.
 //
