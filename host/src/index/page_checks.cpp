@@ -50,8 +50,8 @@ struct Moment {
     if (::lstat(file, &status) != 0) return;
     inode = status.st_ino;
     size = status.st_size;
-    seconds = status.st_ctim.tv_sec;
-    nanoseconds = status.st_ctim.tv_nsec;
+    seconds = status.st_mtim.tv_sec;
+    nanoseconds = status.st_mtim.tv_nsec;
   }
   bool operator==(const Moment&) const = default;
 

@@ -75,18 +75,18 @@ TEST(HostileFolder, LeadsNowhere) {
 TEST(HostileFolder, IndexOfAnotherTreeIsMadeAnew) {
   const TemporaryFolder folder;
   const std::string theirs = folder.path() / "theirs", mine = folder.path() / "mine";
-  folder.write("theirs/a.py", "def false_symbol(): pass");
+  folder.write("theirs/a.py", "def theirs(): passed");
   EXPECT_EQ(run_velmora({"index", theirs}).exit_code, 0);
   fs::copy(theirs, mine, fs::copy_options::recursive);
   // Of the same size and time, so that what the index knows of the file looks right.
   const auto time = fs::last_write_time(fs::path(theirs) / "a.py");
-  folder.write("mine/a.py", "def right_symbol(): pass");
+  folder.write("mine/a.py", "def own_code(): pass");
   fs::last_write_time(fs::path(mine) / "a.py", time);
   const auto ask = [&](const std::string& name) {
     return run_velmora({"explore", "--repo", mine, "--no-embeddings", name});
   };
-  EXPECT_EQ(ask("false_symbol").exit_code, 0);
-  EXPECT_NE(ask("false_symbol").errors.find("was not made here by you"), std::string::npos);
+  EXPECT_EQ(ask("theirs").exit_code, 0);
+  EXPECT_NE(ask("theirs").errors.find("was not made here by you"), std::string::npos);
   EXPECT_EQ(run_velmora({"embed", mine, "--embeddings-url", "http://127.0.0.1:1",
                          "--embeddings-model", "m"})
                 .errors,
@@ -97,8 +97,8 @@ TEST(HostileFolder, IndexOfAnotherTreeIsMadeAnew) {
   const auto result = run_velmora({"index", mine});
   EXPECT_NE(result.errors.find("was not made here by you. It is made anew\n"), std::string::npos);
   EXPECT_NE(result.output.find(": 1 added, "), std::string::npos) << result.output;
-  EXPECT_EQ(ask("false_symbol").exit_code, 1);
-  EXPECT_EQ(ask("right_symbol").errors, "");
+  EXPECT_EQ(ask("theirs").exit_code, 1);
+  EXPECT_EQ(ask("own_code").errors, "");
   EXPECT_NE(run_velmora({"index", mine, "--rebuild"}).output.find(": 1 added, "),
             std::string::npos);
 }
