@@ -109,13 +109,11 @@ class Refresh : public ::testing::Test {
     return index::Index::open(file)->retrieval_fingerprint().value;
   }
 
-  void execute(const std::string& sql) const {
-    storage::Database(file, SQLITE_OPEN_READWRITE).execute(sql);
-  }
+  void execute(const std::string& sql) const { index::connect(file, 0).execute(sql); }
 
   // Makes the index one whose files were looked at long after they were written.
   void settle() const {
-    storage::Database database(file, SQLITE_OPEN_READWRITE);
+    storage::Database database = index::connect(file, 0);
     storage::Statement update =
         database.prepare("UPDATE files SET modified = ?, changed = ? WHERE path = ?");
     for (const std::string& path : query(file, "SELECT path FROM files")) {
@@ -288,8 +286,7 @@ TEST_F(Refresh, ReadsWhatChangedAndParsesWhatIsNew) {
   EXPECT_EQ(fingerprint(), first);
 
   // Symbols of another version are all made again.
-  index::connect(file, 0).execute(
-      "UPDATE symbols SET end_line = 9; UPDATE meta SET extraction = 'other'");
+  execute("UPDATE symbols SET end_line = 9; UPDATE meta SET extraction = 'other'");
   EXPECT_EQ(refresh_index().changed, 2U);
   expect_equal_to_one_made_anew();
   EXPECT_NE(fingerprint(), first);
