@@ -3,7 +3,6 @@
 #include <bit>
 #include <map>
 #include <optional>
-#include <stdexcept>
 #include <tuple>
 #include <utility>
 
