@@ -65,5 +65,82 @@ TEST(Miner, PairsSentencesAndSubjectsWithTheFunctionsOfToday) {
   fs::remove_all(root);
 }
 
+TEST(Miner, RunsNothingOfTheRepository) {
+  const fs::path folder = fs::path(::testing::TempDir()) / "miner_trap_test";
+  const fs::path root = folder / "tree";
+  fs::remove_all(folder);
+  fs::create_directories(root);
+  const auto git = [&](const std::vector<std::string>& arguments) {
+    std::string output;
+    run_git(root, arguments, [&](std::string_view text) { output += text; });
+    return output;
+  };
+  const auto write = [](const fs::path& file, const std::string& content) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << content;
+    fs::permissions(file, fs::perms::owner_all);
+  };
+  git({"init", "-q"});
+  for (const char* body : {"return 1", "return 2"}) {
+    write(root / "code.py", "def read(path):\n    " + std::string(body) + "\n");
+    write(root / ".gitattributes", "*.py diff=trap filter=trap\n");
+    git({"add", "."});
+    git({"-c", "user.name=a", "-c", "user.email=a@b", "commit", "-q", "-m", "Change the reading"});
+  }
+  // A commit that claims to be signed, which git shows by the repository's own program.
+  const std::string head = git({"rev-parse", "HEAD"});
+  std::string signed_commit = git({"cat-file", "commit", "HEAD"});
+  signed_commit.insert(
+      signed_commit.find("\n\n"),
+      "\ngpgsig -----BEGIN PGP SIGNATURE-----\n \n x\n -----END PGP SIGNATURE-----");
+  write(folder / "commit", signed_commit);
+  std::string hash = git({"hash-object", "-t", "commit", "-w", (folder / "commit").string()});
+  hash.pop_back();
+  git({"update-ref", "HEAD", hash});
+
+  const fs::path marker = folder / "marker";
+  const std::string trap = folder / "trap";
+  write(trap, "#!/bin/sh\necho ran >" + marker.string() + "\n");
+  for (const char* hook : {"post-checkout", "reference-transaction", "post-index-change"}) {
+    write(root / ".git/hooks" / hook, "#!/bin/sh\n" + trap + "\n");
+  }
+  std::ofstream(root / ".git/config", std::ios::app)
+      << "[core]\n\trepositoryformatversion = 1\n\tfsmonitor = " << trap << "\n\tpager = " << trap
+      << "\n\tsshCommand = " << trap << "\n[diff]\n\texternal = " << trap
+      << "\n[diff \"trap\"]\n\ttextconv = " << trap << "\n\tcommand = " << trap
+      << "\n[filter \"trap\"]\n\tsmudge = " << trap << "\n\tclean = " << trap
+      << "\n[gpg]\n\tprogram = " << trap
+      << "\n[log]\n\tshowSignature = true\n[pager]\n\tlog = " << trap << "\n[alias]\n\tlog = !"
+      << trap << "\n\tcat-file = !" << trap
+      << "\n[extensions]\n\tpartialClone = far\n[remote \"far\"]\n\turl = " << root.string()
+      << "\n\tpromisor = true\n\tuploadpack = " << trap << "\n";
+  Workers workers(1);
+  EXPECT_EQ(mine(root, workers).commits.size(), 2U);
+  EXPECT_FALSE(fs::exists(marker));
+  // The traps are ones that git falls into: each of these commands into another one.
+  for (const char* command :
+       {"log -p -1", "log -1", "-c log.showSignature=false log -p --no-ext-diff -1", "status"}) {
+    const std::string line = "git -C " + root.string() + " " + command + " >/dev/null 2>&1";
+    static_cast<void>(std::system(line.c_str()));
+    EXPECT_TRUE(fs::remove(marker)) << command;
+  }
+
+  // A partial clone whose objects are elsewhere: nothing fetches them, git's own words say so.
+  const std::string blob = git({"rev-parse", "HEAD~:code.py"});
+  fs::remove(root / ".git/objects" / blob.substr(0, 2) / blob.substr(2, 38));
+  try {
+    static_cast<void>(mine(root, workers));
+    FAIL() << "the missing object was read";
+  } catch (const std::runtime_error& error) {
+    EXPECT_NE(std::string(error.what()).find("git log failed in "), std::string::npos);
+    EXPECT_NE(std::string(error.what()).find("fatal: "), std::string::npos) << error.what();
+  }
+  EXPECT_FALSE(fs::exists(marker));
+  static_cast<void>(std::system(
+      ("git -C " + root.string() + " cat-file -p " + blob.substr(0, 40) + " 2>&1").c_str()));
+  EXPECT_TRUE(fs::exists(marker));
+  fs::remove_all(folder);
+}
+
 }  // namespace
 }  // namespace velmora::train
