@@ -15,18 +15,18 @@ set_target_properties(velmora::grammars PROPERTIES
   IMPORTED_LOCATION "${library}"
   INTERFACE_INCLUDE_DIRECTORIES "${headers}")
 
-file(GLOB VELMORA_SCANNERS "${VELMORA_GRAMMARS_DIR}/packages/node_modules/tree-sitter-*/src/scanner.c"
-     "${VELMORA_GRAMMARS_DIR}/packages/node_modules/tree-sitter-*/*/src/scanner.c")
-
 # velmora_scanners(NAME): the scanners as a library.
 function(velmora_scanners name)
-  add_library(${name} STATIC ${VELMORA_SCANNERS})
+  set(packages "${VELMORA_GRAMMARS_DIR}/packages/node_modules")
+  file(GLOB scanners "${packages}/tree-sitter-*/src/scanner.c"
+       "${packages}/tree-sitter-*/*/src/scanner.c")
+  add_library(${name} STATIC ${scanners})
   set_target_properties(${name} PROPERTIES C_STANDARD 11 POSITION_INDEPENDENT_CODE ON)
   # They allocate as the library of parsers does. What they assert is left alone in every build: what
   # comes of it is the same then, and the sanitizers see it.
   target_compile_definitions(${name} PRIVATE TREE_SITTER_REUSE_ALLOCATOR NDEBUG)
   target_compile_options(${name} PRIVATE -w)
-  foreach(scanner IN LISTS VELMORA_SCANNERS)
+  foreach(scanner IN LISTS scanners)
     cmake_path(GET scanner PARENT_PATH folder)
     set_source_files_properties("${scanner}" PROPERTIES INCLUDE_DIRECTORIES "${folder}")
   endforeach()
