@@ -57,6 +57,15 @@ class BuiltinModel : public ::testing::Test {
     storage::Statement statement = database.prepare(sql);
     return statement.step() ? std::string(statement.column_text(0)) : "nothing";
   }
+  // The program and the one that parses for it, alone in a folder.
+  [[nodiscard]] fs::path copy_of_program() const {
+    const fs::path bin = folder.path() / "bin", original = VELMORA_PROGRAM;
+    fs::create_directories(bin);
+    for (const char* name_of_program : {"velmora", "velmora-parse-worker"}) {
+      fs::copy_file(original.parent_path() / name_of_program, bin / name_of_program);
+    }
+    return bin / "velmora";
+  }
   [[nodiscard]] std::string fingerprint() const {
     return index::Index::open(file)->retrieval_fingerprint().value;
   }
@@ -174,9 +183,7 @@ TEST_F(BuiltinModel, SaysWhatIsWrongWithItsFile) {
 
 // A model that was tuned for the repository stands beside its index.
 TEST_F(BuiltinModel, TunedModelComesBeforeTheShipped) {
-  fs::create_directories(folder.path() / "bin");
-  const fs::path program = folder.path() / "bin" / "velmora";
-  fs::copy_file(VELMORA_PROGRAM, program);
+  const fs::path program = copy_of_program();
   fs::copy_file(model, folder.path() / "bin" / "builtin.model");
   const auto run_plain = [&](const std::vector<std::string>& arguments) {
     return run_velmora(arguments, "", "/", program);
@@ -211,9 +218,7 @@ TEST_F(BuiltinModel, TunedModelComesBeforeTheShipped) {
 }
 
 TEST_F(BuiltinModel, ComesWithTheProgram) {
-  fs::create_directories(folder.path() / "bin");
-  const fs::path program = folder.path() / "bin" / "velmora";
-  fs::copy_file(VELMORA_PROGRAM, program);
+  const fs::path program = copy_of_program();
   const auto without = run_velmora({"index", repo}, "", "/", program);
   EXPECT_EQ(without.exit_code, 0);
   EXPECT_EQ(without.errors, "velmora: The model file " + (folder.path() / "bin").string() +
