@@ -13,9 +13,9 @@ struct ParseLimits {
   std::chrono::microseconds time = std::chrono::seconds(1);               // for any file, ...
   std::chrono::microseconds time_per_mebibyte = std::chrono::seconds(2);  // ... this on top, ...
   std::chrono::microseconds longest = std::chrono::seconds(5);            // ... but no more.
-  // What parsing may hold, in bytes. The process that parses takes up to 112 MiB more: its code,
-  // and what its allocator loses between blocks.
-  std::size_t memory = std::size_t{400} * 1024 * 1024;
+  // What parsing may hold, in bytes: twice what real files of 2 MiB need. The process that parses
+  // takes up to 112 MiB more: its code, and what its allocator loses between blocks.
+  std::size_t memory = std::size_t{320} * 1024 * 1024;
 
   [[nodiscard]] std::chrono::microseconds time_for(std::size_t bytes) const {
     const auto size = static_cast<std::chrono::microseconds::rep>(bytes);
