@@ -61,7 +61,7 @@ TEST(Steps, GrowWithTheSource) {
   // What the parser is given instead of the source.
   const auto macros = [](std::size_t size) {
     std::string source = "int f() ";
-    for (std::size_t i = 0; i < size / 5; ++i) source += "A(b) ";
+    for (std::size_t i = 0; i < size / 6; ++i) source += "AB(c) ";
     const std::uint64_t before = steps;
     static_cast<void>(find_language("c", "a.c")->prepare(source + "x"));
     return static_cast<double>(steps - before);

@@ -54,7 +54,7 @@ inline constexpr HostileSource HOSTILE_SOURCES[] = {
     {"formats", ".rs", "", "f'{%q[> ", ""},
     {"derived", ".rs", "#[derive(Debug)]\nstruct A;\n", "fn f() {}\n", ""},
     {"attributes", ".rs", "", "#[a] // b\n", "fn f() {}"},
-    {"macros", ".c", "int f() ", "A(b) ", "x"},
+    {"macros", ".c", "int f() ", "AB(c) ", "x"},
     {"blanks", ".c", "// c\n", "                                \n", "int f() {} int g() {}"},
     {"heredocs", ".rb", "", "<<A + ", ""},
     {"heredocs", ".sh", "", "cat <<A\n", ""},
