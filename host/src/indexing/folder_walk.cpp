@@ -23,8 +23,9 @@ namespace fs = std::filesystem;
 // A stranger writes the rules, and every file is held against all of them: what that may take in
 // all, seconds, and hundreds of times what the largest honest trees need. Reading counts too, so
 // that the rules of all folders together stay below 16 MiB.
-constexpr std::uint64_t MOST_STEPS = 4'000'000'000;
-constexpr std::uint64_t STEPS_PER_BYTE = 256;
+constexpr std::uint64_t MOST_STEPS = 2'000'000'000;
+constexpr std::uint64_t STEPS_PER_BYTE = 128;
+constexpr const char* TOO_MUCH_WORK = "the ignore rules of the tree take too much work";
 
 constexpr int FOLDER_FLAGS = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
 
@@ -62,19 +63,28 @@ Walked FolderWalk::run(Rules above) {
     const Folder folder = std::move(waiting_.back());
     waiting_.pop_back();
     if (steps_ > MOST_STEPS) {
-      skip(folder.path, "the ignore rules of the tree take too much work", true);
-      break;
+      skip(folder.path, TOO_MUCH_WORK, true);
+    } else {
+      visit(folder);
     }
-    visit(folder);
   }
   return std::move(walked_);
 }
 
 void FolderWalk::visit(const Folder& folder) {
+  const std::size_t files_before = walked_.list.files.size();
+  const std::size_t waiting_before = waiting_.size();
   Rules rules = folder.rules;
-  for (Entry& entry : entries_of(folder, rules)) {
+  for (const Entry& entry : entries_of(folder, rules)) {
     std::string path = folder.path + entry.name;
-    if (rules && rules->ignores(path, entry.is_folder, steps_)) continue;
+    const bool is_ignored = rules && rules->ignores(path, entry.is_folder, steps_);
+    if (steps_ > MOST_STEPS) {
+      walked_.list.files.resize(files_before);
+      waiting_.resize(waiting_before);
+      skip(folder.path, TOO_MUCH_WORK, true);
+      return;
+    }
+    if (is_ignored) continue;
     if (is_too_long(root_, below_root(path))) {
       skip(path, "its path is too long", entry.is_folder);
     } else if (entry.is_folder) {

@@ -393,24 +393,28 @@ TEST(FileList, MindsOnlyOrdinaryIgnoreFiles) {
   }
 }
 
-// A path of stars that a name almost fits: the work is bounded for a pattern, and for the tree.
+// Names that patterns of stars almost fit: the work is bounded for a pattern, and for the tree. The
+// rules of the folders above use up most of it, those of the last one the rest.
 TEST(FileList, BoundsTheWorkOfIgnoreRules) {
   const TemporaryFolder folder;
-  const std::string name(200, 'a');
-  std::string stars;
-  for (int i = 0; i < 2'000; ++i) stars += "*a";
+  std::string pattern = "[a]";
+  for (int i = 0; i < 2'000; ++i) pattern += "*a";
   std::string rules;
-  while (rules.size() < 1'000'000) rules += "[a]" + stars + "[b]\n";
-  folder.write(".gitignore", rules);
-  folder.write(name, "");
-  for (int i = 0; i < 20; ++i) folder.write("deep/" + std::to_string(i) + name, "");
-  for (int i = 0; i < 20; ++i) {
-    folder.write(std::to_string(i) + "/.gitignore", rules);
-    folder.write(std::to_string(i) + "/x", "");
+  while (rules.size() < 1'000'000) rules += pattern + "[b]\n";
+  std::string deep;
+  for (int i = 0; i < 15; ++i) {
+    folder.write(deep + ".gitignore", rules);
+    if (i == 0) folder.write("a.py", "");
+    deep += "d/";
   }
+  for (int i = 0; i < 100; ++i) folder.write(deep + std::string(200, 'a') + std::to_string(i), "");
+  folder.write(deep + "below/b.py", "");
+  deep.pop_back();
   const FileList list = list_files(folder.path());
-  ASSERT_EQ(list.skipped.size(), 1U);
-  EXPECT_EQ(list.skipped[0].reason, "the ignore rules of the tree take too much work");
+  EXPECT_EQ(list.files.size(), 16U);  // the rules themselves, and a.py
+  EXPECT_EQ(
+      list.skipped,
+      (std::vector<Skipped>{{deep, "the ignore rules of the tree take too much work", true}}));
 }
 
 TEST(FileList, TellsOfPathsBeyondTheSystemsLimit) {
