@@ -331,6 +331,9 @@ struct RetrieverOptions {
   QueryEmbedder embedder = {};                     // empty: the semantic channel is unavailable
   std::optional<RetrievalSettings> settings = {};  // absent: the tuned defaults
   std::shared_ptr<RerankClient> decisions = {};    // null: nothing is ever reranked
+  // Whether SQLite's own full-text tables rank text even where the posting lists, which answer the
+  // same from a fraction of the time and the memory, could: to hold the two against each other.
+  bool text_tables_only = false;
 };
 
 // Options of a question.
@@ -359,7 +362,7 @@ class HybridRetriever {
   ~HybridRetriever();
 
   // The symbols that best answer `query`, best first. Blocks: the first question after the index
-  // changed reads it and builds the search tables, and questions that arrive meanwhile wait for
+  // changed reads it and builds the corpus, and questions that arrive meanwhile wait for
   // them; the query may be embedded, and the decision model may be asked.
   //
   // Throws std::invalid_argument when the limit is below 1, before the index is read. An error of
@@ -375,6 +378,7 @@ class HybridRetriever {
   const QueryEmbedder embedder_;
   const std::shared_ptr<RerankClient> decisions_;
   const RetrievalSettings settings_;
+  const bool text_tables_only_;
   std::mutex lock_;  // guards corpus_cache_ and makes corpus builds take turns
   std::shared_ptr<const internal::Corpus> corpus_cache_;
 };

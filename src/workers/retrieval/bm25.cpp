@@ -1,99 +1,113 @@
 #include "workers/retrieval/bm25.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <memory>
 
 namespace velmora::workers::retrieval::internal {
 namespace {
 
-void bm25(const Fts5ExtensionApi* api, Fts5Context* fts, sqlite3_context* result, int,
-          sqlite3_value**) noexcept {
-  auto& active = *static_cast<Bm25Query*>(api->xUserData(fts));
-  const std::optional<double> score = active.score(api->xRowid(fts));
-  if (!score) return sqlite3_result_error(result, "bm25 was asked about an unknown row", -1);
-  // No number, as infinite weights make it, is null to SQLite.
-  if (std::isnan(*score)) return sqlite3_result_null(result);
-  sqlite3_result_int64(result, order_key(*score));
-}
+// The documents are ranked this many at a time: their sums stay in the processor's nearest cache.
+constexpr std::uint64_t WINDOW = 4096;
+constexpr std::uint64_t WORD_BITS = 64;
+constexpr DocumentId NONE = std::numeric_limits<DocumentId>::max();
 
-double inverse_document_frequency(std::size_t rows, std::size_t holding) {
-  const auto all = static_cast<std::int64_t>(rows);
+double inverse_document_frequency(std::size_t documents, std::size_t holding) {
+  const auto all = static_cast<std::int64_t>(documents);
   const auto hits = static_cast<std::int64_t>(holding);
   const double idf =
       std::log((static_cast<double>(all - hits) + 0.5) / (static_cast<double>(hits) + 0.5));
   return idf <= 0.0 ? 1e-6 : idf;
 }
 
+// A walk along a term's postings.
+struct Walk {
+  DocumentId document;  // where it stands; NONE after the last
+  double idf;
+  const std::uint8_t* at;
+  const std::uint8_t* end;
+};
+
+// The sums of the documents of one window.
+struct Window {
+  DocumentId first = 0;
+  std::array<std::uint64_t, WINDOW / WORD_BITS> held = {};  // a bit for each that has a sum
+  std::array<double, WINDOW> sums = {};
+};
+
+// Adds what the term is worth in each of the window's documents, and walks past them.
+void add_window(Window& window, Walk& walk, const PostingLists& lists) {
+  const double* const norms = lists.norms().data() + window.first;
+  const double* const frequencies = lists.frequencies().data();
+  const double idf = walk.idf;
+  const std::uint8_t* at = walk.at;
+  std::uint64_t place = walk.document - window.first;
+  while (place < WINDOW) {
+    const double frequency = frequencies[PostingLists::read(at)];
+    window.sums[place] += idf * ((frequency * (BM25_K1 + 1.0)) / (frequency + norms[place]));
+    window.held[place / WORD_BITS] |= std::uint64_t{1} << (place % WORD_BITS);
+    place = at == walk.end ? NONE - window.first : place + PostingLists::read(at);
+  }
+  walk.at = at;
+  walk.document = static_cast<DocumentId>(window.first + place);
+}
+
+bool before(const ScoredRow& left, const ScoredRow& right) {
+  return left.score != right.score ? left.score < right.score : left.row < right.row;
+}
+
 }  // namespace
 
-std::int64_t order_key(double score) {
-  const auto bits = std::bit_cast<std::int64_t>(score);
-  return bits < 0 ? -(bits & std::numeric_limits<std::int64_t>::max()) : bits;
-}
-
-Bm25Query::Bm25Query(const TermCounts& counts, std::span<const std::optional<TokenId>> phrases)
-    : counts_(&counts) {
-  for (const std::optional<TokenId>& token : phrases) {
-    // A phrase that no row holds adds nothing to any score.
-    if (!token) continue;
-    const Postings postings = counts.postings(*token);
-    const double idf = inverse_document_frequency(counts.rowids().size(), postings.rows.size());
-    phrases_.push_back({END, nullptr, nullptr, nullptr, idf, postings});
-    move_to(phrases_.back(), 0);
-    row_ = std::min(row_, phrases_.back().row);
+std::vector<ScoredRow> best_rows(const PostingLists& lists, std::span<const TermId> terms,
+                                 std::size_t count, const TextIndex::Accept& accept) {
+  std::vector<Walk> walks;
+  DocumentId next = NONE;
+  for (const TermId term : terms) {
+    const PostingList list = lists[term];
+    if (list.documents == 0) continue;
+    const std::uint8_t* at = list.begin;
+    const DocumentId first = PostingLists::read(at);
+    walks.push_back(
+        {first, inverse_document_frequency(lists.rows().size(), list.documents), at, list.end});
+    next = std::min(next, first);
   }
-}
+  if (walks.empty()) return {};
 
-void Bm25Query::move_to(Phrase& phrase, std::size_t posting) {
-  phrase.at = phrase.postings.rows.data() + posting;
-  phrase.end = phrase.postings.rows.data() + phrase.postings.rows.size();
-  phrase.place = phrase.postings.frequencies.data() + posting;
-  phrase.row = phrase.at == phrase.end ? END : *phrase.at;
-}
-
-bool Bm25Query::seek(std::int64_t rowid) {
-  const std::span<const std::int64_t> rowids = counts_->rowids();
-  const auto found = std::lower_bound(rowids.begin(), rowids.end(), rowid);
-  if (found == rowids.end() || *found != rowid) return false;
-  row_ = static_cast<std::uint32_t>(found - rowids.begin());
-  for (Phrase& phrase : phrases_) {
-    const auto& rows = phrase.postings.rows;
-    move_to(phrase, static_cast<std::size_t>(std::lower_bound(rows.begin(), rows.end(), row_) -
-                                             rows.begin()));
-  }
-  return true;
-}
-
-std::optional<double> Bm25Query::score(std::int64_t rowid) {
-  if ((row_ == END || counts_->rowids()[row_] != rowid) && !seek(rowid)) return std::nullopt;
-  const double norm = counts_->norms()[row_];
-  const double* const frequencies = counts_->frequencies().data();
-  const std::uint32_t row = row_;
-  std::uint32_t next = END;
-  double score = 0.0;
-  for (Phrase& phrase : phrases_) {
-    if (phrase.row == row) {
-      const double frequency = frequencies[*phrase.place];
-      score += phrase.idf * ((frequency * (BM25_K1 + 1.0)) / (frequency + norm));
-      ++phrase.place;
-      phrase.row = ++phrase.at == phrase.end ? END : *phrase.at;
+  std::vector<ScoredRow> best;  // a heap, the last of them on top, once there are `count`
+  const auto offer = [&](DocumentId document, double score) {
+    // Rows ascend, so one that only equals the last of the best comes after it.
+    if (best.size() == count && score >= best.front().score) return;
+    const ScoredRow row{lists.rows()[document], score};
+    if (!accept(row.row)) return;
+    if (best.size() == count) {
+      std::pop_heap(best.begin(), best.end(), before);
+      best.pop_back();
     }
-    next = std::min(next, phrase.row);
+    best.push_back(row);
+    std::push_heap(best.begin(), best.end(), before);
+  };
+  const auto window = std::make_unique<Window>();
+  while (next != NONE) {
+    window->first = next - next % WINDOW;
+    next = NONE;
+    for (Walk& walk : walks) {
+      add_window(*window, walk, lists);
+      next = std::min(next, walk.document);
+    }
+    for (std::size_t word = 0; word < window->held.size(); ++word) {
+      for (std::uint64_t& bits = window->held[word]; bits != 0; bits &= bits - 1) {
+        const std::size_t place =
+            word * WORD_BITS + static_cast<std::size_t>(std::countr_zero(bits));
+        offer(static_cast<DocumentId>(window->first + place), -1.0 * window->sums[place]);
+        window->sums[place] = 0.0;
+      }
+    }
   }
-  row_ = next;
-  // Rows that match lie far apart; fetched now, the next one is there when it is asked for.
-  if (next != END) {
-    __builtin_prefetch(counts_->rowids().data() + next);
-    __builtin_prefetch(counts_->norms().data() + next);
-  }
-  return -1.0 * score;
-}
-
-void install_bm25(const storage::Database& database, fts5_api& api, Bm25Query& active) {
-  const int code = api.xCreateFunction(&api, "bm25", &active, bm25, nullptr);
-  if (code != SQLITE_OK) storage::throw_database_error(database.handle(), code);
+  std::sort_heap(best.begin(), best.end(), before);
+  return best;
 }
 
 }  // namespace velmora::workers::retrieval::internal

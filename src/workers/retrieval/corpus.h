@@ -1,11 +1,10 @@
 // One state of the index as retrieval sees it: its retrievable symbols, their names and files, and
-// the full-text tables over them. Built once, shared by every question that took it, never changed.
+// the text index over them. Built once, shared by every question that took it, never changed.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -14,7 +13,7 @@
 #include "utils/arena.h"
 #include "velmora/storage/repository_retrieval.h"
 #include "velmora/workers/retrieval.h"
-#include "workers/retrieval/text_tables.h"
+#include "workers/retrieval/text_index.h"
 
 namespace velmora::workers::retrieval::internal {
 
@@ -63,7 +62,7 @@ class IdIndex {
   std::vector<std::uint32_t> slots_;  // place + 1, or 0 for a free slot; a power of two of them
 };
 
-// Everything but the use of `fts` may be read by any number of threads at once.
+// Any number of threads may read it at once.
 struct Corpus {
   // The symbol of that id, or null when this state of the index has none that is retrievable.
   [[nodiscard]] const CorpusSymbol* find(SymbolId id) const;
@@ -85,15 +84,15 @@ struct Corpus {
   std::vector<SymbolId> file_symbols;
   std::vector<CorpusName> names;  // ascending by code point, each name once
   std::vector<SymbolId> name_symbols;
-  std::unique_ptr<TextTables> fts;  // null when SQLite could not make the tables
-  mutable std::mutex fts_lock;      // held for every use of `fts`; not reentrant
+  std::unique_ptr<const TextIndex> text;  // null when SQLite could not make its tables
 };
 
 // Reads the index's retrievable symbols once and builds their corpus. Blocks. Throws what the
 // repository throws, std::out_of_range for a symbol of a kind that is not retrievable (before any
-// table is made), and what filling the tables throws. Logs how long it took at debug level.
+// table is made), and what making the text index throws. Logs how long it took at debug level.
 [[nodiscard]] std::shared_ptr<const Corpus> build_corpus(storage::Repository& repository,
                                                          const IndexFingerprint& fingerprint,
-                                                         const RetrievalSettings& settings);
+                                                         const RetrievalSettings& settings,
+                                                         bool text_tables_only = false);
 
 }  // namespace velmora::workers::retrieval::internal

@@ -1,5 +1,5 @@
 // Builds a corpus: one pass over the index's rows, then the groupings by file and by name, then the
-// full-text tables.
+// text index.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -15,7 +15,6 @@
 #include "velmora/utils/path_filter.h"
 #include "workers/retrieval/corpus.h"
 #include "workers/retrieval/records.h"
-#include "workers/retrieval/words.h"
 
 namespace velmora::workers::retrieval::internal {
 namespace {
@@ -97,11 +96,11 @@ class CorpusBuilder {
         [](const CorpusName& left, const CorpusName& right) { return left.name < right.name; });
   }
 
-  void make_tables(const RetrievalSettings& settings) {
+  void index_text(const RetrievalSettings& settings, bool tables_only) {
     for (std::size_t file = 0; file < files_.size(); ++file) {
       files_[file].symbols = group(file_places_, file_starts_, file);
     }
-    corpus_->fts = text_tables(settings, {vocabulary_, symbol_texts_, files_});
+    corpus_->text = text_index(settings, {vocabulary_, symbols_, files_}, tables_only);
   }
 
   // Gives the corpus away.
@@ -145,11 +144,11 @@ class CorpusBuilder {
     if (row.signature) symbol.signature = corpus_->texts.store(*row.signature);
     corpus_->symbols.push_back(symbol);
     symbol_names_.push_back(number_of_name(name));
-    symbol_texts_.push_back({.id = row.id,
-                             .name = words_of(row.name),
-                             .signature = words_of(row.signature.value_or("")),
-                             .path = files_[file].path,
-                             .docstring = words_of(row.docstring.value_or(""))});
+    symbols_.push_back({.id = row.id,
+                        .name = words_of(row.name),
+                        .signature = words_of(row.signature.value_or("")),
+                        .path = files_[file].path,
+                        .docstring = words_of(row.docstring.value_or(""))});
   }
 
   std::uint32_t file_of(std::string_view path) {
@@ -162,7 +161,7 @@ class CorpusBuilder {
         file_numbers_.add(path, [&](std::string_view text) { return corpus_->texts.store(text); });
     if (number == corpus_->files.size()) {
       corpus_->files.push_back({file_numbers_.text(number), utils::is_test_path(path), {}});
-      files_.push_back({number + std::int64_t{1}, words_of(path), {}});
+      files_.push_back({words_of(path), {}});
     }
     return number;
   }
@@ -177,16 +176,10 @@ class CorpusBuilder {
                       [&](std::string_view text) { return corpus_->texts.store(text); });
   }
 
-  IndexText words_of(std::string_view text) {
-    text_.clear();
+  Words words_of(std::string_view text) {
     words_.clear();
-    append_index_text(text_, text, [&](std::string_view word) {
-      const WordId id = vocabulary_.add(word);
-      if (id < Vocabulary::FIRST_WORD) return false;
-      words_.push_back(id);
-      return true;
-    });
-    return {index_texts_.store(text_), index_words_.store(words_)};
+    vocabulary_.append_words(text, words_);
+    return kept_words_.store(words_);
   }
 
   // Each file's place in the ascending order of paths.
@@ -223,14 +216,12 @@ class CorpusBuilder {
 
   std::shared_ptr<Corpus> corpus_ = std::make_shared<Corpus>();
   Vocabulary vocabulary_;
-  utils::TextArena index_texts_;  // these two are what `symbol_texts_` and `files_` point into
-  utils::Arena<WordId> index_words_;
-  std::string text_;  // reused
-  std::vector<WordId> words_;
-  std::vector<SymbolText> symbol_texts_;     // beside `Corpus::symbols`
+  utils::Arena<WordId> kept_words_;          // what `symbols_` and `files_` point into
+  std::vector<WordId> words_;                // reused
+  std::vector<SymbolDocument> symbols_;      // beside `Corpus::symbols`
   std::vector<std::uint32_t> symbol_names_;  // beside `Corpus::symbols`: the numbers of their names
   utils::Interner names_;
-  std::vector<FileText> files_;  // beside `Corpus::files`
+  std::vector<FileDocument> files_;  // beside `Corpus::files`
   utils::Interner file_numbers_;
   std::vector<std::uint32_t> file_starts_;
   std::vector<std::uint32_t> file_places_;
@@ -240,13 +231,14 @@ class CorpusBuilder {
 
 std::shared_ptr<const Corpus> build_corpus(storage::Repository& repository,
                                            const IndexFingerprint& fingerprint,
-                                           const RetrievalSettings& settings) {
+                                           const RetrievalSettings& settings,
+                                           bool text_tables_only) {
   const auto start = std::chrono::steady_clock::now();
   CorpusBuilder builder(fingerprint);
   builder.read(repository);
   builder.group_by_file();
   builder.group_by_name();
-  builder.make_tables(settings);
+  builder.index_text(settings, text_tables_only);
   builder.log_built(std::chrono::steady_clock::now() - start);
   return builder.finish();
 }

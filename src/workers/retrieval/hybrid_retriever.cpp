@@ -65,7 +65,8 @@ HybridRetriever::HybridRetriever(std::shared_ptr<storage::Repository> repository
     : repository_(std::move(repository)),
       embedder_(std::move(options.embedder)),
       decisions_(std::move(options.decisions)),
-      settings_(std::move(options.settings).value_or(RetrievalSettings{})) {}
+      settings_(std::move(options.settings).value_or(RetrievalSettings{})),
+      text_tables_only_(options.text_tables_only) {}
 
 HybridRetriever::~HybridRetriever() = default;
 
@@ -107,8 +108,8 @@ std::shared_ptr<const internal::Corpus> HybridRetriever::corpus() {
   std::shared_ptr<const internal::Corpus> replaced;  // let go of after the lock: it takes a while
   const std::lock_guard guard(lock_);
   if (!corpus_cache_ || corpus_cache_->fingerprint != fingerprint) {
-    replaced =
-        std::exchange(corpus_cache_, internal::build_corpus(*repository_, fingerprint, settings_));
+    replaced = std::exchange(corpus_cache_, internal::build_corpus(*repository_, fingerprint,
+                                                                   settings_, text_tables_only_));
   }
   return corpus_cache_;
 }

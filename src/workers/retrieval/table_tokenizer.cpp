@@ -56,14 +56,14 @@ void run_tokenizer(const Fts5ExtensionApi* api, Fts5Context* fts, sqlite3_contex
 
 }  // namespace
 
-TableTokenizer::TableTokenizer(const storage::Database& database, const std::string& table)
-    : statement_(
-          database.prepare("SELECT run_tokenizer(" + table + ", ?) FROM " + table + " LIMIT 1",
-                           SQLITE_PREPARE_PERSISTENT)) {}
-
-void TableTokenizer::install(const storage::Database& database, fts5_api& api) {
-  const int code = api.xCreateFunction(&api, "run_tokenizer", nullptr, run_tokenizer, nullptr);
+TableTokenizer::TableTokenizer(const storage::Database& database, const std::string& table) {
+  fts5_api* api = nullptr;
+  database.prepare("SELECT fts5(?1)").bind_pointer(1, &api, "fts5_api_ptr").run();
+  if (api == nullptr) storage::throw_database_error(nullptr, SQLITE_ERROR);
+  const int code = api->xCreateFunction(api, "run_tokenizer", nullptr, run_tokenizer, nullptr);
   if (code != SQLITE_OK) storage::throw_database_error(database.handle(), code);
+  statement_ = database.prepare("SELECT run_tokenizer(" + table + ", ?) FROM " + table + " LIMIT 1",
+                                SQLITE_PREPARE_PERSISTENT);
 }
 
 bool TableTokenizer::run(const std::function<void(const Tokenize&)>& use) {

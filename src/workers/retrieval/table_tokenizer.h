@@ -23,11 +23,8 @@ class TableTokenizer {
   // Tokenizes one text; lives within `run` alone.
   using Tokenize = std::function<Tokens(std::string_view text)>;
 
-  // `api` is the database's FTS5, in which `install` was called.
+  // The tokenizer of an FTS5 table; makes the function of the connection that tokenizers run in.
   TableTokenizer(const storage::Database& database, const std::string& table);
-
-  // Makes the function that tokenizers run in; once for a connection.
-  static void install(const storage::Database& database, fts5_api& api);
 
   // Calls `use` with the table's tokenizer; false when the table has no row, and so none to use.
   bool run(const std::function<void(const Tokenize&)>& use);

@@ -1,4 +1,4 @@
-// The channels that search the full-text tables.
+// The channels that search the text index.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 namespace velmora::workers::retrieval::internal {
 
 // BM25 over the words of each symbol: the first `depth` admitted symbols that match any term, one
-// rank each. Both channels are unavailable without full-text tables, and "ok" without ranks when
+// rank each. Both channels are unavailable without a text index, and "ok" without ranks when
 // there are no terms; an error of the query is thrown on.
 [[nodiscard]] Channel lexical_channel(const Corpus& corpus, std::span<const std::string> terms,
                                       const Admission& admit, std::int64_t depth);

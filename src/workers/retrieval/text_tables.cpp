@@ -1,5 +1,6 @@
 #include "workers/retrieval/text_tables.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -11,15 +12,6 @@ namespace {
 using storage::Database;
 using storage::DatabaseError;
 using storage::Statement;
-using storage::Transaction;
-
-// The connection's FTS5, for making functions.
-fts5_api& fts5_of(const Database& database) {
-  fts5_api* api = nullptr;
-  database.prepare("SELECT fts5(?1)").bind_pointer(1, &api, "fts5_api_ptr").run();
-  if (api == nullptr) storage::throw_database_error(nullptr, SQLITE_ERROR);
-  return *api;
-}
 
 // Whether the error is the statement's, as that of a missing module is, rather than a sign of a
 // failing database, of bad data or of a fault in this program.
@@ -38,8 +30,31 @@ bool is_operational(const DatabaseError& error) {
   }
 }
 
-// Makes the two empty tables; false, with a warning, when this SQLite cannot.
-bool create_tables(const Database& database, const std::string& tokenizer) {
+Statement prepare_match(const Database& database, const std::string& table) {
+  return database.prepare(
+      "SELECT rowid FROM " + table + " WHERE " + table + " MATCH ? ORDER BY rank",
+      SQLITE_PREPARE_PERSISTENT);
+}
+
+void set_rank(const Database& database, const std::string& table, const std::string& expression) {
+  database.prepare("INSERT INTO " + table + " (" + table + ", rank) VALUES ('rank', ?)")
+      .bind(1, expression)
+      .run();
+}
+
+std::string text_of(Words words, const Vocabulary& vocabulary) {
+  std::string text;
+  for (const WordId word : words) {
+    if (!text.empty()) text += ' ';
+    text += vocabulary.word(word);
+  }
+  return text;
+}
+
+}  // namespace
+
+std::unique_ptr<TextTables> TextTables::make(const std::string& tokenizer) {
+  Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   const std::string options = "tokenize = '" + tokenizer + "', detail = column)";
   try {
     database
@@ -48,163 +63,98 @@ bool create_tables(const Database& database, const std::string& tokenizer) {
         .run();
     database.prepare("CREATE VIRTUAL TABLE files USING fts5(names, path, docstrings, " + options)
         .run();
-    return true;
   } catch (const DatabaseError& error) {
     if (!is_operational(error)) throw;
     logger.log(
         logging::Level::warning,
         [] { return "This SQLite has no FTS5: retrieval ranks without text"; },
         std::current_exception());
-    return false;
+    return nullptr;
   }
+  return std::unique_ptr<TextTables>(new TextTables(std::move(database)));
 }
 
-void set_rank(const Database& database, std::string_view table, const std::string& expression) {
-  const std::string name(table);
-  database.prepare("INSERT INTO " + name + " (" + name + ", rank) VALUES ('rank', ?)")
-      .bind(1, expression)
+// Temporary tables in memory, where a query sorts its rows: no sort, however large, reaches a file.
+TextTables::TextTables(Database database)
+    : database_(std::move(database)), tokenizer_(database_, "lexical") {
+  database_.execute("PRAGMA temp_store = MEMORY");
+  match_symbols_ = prepare_match(database_, "lexical");
+  match_files_ = prepare_match(database_, "files");
+  insert_symbol_ = database_.prepare(
+      "INSERT INTO lexical (rowid, name, signature, path, docstring) VALUES (?, ?, ?, ?, ?)");
+}
+
+void TextTables::set_ranks(const RetrievalSettings& settings) {
+  set_rank(database_, "lexical", settings.weights.rank_function());
+  set_rank(database_, "files", settings.file_weights.rank_function());
+}
+
+void TextTables::add(const SymbolDocument& symbol, const Vocabulary& vocabulary) {
+  const std::string name = text_of(symbol.name, vocabulary);
+  const std::string signature = text_of(symbol.signature, vocabulary);
+  const std::string path = text_of(symbol.path, vocabulary);
+  const std::string docstring = text_of(symbol.docstring, vocabulary);
+  insert_symbol_.bind(1, symbol.id)
+      .bind(2, name)
+      .bind(3, signature)
+      .bind(4, path)
+      .bind(5, docstring)
       .run();
 }
 
-void insert_symbols(const Database& database, std::span<const SymbolText> symbols) {
-  Statement insert = database.prepare(
-      "INSERT INTO lexical (rowid, name, signature, path, docstring) VALUES (?, ?, ?, ?, ?)");
-  for (const SymbolText& symbol : symbols) {
-    insert.bind(1, symbol.id)
-        .bind(2, symbol.name.text)
-        .bind(3, symbol.signature.text)
-        .bind(4, symbol.path.text)
-        .bind(5, symbol.docstring.text)
-        .run();
-  }
-}
-
-void insert_files(const Database& database, const CorpusText& text) {
+void TextTables::add_files(const Documents& documents) {
   Statement insert =
-      database.prepare("INSERT INTO files (rowid, names, path, docstrings) VALUES (?, ?, ?, ?)");
-  std::string names;
-  std::string docstrings;
-  for (const FileText& file : text.files) {
-    names.clear();
-    docstrings.clear();
+      database_.prepare("INSERT INTO files (rowid, names, path, docstrings) VALUES (?, ?, ?, ?)");
+  RowId row = 0;
+  for (const FileDocument& file : documents.files) {
+    std::string names;
+    std::string docstrings;
     for (const std::uint32_t place : file.symbols) {
-      const SymbolText& symbol = text.symbols[place];
+      const SymbolDocument& symbol = documents.symbols[place];
       if (place != file.symbols.front()) names += ' ';
-      names += symbol.name.text;
-      if (symbol.docstring.text.empty()) continue;
+      names += text_of(symbol.name, documents.vocabulary);
+      if (symbol.docstring.empty()) continue;
       if (!docstrings.empty()) docstrings += ' ';
-      docstrings += symbol.docstring.text;
+      docstrings += text_of(symbol.docstring, documents.vocabulary);
     }
-    insert.bind(1, file.row).bind(2, names).bind(3, file.path.text).bind(4, docstrings).run();
+    const std::string path = text_of(file.path, documents.vocabulary);
+    insert.bind(1, ++row).bind(2, names).bind(3, path).bind(4, docstrings).run();
   }
 }
 
-void fill(Database& database, const RetrievalSettings& settings, const CorpusText& text) {
-  Transaction filling(database);
-  set_rank(database, SYMBOL_TABLE, settings.weights.rank_function());
-  set_rank(database, FILE_TABLE, settings.file_weights.rank_function());
-  insert_symbols(database, text.symbols);
-  insert_files(database, text);
-  filling.commit();
+// A term without tokens (none has with the default tokenizer) matches nothing and changes no score,
+// but SQLite before 3.48 dereferences null when one stands beside a term that matches, so it is
+// left out. A table without rows has no tokenizer to ask, and no term matches there.
+Statement* TextTables::match(TextTable table, std::span<const std::string> terms) {
+  expression_.clear();
+  const auto add = [&](const std::string& term) {
+    if (!expression_.empty()) expression_ += " OR ";
+    expression_.append("\"").append(term).append("\"");
+  };
+  const bool ran = tokenizer_.run([&](const TableTokenizer::Tokenize& tokenize) {
+    for (const std::string& term : terms) {
+      if (tokenize(term).count != 0) add(term);
+    }
+  });
+  if (!ran) std::for_each(terms.begin(), terms.end(), add);
+  if (expression_.empty()) return nullptr;
+  Statement& match = table == TextTable::symbols ? match_symbols_ : match_files_;
+  match.bind(1, expression_);
+  return &match;
 }
 
-// The weights of a rank expression as SQLite reads them, which may differ in the last bit from what
-// was written.
-std::vector<double> weights_of(const Database& database, const std::string& expression,
-                               int columns) {
-  const std::size_t open = expression.find('(') + 1;
+std::vector<double> weights_of(const Database& database, const std::string& rank_expression) {
+  const std::size_t open = rank_expression.find('(') + 1;
   Statement statement =
-      database.prepare("SELECT " + expression.substr(open, expression.size() - open - 1));
+      database.prepare("SELECT " + rank_expression.substr(open, rank_expression.size() - open - 1));
   statement.step();
-  std::vector<double> weights(static_cast<std::size_t>(columns));
-  for (int column = 0; column < columns; ++column) {
-    weights[static_cast<std::size_t>(column)] = statement.column_double(column);
+  std::vector<double> weights(
+      static_cast<std::size_t>(std::count(rank_expression.begin(), rank_expression.end(), ',')) +
+      1);
+  for (std::size_t column = 0; column < weights.size(); ++column) {
+    weights[column] = statement.column_double(static_cast<int>(column));
   }
   return weights;
 }
-
-}  // namespace
-
-std::unique_ptr<TextTables> text_tables(const RetrievalSettings& settings, const CorpusText& text) {
-  Database database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-  if (!create_tables(database, settings.tokenizer)) return nullptr;
-  fill(database, settings, text);
-  return std::make_unique<TextTables>(std::move(database), settings, text);
-}
-
-TextTables::Table::Table(const Database& database, std::string_view name, std::size_t row_count)
-    : rows(row_count),
-      match(database.prepare("SELECT rowid FROM " + std::string(name) + " WHERE " +
-                                 std::string(name) + " MATCH ? ORDER BY rank",
-                             SQLITE_PREPARE_PERSISTENT)),
-      tokenizer(database, std::string(name)) {}
-
-TextTables::TextTables(Database database, const RetrievalSettings& settings, const CorpusText& text)
-    : database_(std::move(database)), sort_memory_(database_) {
-  fts5_api& api = fts5_of(database_);
-  TableTokenizer::install(database_, api);
-  symbols_.emplace(database_, SYMBOL_TABLE, text.symbols.size());
-  files_.emplace(database_, FILE_TABLE, text.files.size());
-  counts_ = TextCounts::count(symbols_->tokenizer,
-                              {weights_of(database_, settings.weights.rank_function(), 4),
-                               weights_of(database_, settings.file_weights.rank_function(), 3)},
-                              text);
-  if (counts_) install_bm25(database_, api, active_);
-}
-
-TextTables::Table& TextTables::table(std::string_view name) {
-  return name == SYMBOL_TABLE ? *symbols_ : *files_;
-}
-
-Statement& TextTables::match(std::string_view name) { return table(name).match; }
-
-// A term that no row holds is left out, where the counts tell: it matches nothing and changes no
-// score, and a question of ten thousand such words would look up each. So is a term without tokens
-// (none has with the default tokenizer): SQLite before 3.48 dereferences null when one stands
-// beside a term that matches. A table without rows has no tokenizer to ask, and no term matches
-// there.
-std::string TextTables::activate(std::string_view name, std::span<const std::string> terms) {
-  std::string expression;
-  std::vector<std::optional<TokenId>> phrases;
-  const auto add = [&](const std::string& term) {
-    if (!expression.empty()) expression += " OR ";
-    expression.append("\"").append(term).append("\"");
-  };
-  const bool ran = table(name).tokenizer.run([&](const TableTokenizer::Tokenize& tokenize) {
-    for (const std::string& term : terms) {
-      const Tokens tokens = tokenize(term);
-      if (tokens.count == 0) continue;
-      if (counts_) {
-        const std::optional<TokenId> token = counts_->find(tokens.first);
-        if (!token) continue;
-        phrases.push_back(token);
-      }
-      add(term);
-    }
-  });
-  if (!ran) {
-    for (const std::string& term : terms) add(term);
-  }
-  sort_memory_.choose(table(name).rows, terms.size());
-  if (counts_) {
-    active_ = Bm25Query(name == SYMBOL_TABLE ? counts_->symbols() : counts_->files(), phrases);
-  }
-  return expression;
-}
-
-Matching::Matching(TextTables& tables, std::mutex& lock, std::string_view table,
-                   std::span<const std::string> terms)
-    : lock_(lock), match_(tables.match(table)), expression_(tables.activate(table, terms)) {
-  if (expression_.empty()) return;
-  match_.bind(1, expression_);
-  try {
-    advance();
-  } catch (...) {
-    match_.reset();  // no destructor runs for a constructor that throws
-    throw;
-  }
-}
-
-Matching::~Matching() { match_.reset(); }
 
 }  // namespace velmora::workers::retrieval::internal

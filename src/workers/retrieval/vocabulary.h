@@ -3,11 +3,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "utils/arena.h"
 #include "utils/interner.h"
 #include "velmora/workers/retrieval.h"
+#include "workers/retrieval/words.h"
 
 namespace velmora::workers::retrieval::internal {
 
@@ -25,9 +28,15 @@ class Vocabulary {
     for (const std::string_view word : STOP_WORDS) add(word);
   }
 
-  // The word's number, a new one when it was not seen before. Below FIRST_WORD for a stop word.
-  WordId add(std::string_view word) {
-    return words_.add(word, [this](std::string_view text) { return texts_.store(text); });
+  // Appends the words of a text to `out`, without stop words; order and repeats stay.
+  void append_words(std::string_view text, std::vector<WordId>& out) {
+    WordScanner words(text);
+    for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
+      lower_.clear();
+      append_lowercase(lower_, word);
+      const WordId id = add(lower_);
+      if (id >= FIRST_WORD) out.push_back(id);
+    }
   }
 
   // How many numbers are taken, stop words included.
@@ -35,8 +44,13 @@ class Vocabulary {
   [[nodiscard]] std::string_view word(WordId id) const { return words_.text(id); }
 
  private:
+  WordId add(std::string_view word) {
+    return words_.add(word, [this](std::string_view text) { return texts_.store(text); });
+  }
+
   utils::Interner words_;
   utils::TextArena texts_;
+  std::string lower_;  // reused
 };
 
 }  // namespace velmora::workers::retrieval::internal

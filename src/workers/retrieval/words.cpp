@@ -19,14 +19,6 @@ void append_lowercase(std::string& out, std::string_view word) {
   }
 }
 
-std::string index_text(std::optional<std::string_view> text) {
-  std::string out;
-  if (text) {
-    append_index_text(out, *text, [](std::string_view word) { return !STOP_WORDS.contains(word); });
-  }
-  return out;
-}
-
 }  // namespace internal
 
 std::vector<std::string> split_identifier(std::string_view text) {

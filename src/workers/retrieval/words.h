@@ -6,7 +6,6 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -61,24 +60,5 @@ class WordScanner {
 
 // Appends a word of the scanner to `out` in lower case.
 void append_lowercase(std::string& out, std::string_view word);
-
-// Appends what a full-text table stores of a field to `out`: its words in lower case, joined by
-// single spaces, without those for which `keep(word)` is false; order and repeats stay. `keep` is
-// called once for each word, in order.
-template <class Keep>
-void append_index_text(std::string& out, std::string_view text, Keep keep) {
-  const std::size_t begin = out.size();
-  WordScanner words(text);
-  for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
-    const std::size_t before = out.size();
-    if (before != begin) out += ' ';
-    const std::size_t start = out.size();
-    append_lowercase(out, word);
-    if (!keep(std::string_view(out).substr(start))) out.resize(before);
-  }
-}
-
-// A field as a full-text table stores it: its words without stop words; empty for an absent field.
-[[nodiscard]] std::string index_text(std::optional<std::string_view> text);
 
 }  // namespace velmora::workers::retrieval::internal

@@ -109,7 +109,7 @@ TEST(Corpus, EqualsThePlainDefinition) {
   }
 }
 
-TEST(Corpus, FillsBothTables) {
+TEST(Corpus, IndexesTheTextsOfBothTables) {
   MemoryRepository index({{.id = 1,
                            .name = "getUser",
                            .path = "src/web",
@@ -118,21 +118,19 @@ TEST(Corpus, FillsBothTables) {
                           {.id = 2, .name = "the", .path = "src/web", .docstring = "of"},
                           {.id = 3, .name = "putUser", .path = "src/db", .docstring = "Writes."}});
   const auto corpus = build_corpus(index, {}, {});
-  const auto matching = [&](std::string_view table, const char* term) {
-    std::set<std::int64_t> rows;
-    for (const std::int64_t row :
-         Matching(*corpus->fts, corpus->fts_lock, table, std::vector<std::string>{term})) {
-      rows.insert(row);
-    }
+  const auto matching = [&](TextTable table, const std::string& term) {
+    std::vector<RowId> rows =
+        corpus->text->best(table, std::array{term}, 9, [](RowId) { return true; });
+    std::sort(rows.begin(), rows.end());
     return rows;
   };
-  using Rows = std::set<std::int64_t>;
-  EXPECT_EQ(matching(SYMBOL_TABLE, "web"), (Rows{1, 2}));
-  EXPECT_EQ(matching(SYMBOL_TABLE, "limit"), (Rows{1}));
-  EXPECT_EQ(matching(SYMBOL_TABLE, "user"), (Rows{1, 3}));
-  EXPECT_EQ(matching(FILE_TABLE, "user"), (Rows{1, 2}));
-  EXPECT_EQ(matching(FILE_TABLE, "writes"), (Rows{2}));
-  EXPECT_EQ(matching(FILE_TABLE, "limit"), (Rows{}));  // signatures are the symbols' own
+  using Rows = std::vector<RowId>;
+  EXPECT_EQ(matching(TextTable::symbols, "web"), (Rows{1, 2}));
+  EXPECT_EQ(matching(TextTable::symbols, "limit"), (Rows{1}));
+  EXPECT_EQ(matching(TextTable::symbols, "user"), (Rows{1, 3}));
+  EXPECT_EQ(matching(TextTable::files, "user"), (Rows{1, 2}));
+  EXPECT_EQ(matching(TextTable::files, "writes"), (Rows{2}));
+  EXPECT_EQ(matching(TextTable::files, "limit"), (Rows{}));  // signatures are the symbols' own
 }
 
 TEST(Corpus, LogsWhatItBuilt) {
@@ -140,7 +138,7 @@ TEST(Corpus, LogsWhatItBuilt) {
   MemoryRepository index({{.id = 1, .name = "a"}, {.id = 2, .name = "b", .path = "test/x"}});
   (void)build_corpus(index, {}, {.tokenizer = "nonesuch"});
   MemoryRepository empty;
-  EXPECT_NE(build_corpus(empty, {}, {})->fts, nullptr);
+  EXPECT_NE(build_corpus(empty, {}, {})->text, nullptr);
   ASSERT_EQ(log.lines().size(), 3u);  // first the warning of the missing tokenizer
   const std::string start = "DEBUG velmora.workers.retrieval: Retrieval corpus built: ";
   EXPECT_TRUE(std::regex_match(

@@ -7,6 +7,7 @@
 #include <regex>
 
 #include "velmora/workers/retrieval.h"
+#include "workers/retrieval/vocabulary.h"
 
 namespace velmora::workers::retrieval {
 namespace {
@@ -63,17 +64,26 @@ TEST(Words, QuestionsGiveTheirTermsOnce) {
   }
 }
 
-TEST(Words, IndexTextKeepsOrderAndRepeats) {
-  EXPECT_EQ(internal::index_text("get_user get_user"), "get user get user");
-  EXPECT_EQ(internal::index_text("the_and"), "");
-  EXPECT_EQ(internal::index_text("The HTTPServer of an"), "http server");
-  EXPECT_EQ(internal::index_text(std::nullopt), "");
+// The words that an index keeps of a text.
+Words kept(std::string_view text) {
+  internal::Vocabulary vocabulary;
+  std::vector<internal::WordId> ids;
+  vocabulary.append_words(text, ids);
+  Words words;
+  for (const internal::WordId id : ids) words.emplace_back(vocabulary.word(id));
+  return words;
+}
+
+TEST(Words, VocabularyLeavesOutStopWordsAndKeepsOrderAndRepeats) {
+  EXPECT_EQ(kept("get_user get_user"), (Words{"get", "user", "get", "user"}));
+  EXPECT_EQ(kept("the_and"), Words{});
+  EXPECT_EQ(kept("The HTTPServer of an"), (Words{"http", "server"}));
 }
 
 TEST(Words, TenMillionLettersNeitherCrashNorCrawl) {
   const std::string letters(10'000'000, 'a');
   EXPECT_EQ(split_identifier(letters), Words{letters});
-  EXPECT_EQ(internal::index_text(std::string(10'000'000, 'A')), letters);
+  EXPECT_EQ(kept(std::string(10'000'000, 'A')), Words{letters});
 }
 
 }  // namespace

@@ -1,0 +1,170 @@
+#include "workers/retrieval/posting_lists.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+#include <numeric>
+#include <stdexcept>
+#include <unordered_map>
+
+#include "workers/retrieval/bm25.h"
+
+namespace velmora::workers::retrieval::internal {
+namespace {
+
+std::size_t size_of(std::uint32_t number) {
+  return static_cast<std::size_t>(std::bit_width(number | 1) + 6) / 7;
+}
+
+std::uint8_t* write(std::uint8_t* at, std::uint32_t number) {
+  for (; number >= 0x80; number >>= 7) *at++ = static_cast<std::uint8_t>(number | 0x80);
+  *at++ = static_cast<std::uint8_t>(number);
+  return at;
+}
+
+// Sums frequencies as FTS5 sums them, one weight at a time: with weights that are no whole numbers
+// a product would differ in its last bits. What a frequency becomes by one more weight is looked
+// up.
+class FrequencySums {
+ public:
+  explicit FrequencySums(std::span<const double> weights) : weights_(weights) { number_of(0.0); }
+
+  static constexpr std::uint32_t NOTHING = 0;  // the number of the frequency 0
+
+  // The number of the frequency `number` plus the column's weight.
+  std::uint32_t add(std::uint32_t number, std::size_t column) {
+    const std::size_t place = number * weights_.size() + column;
+    if (next_[place] == UNKNOWN) {
+      const std::uint32_t next = number_of(frequencies_[number] + weights_[column]);
+      next_[place] = next;  // not before: it may have grown
+    }
+    return next_[place];
+  }
+
+  // By number.
+  [[nodiscard]] const std::vector<double>& frequencies() const { return frequencies_; }
+
+ private:
+  static constexpr std::uint32_t UNKNOWN = std::numeric_limits<std::uint32_t>::max();
+
+  std::uint32_t number_of(double frequency) {
+    const auto next = static_cast<std::uint32_t>(frequencies_.size());
+    const auto [entry, is_new] = numbers_.emplace(std::bit_cast<std::uint64_t>(frequency), next);
+    if (is_new) {
+      frequencies_.push_back(frequency);
+      next_.resize(next_.size() + weights_.size(), UNKNOWN);
+    }
+    return entry->second;
+  }
+
+  std::span<const double> weights_;
+  std::vector<double> frequencies_;
+  std::vector<std::uint32_t> next_;                           // by number and column
+  std::unordered_map<std::uint64_t, std::uint32_t> numbers_;  // by the frequency's bits
+};
+
+}  // namespace
+
+PostingLists PostingLists::of_symbols(const Documents& documents,
+                                      std::span<const TermId> term_of_word, std::size_t terms,
+                                      std::span<const double> weights) {
+  const std::span<const SymbolDocument> symbols = documents.symbols;
+  std::vector<std::uint32_t> order(symbols.size());
+  std::iota(order.begin(), order.end(), 0u);
+  const auto by_id = [&](std::uint32_t left, std::uint32_t right) {
+    return symbols[left].id < symbols[right].id;
+  };
+  if (!std::is_sorted(order.begin(), order.end(), by_id)) {
+    std::sort(order.begin(), order.end(), by_id);
+  }
+  std::vector<RowId> rows(symbols.size());
+  std::transform(order.begin(), order.end(), rows.begin(),
+                 [&](std::uint32_t place) { return symbols[place].id; });
+  const auto each_field = [&](DocumentId document, auto visit) {
+    const SymbolDocument& symbol = symbols[order[document]];
+    visit(0, symbol.name);
+    visit(1, symbol.signature);
+    visit(2, symbol.path);
+    visit(3, symbol.docstring);
+  };
+  return {std::move(rows), each_field, term_of_word, terms, weights};
+}
+
+PostingLists PostingLists::of_files(const Documents& documents,
+                                    std::span<const TermId> term_of_word, std::size_t terms,
+                                    std::span<const double> weights) {
+  std::vector<RowId> rows(documents.files.size());
+  std::iota(rows.begin(), rows.end(), RowId{1});
+  const auto each_field = [&](DocumentId document, auto visit) {
+    const FileDocument& file = documents.files[document];
+    for (const std::uint32_t place : file.symbols) visit(0, documents.symbols[place].name);
+    visit(1, file.path);
+    for (const std::uint32_t place : file.symbols) visit(2, documents.symbols[place].docstring);
+  };
+  return {std::move(rows), each_field, term_of_word, terms, weights};
+}
+
+// Goes over the documents twice: first for the sizes of the lists, then to write them.
+template <class EachField>
+PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
+                           std::span<const TermId> term_of_word, std::size_t terms,
+                           std::span<const double> weights)
+    : rows_(std::move(rows)), norms_(rows_.size()), starts_(terms + 1), holders_(terms) {
+  struct Tally {  // of a term in the document at hand
+    std::uint32_t document_after = 0;
+    std::uint32_t frequency = FrequencySums::NOTHING;
+  };
+  FrequencySums sums(weights);
+  std::vector<TermId> held;
+  const auto each_posting = [&](auto visit) {
+    std::vector<Tally> tallies(terms);
+    std::vector<DocumentId> last(terms);
+    for (DocumentId document = 0; document < rows_.size(); ++document) {
+      held.clear();
+      each_field(document, [&](std::size_t column, Words words) {
+        for (const WordId word : words) {
+          Tally& tally = tallies[term_of_word[word]];
+          if (tally.document_after != document + 1) {
+            tally = {document + 1, FrequencySums::NOTHING};
+            held.push_back(term_of_word[word]);
+          }
+          tally.frequency = sums.add(tally.frequency, column);
+        }
+      });
+      for (const TermId term : held) {
+        visit(term, document - last[term], tallies[term].frequency);
+        last[term] = document;
+      }
+    }
+  };
+  each_posting([&](TermId term, std::uint32_t gap, std::uint32_t frequency) {
+    starts_[term + 1] += size_of(gap) + size_of(frequency);
+    ++holders_[term];
+  });
+  std::partial_sum(starts_.begin(), starts_.end(), starts_.begin());
+  bytes_.resize(starts_.back());
+  std::vector<std::uint8_t*> ends(terms);
+  for (TermId term = 0; term < terms; ++term) ends[term] = bytes_.data() + starts_[term];
+  each_posting([&](TermId term, std::uint32_t gap, std::uint32_t frequency) {
+    ends[term] = write(write(ends[term], gap), frequency);
+  });
+  frequencies_ = sums.frequencies();
+
+  std::int64_t all_words = 0;
+  for (DocumentId document = 0; document < rows_.size(); ++document) {
+    std::size_t words = 0;
+    each_field(document, [&](std::size_t, Words field) { words += field.size(); });
+    norms_[document] = static_cast<double>(words);
+    all_words += static_cast<std::int64_t>(words);
+  }
+  const double average = static_cast<double>(all_words) / static_cast<double>(rows_.size());
+  for (double& norm : norms_) norm = bm25_norm(norm, average);
+}
+
+std::size_t PostingLists::memory() const {
+  const auto bytes = [](const auto& values) { return values.capacity() * sizeof(values.front()); };
+  return bytes(rows_) + bytes(norms_) + bytes(frequencies_) + bytes(starts_) + bytes(holders_) +
+         bytes(bytes_);
+}
+
+}  // namespace velmora::workers::retrieval::internal

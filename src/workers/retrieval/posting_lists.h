@@ -1,0 +1,78 @@
+// What BM25 needs to know of a full-text table: in which documents each term stands, how often, and
+// how long the documents are.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "workers/retrieval/dictionary.h"
+#include "workers/retrieval/documents.h"
+#include "workers/retrieval/text_index.h"
+
+namespace velmora::workers::retrieval::internal {
+
+// A document's number within its table: 0, 1, ... by ascending row.
+using DocumentId = std::uint32_t;
+
+// The documents that hold a term. Read like a stream, it is two numbers a document, in the variable
+// length of PostingLists::read: how far the document lies from the one before it (from 0, for the
+// first), and its frequency, as a place in PostingLists::frequencies.
+struct PostingList {
+  const std::uint8_t* begin = nullptr;
+  const std::uint8_t* end = nullptr;
+  std::size_t documents = 0;
+};
+
+// The posting lists of a table. A term's frequency in a document is the sum of the weights of the
+// columns that it stands in, once for each time. Immutable; any thread may read it.
+class PostingLists {
+ public:
+  // `term_of_word` maps a WordId to its term, of which there are `terms`; `weights` are those of
+  // the table's columns.
+  static PostingLists of_symbols(const Documents& documents, std::span<const TermId> term_of_word,
+                                 std::size_t terms, std::span<const double> weights);
+  static PostingLists of_files(const Documents& documents, std::span<const TermId> term_of_word,
+                               std::size_t terms, std::span<const double> weights);
+
+  [[nodiscard]] PostingList operator[](TermId term) const {
+    const std::uint8_t* const bytes = bytes_.data();
+    return {bytes + starts_[term], bytes + starts_[term + 1], holders_[term]};
+  }
+
+  // Reads a number of 7 bits a byte, the lowest first; the last byte is below 128.
+  static std::uint32_t read(const std::uint8_t*& at) {
+    std::uint32_t number = *at++;
+    if (number < 0x80) return number;
+    number &= 0x7F;
+    for (int shift = 7;; shift += 7) {
+      const std::uint32_t byte = *at++;
+      number |= (byte & 0x7F) << shift;
+      if (byte < 0x80) return number;
+    }
+  }
+
+  // By DocumentId: the rows, ascending, and what the documents' lengths add to BM25's denominator.
+  [[nodiscard]] std::span<const RowId> rows() const { return rows_; }
+  [[nodiscard]] std::span<const double> norms() const { return norms_; }
+  // The distinct frequencies.
+  [[nodiscard]] std::span<const double> frequencies() const { return frequencies_; }
+
+  // The bytes held.
+  [[nodiscard]] std::size_t memory() const;
+
+ private:
+  template <class EachField>
+  PostingLists(std::vector<RowId> rows, EachField each_field, std::span<const TermId> term_of_word,
+               std::size_t terms, std::span<const double> weights);
+
+  std::vector<RowId> rows_;
+  std::vector<double> norms_;
+  std::vector<double> frequencies_;
+  std::vector<std::size_t> starts_;     // by term: where its list begins; and the end
+  std::vector<std::uint32_t> holders_;  // by term: how many documents hold it
+  std::vector<std::uint8_t> bytes_;
+};
+
+}  // namespace velmora::workers::retrieval::internal

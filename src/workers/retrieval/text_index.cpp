@@ -1,0 +1,161 @@
+#include "workers/retrieval/text_index.h"
+
+#include <algorithm>
+#include <array>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "workers/retrieval/bm25.h"
+#include "workers/retrieval/dictionary.h"
+#include "workers/retrieval/posting_lists.h"
+#include "workers/retrieval/text_tables.h"
+
+namespace velmora::workers::retrieval::internal {
+namespace {
+
+using storage::Statement;
+
+// Rows as a query lists them, best first; ends the query when it is destroyed.
+class Matches {
+ public:
+  Matches(TextTables& tables, TextTable table, std::span<const std::string> terms)
+      : statement_(tables.match(table, terms)) {}
+  Matches(const Matches&) = delete;
+  Matches& operator=(const Matches&) = delete;
+  ~Matches() {
+    if (statement_ != nullptr) statement_->reset();
+  }
+
+  std::optional<RowId> next() {
+    if (statement_ == nullptr || !statement_->step()) return std::nullopt;
+    return statement_->column_int64(0);
+  }
+
+ private:
+  Statement* statement_;
+};
+
+// The tables themselves, one query at a time.
+class TableIndex final : public TextIndex {
+ public:
+  explicit TableIndex(std::unique_ptr<TextTables> tables) : tables_(std::move(tables)) {}
+
+  std::vector<RowId> best(TextTable table, std::span<const std::string> terms, std::size_t count,
+                          const Accept& accept) const override {
+    const std::lock_guard guard(lock_);
+    Matches matches(*tables_, table, terms);
+    std::vector<RowId> rows;
+    while (rows.size() < count) {
+      const std::optional<RowId> row = matches.next();
+      if (!row) break;
+      if (accept(*row)) rows.push_back(*row);
+    }
+    return rows;
+  }
+
+ private:
+  const std::unique_ptr<TextTables> tables_;
+  mutable std::mutex lock_;
+};
+
+// Posting lists. The tables hold a single row, for their tokenizer.
+class PostingIndex final : public TextIndex {
+ public:
+  PostingIndex(std::unique_ptr<TextTables> tables, Dictionary dictionary, PostingLists symbols,
+               PostingLists files)
+      : tables_(std::move(tables)),
+        dictionary_(std::move(dictionary)),
+        symbols_(std::move(symbols)),
+        files_(std::move(files)) {}
+
+  std::vector<RowId> best(TextTable table, std::span<const std::string> terms, std::size_t count,
+                          const Accept& accept) const override {
+    const PostingLists& lists = table == TextTable::symbols ? symbols_ : files_;
+    std::vector<RowId> rows;
+    for (const ScoredRow& row : best_rows(lists, known(terms), count, accept)) {
+      rows.push_back(row.row);
+    }
+    return rows;
+  }
+
+ private:
+  // The terms that some row holds. Only a word that none holds needs the tokenizer, since another
+  // word of its stem may be there; and only for that the threads take turns.
+  [[nodiscard]] std::vector<TermId> known(std::span<const std::string> terms) const {
+    std::vector<std::optional<TermId>> found(terms.size());
+    std::transform(terms.begin(), terms.end(), found.begin(),
+                   [&](const std::string& term) { return dictionary_.find_word(term); });
+    if (std::find(found.begin(), found.end(), std::nullopt) != found.end()) {
+      const std::lock_guard guard(lock_);
+      bool phrase = false;
+      tables_->tokenizer().run([&](const TableTokenizer::Tokenize& tokenize) {
+        for (std::size_t i = 0; i < terms.size(); ++i) {
+          if (found[i]) continue;
+          const Tokens tokens = tokenize(terms[i]);
+          if (tokens.count == 1) found[i] = dictionary_.find_token(tokens.first);
+          phrase |= tokens.count > 1;
+        }
+      });
+      // The tables refuse it, and say why.
+      if (phrase) Matches(*tables_, TextTable::symbols, terms).next();
+    }
+    std::vector<TermId> known;
+    for (const std::optional<TermId>& term : found) {
+      if (term) known.push_back(*term);
+    }
+    return known;
+  }
+
+  const std::unique_ptr<TextTables> tables_;
+  mutable std::mutex lock_;  // guards tables_
+  const Dictionary dictionary_;
+  const PostingLists symbols_;
+  const PostingLists files_;
+};
+
+// Lets the tables throw their error for an id that is there twice.
+void require_unique(TextTables& tables, const Documents& documents, const PostingLists& symbols) {
+  const auto twice = std::adjacent_find(symbols.rows().begin(), symbols.rows().end());
+  if (twice == symbols.rows().end()) return;
+  for (const SymbolDocument& symbol : documents.symbols) {
+    if (symbol.id == *twice) tables.add(symbol, documents.vocabulary);
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<const TextIndex> text_index(const RetrievalSettings& settings,
+                                            const Documents& documents, bool tables_only) {
+  std::unique_ptr<TextTables> tables = TextTables::make(settings.tokenizer);
+  if (!tables) return nullptr;
+  storage::Transaction filling(tables->database());
+  tables->set_ranks(settings);
+  std::span<const SymbolDocument> symbols = documents.symbols;
+  if (!tables_only && !symbols.empty()) {
+    tables->add(symbols.front(), documents.vocabulary);
+    symbols = symbols.subspan(1);
+    std::vector<TermId> term_of_word;
+    auto dictionary = Dictionary::make(tables->tokenizer(), documents.vocabulary, term_of_word);
+    if (dictionary) {
+      const auto weights = [&](const std::string& rank) {
+        return weights_of(tables->database(), rank);
+      };
+      PostingLists of_symbols = PostingLists::of_symbols(
+          documents, term_of_word, dictionary->size(), weights(settings.weights.rank_function()));
+      require_unique(*tables, documents, of_symbols);
+      PostingLists of_files =
+          PostingLists::of_files(documents, term_of_word, dictionary->size(),
+                                 weights(settings.file_weights.rank_function()));
+      filling.commit();
+      return std::make_unique<PostingIndex>(std::move(tables), *std::move(dictionary),
+                                            std::move(of_symbols), std::move(of_files));
+    }
+  }
+  for (const SymbolDocument& symbol : symbols) tables->add(symbol, documents.vocabulary);
+  tables->add_files(documents);
+  filling.commit();
+  return std::make_unique<TableIndex>(std::move(tables));
+}
+
+}  // namespace velmora::workers::retrieval::internal
