@@ -1,14 +1,15 @@
-// What building a corpus costs, by part, against the bare fill: both full-text tables filled from
-// ready-made words. All take turns; reported are the medians of three runs (of one at a million).
+// What building a corpus costs, by part, against the bare fill: two full-text tables of the same
+// rows, filled from ready-made texts. All take turns; reported are the medians of three runs (of
+// one at a million).
 //
 // The parts are measured by themselves: reading the index's rows, cutting and numbering their
-// words, making the tables, and within that counting their tokens. What the whole takes beyond them
-// is the grouping by file and by name, and copying the texts that a corpus keeps.
+// words, and making the text index. What the whole takes beyond them is the grouping by file and by
+// name, and copying the texts that a corpus keeps.
 #include "benchmarks.h"
 #include "measure.h"
 #include "velmora/utils/language_filter.h"
 #include "word_tables.h"
-#include "workers/retrieval/text_tables.h"
+#include "workers/retrieval/text_index.h"
 
 namespace velmora::bench {
 namespace {
@@ -21,15 +22,11 @@ void read(storage::Repository& repository) {
   while (const storage::SymbolRow* row = rows->next()) benchmark::DoNotOptimize(row->id);
 }
 
-void count(const internal::TextTables& tables, const internal::CorpusText& text) {
-  const workers::retrieval::LexicalWeights symbols;
-  const workers::retrieval::FileWeights files;
-  internal::TableTokenizer tokenizer(tables.database(), std::string(internal::SYMBOL_TABLE));
-  benchmark::DoNotOptimize(internal::TextCounts::count(
-      tokenizer,
-      {{symbols.name, symbols.signature, symbols.path, symbols.docstring},
-       {files.names, files.path, files.docstrings}},
-      text));
+// The milliseconds that making a value takes, without letting go of it.
+template <class Make>
+double making(Make make) {
+  std::optional<decltype(make())> made;
+  return milliseconds([&] { made.emplace(make()); });
 }
 
 }  // namespace
@@ -37,37 +34,25 @@ void count(const internal::TextTables& tables, const internal::CorpusText& text)
 void corpus_build(benchmark::State& state, const SubjectName& name) {
   const Subject& on = subject(name);
   const CorpusWords words(*on.rows);
-  const internal::CorpusText text = words.text();
-  const std::vector<FileRow> files = joined_files(text);
+  const TableTexts texts(words.documents());
 
-  Sample whole, bare, reading, splitting, tables, counting;
+  Sample whole, bare, reading, splitting, indexing;
   for (auto _ : state) {
     for (int run = 0; run < (name.is_large() ? 1 : 3); ++run) {
-      {
-        std::optional<storage::Database> filled;
-        bare.add(milliseconds([&] { filled = filled_tables(text.symbols, files); }));
-      }
-      {
-        std::shared_ptr<const internal::Corpus> corpus;
-        whole.add(milliseconds([&] { corpus = build(*on.repository); }));
-      }
-      {
-        std::optional<CorpusWords> split;
-        reading.add(milliseconds([&] { read(*on.repository); }));
-        splitting.add(milliseconds([&] { split.emplace(*on.rows); }));
-      }
-      std::unique_ptr<internal::TextTables> made;
-      tables.add(milliseconds([&] { made = internal::text_tables({}, text); }));
-      counting.add(milliseconds([&] { count(*made, text); }));
+      bare.add(making([&] { return std::make_unique<FilledTables>(texts); }));
+      whole.add(making([&] { return build(*on.repository); }));
+      reading.add(milliseconds([&] { read(*on.repository); }));
+      splitting.add(making([&] { return std::make_unique<CorpusWords>(*on.rows); }));
+      indexing.add(making([&] { return internal::text_index({}, words.documents()); }));
     }
   }
   state.counters["build"] = whole.median();
   state.counters["bare_fill"] = bare.median();
   state.counters["read"] = reading.median();
   state.counters["split"] = splitting.median();
-  state.counters["count"] = counting.median();
-  state.counters["fill"] = tables.median() - counting.median();
-  state.counters["rest"] = whole.median() - reading.median() - splitting.median() - tables.median();
+  state.counters["index"] = indexing.median();
+  state.counters["rest"] =
+      whole.median() - reading.median() - splitting.median() - indexing.median();
 }
 
 }  // namespace velmora::bench

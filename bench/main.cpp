@@ -1,5 +1,6 @@
 // velmora_benchmarks [--sizes N,N,...] [--index FILE] [options of Google Benchmark]
 #include <benchmark/benchmark.h>
+#include <sqlite3.h>
 #include <xapian.h>
 
 #include <CLI/CLI.hpp>

@@ -11,14 +11,11 @@ namespace {
 using namespace workers::retrieval;
 using internal::Admission;
 using internal::Corpus;
-using internal::Matching;
 
-void walk(const Corpus& corpus, std::string_view table, std::span<const std::string> terms,
-          std::size_t rows) {
-  for (const std::int64_t row : Matching(*corpus.fts, corpus.fts_lock, table, terms)) {
-    benchmark::DoNotOptimize(row);
-    if (--rows == 0) break;
-  }
+void ask_index(const Corpus& corpus, internal::TextTable table, std::span<const std::string> terms,
+               int rows) {
+  benchmark::DoNotOptimize(corpus.text->best(table, terms, static_cast<std::size_t>(rows),
+                                             [](internal::RowId) { return true; }));
 }
 
 }  // namespace
@@ -38,10 +35,8 @@ void retrieve(benchmark::State& state, const SubjectName& name) {
     // Whoever comes first finds the caches full of others' data.
     if (whole_first) add_whole();
     queries.add(milliseconds([&] {
-      walk(corpus, internal::SYMBOL_TABLE, question.terms,
-           static_cast<std::size_t>(settings.depth));
-      walk(corpus, internal::FILE_TABLE, question.terms,
-           static_cast<std::size_t>(settings.best_files));
+      ask_index(corpus, internal::TextTable::symbols, question.terms, settings.depth);
+      ask_index(corpus, internal::TextTable::files, question.terms, settings.best_files);
     }));
     if (!whole_first) add_whole();
     whole_first = !whole_first;

@@ -8,22 +8,22 @@
 
 namespace velmora::bench {
 
-using workers::retrieval::internal::CorpusText;
-using workers::retrieval::internal::IndexText;
-using workers::retrieval::internal::SymbolText;
+using workers::retrieval::internal::Documents;
+using workers::retrieval::internal::SymbolDocument;
 using workers::retrieval::internal::WordId;
+using workers::retrieval::internal::Words;
 
-XapianSearch::XapianSearch(const CorpusText& text)
+XapianSearch::XapianSearch(const Documents& documents)
     : stem_("porter"), database_("", Xapian::DB_BACKEND_INMEMORY) {
   std::vector<std::string> stems;
-  for (WordId word = 0; word < text.vocabulary.size(); ++word) {
-    stems.push_back(stem_(std::string(text.vocabulary.word(word))));
+  for (WordId word = 0; word < documents.vocabulary.size(); ++word) {
+    stems.push_back(stem_(std::string(documents.vocabulary.word(word))));
   }
   const workers::retrieval::LexicalWeights weights;
-  for (const SymbolText& symbol : text.symbols) {
+  for (const SymbolDocument& symbol : documents.symbols) {
     Xapian::Document document;
-    const auto add = [&](const IndexText& field, double weight) {
-      for (const WordId word : field.words) {
+    const auto add = [&](Words field, double weight) {
+      for (const WordId word : field) {
         document.add_term(stems[word], static_cast<Xapian::termcount>(weight));
       }
     };

@@ -6,13 +6,13 @@
 #include <span>
 #include <string>
 
-#include "workers/retrieval/index_texts.h"
+#include "workers/retrieval/documents.h"
 
 namespace velmora::bench {
 
 class XapianSearch {
  public:
-  explicit XapianSearch(const workers::retrieval::internal::CorpusText& text);
+  explicit XapianSearch(const workers::retrieval::internal::Documents& documents);
 
   // Reads the FIRST_ROWS best symbols for any of the terms; returns how many there are.
   std::size_t ask(std::span<const std::string> terms);

@@ -91,7 +91,7 @@ std::vector<ScoredRow> best_rows(const PostingLists& lists, std::span<const Term
   };
   const auto window = std::make_unique<Window>();
   while (next != NONE) {
-    window->first = next - next % WINDOW;
+    window->first = static_cast<DocumentId>(next - next % WINDOW);
     next = NONE;
     for (Walk& walk : walks) {
       add_window(*window, walk, lists);

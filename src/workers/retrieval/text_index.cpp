@@ -79,6 +79,8 @@ class PostingIndex final : public TextIndex {
     return rows;
   }
 
+  std::size_t memory() const override { return symbols_.memory() + files_.memory(); }
+
  private:
   // The terms that some row holds. Only a word that none holds needs the tokenizer, since another
   // word of its stem may be there; and only for that the threads take turns.
