@@ -12,14 +12,9 @@
 namespace velmora::workers::retrieval::internal {
 namespace {
 
-std::size_t size_of(std::uint32_t number) {
-  return static_cast<std::size_t>(std::bit_width(number | 1) + 6) / 7;
-}
-
-std::uint8_t* write(std::uint8_t* at, std::uint32_t number) {
-  for (; number >= 0x80; number >>= 7) *at++ = static_cast<std::uint8_t>(number | 0x80);
-  *at++ = static_cast<std::uint8_t>(number);
-  return at;
+void append(std::vector<std::uint8_t>& bytes, std::uint32_t number) {
+  for (; number >= 0x80; number >>= 7) bytes.push_back(static_cast<std::uint8_t>(number | 0x80));
+  bytes.push_back(static_cast<std::uint8_t>(number));
 }
 
 // Sums frequencies as FTS5 sums them, one weight at a time: with weights that are no whole numbers
@@ -104,67 +99,67 @@ PostingLists PostingLists::of_files(const Documents& documents,
   return {std::move(rows), each_field, term_of_word, terms, weights};
 }
 
-// Goes over the documents twice: first for the sizes of the lists, then to write them.
 template <class EachField>
 PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
                            std::span<const TermId> term_of_word, std::size_t terms,
                            std::span<const double> weights)
-    : rows_(std::move(rows)), norms_(rows_.size()), starts_(terms + 1), holders_(terms) {
+    : rows_(std::move(rows)), norms_(rows_.size()), starts_(terms + 1) {
   struct Tally {  // of a term in the document at hand
     std::uint32_t document_after = 0;
     std::uint32_t frequency = FrequencySums::NOTHING;
   };
-  FrequencySums sums(weights);
-  std::vector<TermId> held;
-  const auto each_posting = [&](auto visit) {
-    std::vector<Tally> tallies(terms);
-    std::vector<DocumentId> last(terms);
-    for (DocumentId document = 0; document < rows_.size(); ++document) {
-      held.clear();
-      each_field(document, [&](std::size_t column, Words words) {
-        for (const WordId word : words) {
-          Tally& tally = tallies[term_of_word[word]];
-          if (tally.document_after != document + 1) {
-            tally = {document + 1, FrequencySums::NOTHING};
-            held.push_back(term_of_word[word]);
-          }
-          tally.frequency = sums.add(tally.frequency, column);
-        }
-      });
-      for (const TermId term : held) {
-        visit(term, document - last[term], tallies[term].frequency);
-        last[term] = document;
-      }
-    }
+  struct List {
+    std::vector<std::uint8_t> bytes;
+    DocumentId last = 0;
+    std::uint32_t documents = 0;
   };
-  each_posting([&](TermId term, std::uint32_t gap, std::uint32_t frequency) {
-    starts_[term + 1] += size_of(gap) + size_of(frequency);
-    ++holders_[term];
-  });
-  std::partial_sum(starts_.begin(), starts_.end(), starts_.begin());
-  bytes_.resize(starts_.back());
-  std::vector<std::uint8_t*> ends(terms);
-  for (TermId term = 0; term < terms; ++term) ends[term] = bytes_.data() + starts_[term];
-  each_posting([&](TermId term, std::uint32_t gap, std::uint32_t frequency) {
-    ends[term] = write(write(ends[term], gap), frequency);
-  });
-  frequencies_ = sums.frequencies();
-
+  FrequencySums sums(weights);
+  std::vector<Tally> tallies(terms);
+  std::vector<List> lists(terms);
+  std::vector<TermId> held;
   std::int64_t all_words = 0;
   for (DocumentId document = 0; document < rows_.size(); ++document) {
-    std::size_t words = 0;
-    each_field(document, [&](std::size_t, Words field) { words += field.size(); });
-    norms_[document] = static_cast<double>(words);
-    all_words += static_cast<std::int64_t>(words);
+    std::size_t length = 0;
+    held.clear();
+    each_field(document, [&](std::size_t column, Words words) {
+      length += words.size();
+      for (const WordId word : words) {
+        Tally& tally = tallies[term_of_word[word]];
+        if (tally.document_after != document + 1) {
+          tally = {document + 1, FrequencySums::NOTHING};
+          held.push_back(term_of_word[word]);
+        }
+        tally.frequency = sums.add(tally.frequency, column);
+      }
+    });
+    for (const TermId term : held) {
+      List& list = lists[term];
+      append(list.bytes, document - list.last);
+      append(list.bytes, tallies[term].frequency);
+      list.last = document;
+      ++list.documents;
+    }
+    norms_[document] = static_cast<double>(length);
+    all_words += static_cast<std::int64_t>(length);
   }
   const double average = static_cast<double>(all_words) / static_cast<double>(rows_.size());
   for (double& norm : norms_) norm = bm25_norm(norm, average);
+  frequencies_ = sums.frequencies();
+
+  std::size_t size = 0;
+  for (const List& list : lists) size += list.bytes.size();
+  bytes_.reserve(size + terms * 5);
+  for (TermId term = 0; term < terms; ++term) {
+    append(bytes_, lists[term].documents);
+    bytes_.insert(bytes_.end(), lists[term].bytes.begin(), lists[term].bytes.end());
+    starts_[term + 1] = bytes_.size();
+  }
+  bytes_.shrink_to_fit();
 }
 
 std::size_t PostingLists::memory() const {
   const auto bytes = [](const auto& values) { return values.capacity() * sizeof(values.front()); };
-  return bytes(rows_) + bytes(norms_) + bytes(frequencies_) + bytes(starts_) + bytes(holders_) +
-         bytes(bytes_);
+  return bytes(rows_) + bytes(norms_) + bytes(frequencies_) + bytes(starts_) + bytes(bytes_);
 }
 
 }  // namespace velmora::workers::retrieval::internal

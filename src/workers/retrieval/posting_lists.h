@@ -16,13 +16,13 @@ namespace velmora::workers::retrieval::internal {
 // A document's number within its table: 0, 1, ... by ascending row.
 using DocumentId = std::uint32_t;
 
-// The documents that hold a term. Read like a stream, it is two numbers a document, in the variable
-// length of PostingLists::read: how far the document lies from the one before it (from 0, for the
-// first), and its frequency, as a place in PostingLists::frequencies.
+// The documents that hold a term: for each two numbers, to be read by PostingLists::read. The first
+// is how far it lies from the one before it (from 0, for the first one), the second its frequency,
+// as a place in PostingLists::frequencies.
 struct PostingList {
+  std::uint32_t documents = 0;
   const std::uint8_t* begin = nullptr;
   const std::uint8_t* end = nullptr;
-  std::size_t documents = 0;
 };
 
 // The posting lists of a table. A term's frequency in a document is the sum of the weights of the
@@ -37,8 +37,9 @@ class PostingLists {
                                std::size_t terms, std::span<const double> weights);
 
   [[nodiscard]] PostingList operator[](TermId term) const {
-    const std::uint8_t* const bytes = bytes_.data();
-    return {bytes + starts_[term], bytes + starts_[term + 1], holders_[term]};
+    const std::uint8_t* begin = bytes_.data() + starts_[term];
+    const std::uint32_t documents = read(begin);
+    return {documents, begin, bytes_.data() + starts_[term + 1]};
   }
 
   // Reads a number of 7 bits a byte, the lowest first; the last byte is below 128.
@@ -70,9 +71,8 @@ class PostingLists {
   std::vector<RowId> rows_;
   std::vector<double> norms_;
   std::vector<double> frequencies_;
-  std::vector<std::size_t> starts_;     // by term: where its list begins; and the end
-  std::vector<std::uint32_t> holders_;  // by term: how many documents hold it
-  std::vector<std::uint8_t> bytes_;
+  std::vector<std::size_t> starts_;  // by term: where its list begins; and the end
+  std::vector<std::uint8_t> bytes_;  // of each list: how many documents it holds, and the documents
 };
 
 }  // namespace velmora::workers::retrieval::internal
