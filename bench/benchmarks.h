@@ -15,6 +15,7 @@ void retrieve(benchmark::State& state, const SubjectName& name);
 void corpus_build(benchmark::State& state, const SubjectName& name);
 void memory(benchmark::State& state, const SubjectName& name);
 void threads(benchmark::State& state, const SubjectName& name);
+void long_question(benchmark::State& state, const SubjectName& name);
 // Runs on vectors of its own.
 void nearest(benchmark::State& state, host::index::VectorKind kind);
 

@@ -1,4 +1,5 @@
-// velmora_benchmarks [--sizes N,N,...] [--index FILE] [options of Google Benchmark]
+// velmora_benchmarks [--sizes N,N,...] [--index FILE] [--program FILE --model FILE]
+//   [--other-program FILE --other-index FILE] [options of Google Benchmark]
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 #include <xapian.h>
@@ -11,12 +12,14 @@
 #include <vector>
 
 #include "benchmarks.h"
+#include "one_shot.h"
 
 namespace {
 
 using namespace velmora::bench;
 
 constexpr std::size_t THREADS_AT = 10'000;
+constexpr std::size_t LONG_QUESTION_AT = 100'000;
 
 template <class On>
 void add(const std::string& name, void (*run)(benchmark::State&, On), const std::string& suffix,
@@ -39,7 +42,13 @@ int main(int argc, char** argv) try {
       ->delimiter(',')
       ->check(CLI::PositiveNumber);
   app.add_option("--index", index, "An index file, for a real corpus")->check(CLI::ExistingFile);
+  OneShot one;
+  app.add_option("--program", one.ours.path, "The program velmora, to ask the index one question");
+  app.add_option("--model", one.model, "The file of the built-in model");
+  app.add_option("--other-program", one.other.path, "Another velmora, to compare it with");
+  app.add_option("--other-index", one.other.index, "The index that the other one made");
   CLI11_PARSE(app, argc, argv);
+  one.ours.index = index;
 
   std::vector<SubjectName> subjects;
   for (const std::size_t symbols : sizes) subjects.push_back({symbols});
@@ -51,7 +60,9 @@ int main(int argc, char** argv) try {
     add("corpus_build", corpus_build, corpus, on);
     add("memory", memory, corpus, on);
     if (on.symbols == THREADS_AT) add("threads", threads, corpus, on);
+    if (on.symbols == LONG_QUESTION_AT) add("long_question", long_question, corpus, on);
   }
+  if (!index.empty() && !one.model.empty()) add("one_shot", one_shot, "real", one);
   using velmora::host::index::VectorKind;
   add("nearest", nearest, "float32", VectorKind::float32);
   add("nearest", nearest, "float16", VectorKind::float16);

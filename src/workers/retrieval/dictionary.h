@@ -19,23 +19,34 @@ using TermId = std::uint32_t;
 // Immutable; any thread may read it.
 class Dictionary {
  public:
-  // Numbers the terms, running each word through the tokenizer once, and puts the term of each
-  // WordId into `term_of_word`. Nothing when some word is not exactly one token, when a space does
-  // not part two, or when there is no tokenizer to ask.
+  // Numbers the terms, running each word through the tokenizer once. Nothing when some word is not
+  // exactly one token, when a space does not part two, or when there is no tokenizer to ask.
   [[nodiscard]] static std::optional<Dictionary> make(TableTokenizer& tokenizer,
-                                                      const Vocabulary& vocabulary,
-                                                      std::vector<TermId>& term_of_word);
-
-  // The term of a word of the corpus, or the term that is this token; nothing when no row holds it.
-  [[nodiscard]] std::optional<TermId> find_word(const std::string& word) const;
-  [[nodiscard]] std::optional<TermId> find_token(const std::string& token) const;
+                                                      const Vocabulary& vocabulary);
 
   // How many terms there are.
   [[nodiscard]] std::size_t size() const { return tokens_.size(); }
 
+  // The term of a word of the vocabulary that is no stop word.
+  [[nodiscard]] TermId term(WordId word) const { return terms_[word]; }
+
+  // The term of a word, or the term that is this token; nothing when no row holds it.
+  [[nodiscard]] std::optional<TermId> find_word(const std::string& word) const {
+    return find(words_, word);
+  }
+  [[nodiscard]] std::optional<TermId> find_token(const std::string& token) const {
+    return find(tokens_, token);
+  }
+
  private:
   using Terms = std::unordered_map<std::string, TermId>;
 
+  [[nodiscard]] static std::optional<TermId> find(const Terms& terms, const std::string& text) {
+    const auto found = terms.find(text);
+    return found == terms.end() ? std::nullopt : std::optional(found->second);
+  }
+
+  std::vector<TermId> terms_;  // by WordId
   Terms words_;
   Terms tokens_;
 };

@@ -4,7 +4,6 @@
 #include <bit>
 #include <limits>
 #include <numeric>
-#include <stdexcept>
 #include <unordered_map>
 
 #include "workers/retrieval/bm25.h"
@@ -60,8 +59,7 @@ class FrequencySums {
 
 }  // namespace
 
-PostingLists PostingLists::of_symbols(const Documents& documents,
-                                      std::span<const TermId> term_of_word, std::size_t terms,
+PostingLists PostingLists::of_symbols(const Documents& documents, const Dictionary& dictionary,
                                       std::span<const double> weights) {
   const std::span<const SymbolDocument> symbols = documents.symbols;
   std::vector<std::uint32_t> order(symbols.size());
@@ -82,11 +80,10 @@ PostingLists PostingLists::of_symbols(const Documents& documents,
     visit(2, symbol.path);
     visit(3, symbol.docstring);
   };
-  return {std::move(rows), each_field, term_of_word, terms, weights};
+  return {std::move(rows), each_field, dictionary, weights};
 }
 
-PostingLists PostingLists::of_files(const Documents& documents,
-                                    std::span<const TermId> term_of_word, std::size_t terms,
+PostingLists PostingLists::of_files(const Documents& documents, const Dictionary& dictionary,
                                     std::span<const double> weights) {
   std::vector<RowId> rows(documents.files.size());
   std::iota(rows.begin(), rows.end(), RowId{1});
@@ -96,14 +93,13 @@ PostingLists PostingLists::of_files(const Documents& documents,
     visit(1, file.path);
     for (const std::uint32_t place : file.symbols) visit(2, documents.symbols[place].docstring);
   };
-  return {std::move(rows), each_field, term_of_word, terms, weights};
+  return {std::move(rows), each_field, dictionary, weights};
 }
 
 template <class EachField>
 PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
-                           std::span<const TermId> term_of_word, std::size_t terms,
-                           std::span<const double> weights)
-    : rows_(std::move(rows)), norms_(rows_.size()), starts_(terms + 1) {
+                           const Dictionary& dictionary, std::span<const double> weights)
+    : rows_(std::move(rows)), norms_(rows_.size()), starts_(dictionary.size() + 1) {
   struct Tally {  // of a term in the document at hand
     std::uint32_t document_after = 0;
     std::uint32_t frequency = FrequencySums::NOTHING;
@@ -114,8 +110,8 @@ PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
     std::uint32_t documents = 0;
   };
   FrequencySums sums(weights);
-  std::vector<Tally> tallies(terms);
-  std::vector<List> lists(terms);
+  std::vector<Tally> tallies(dictionary.size());
+  std::vector<List> lists(dictionary.size());
   std::vector<TermId> held;
   std::int64_t all_words = 0;
   for (DocumentId document = 0; document < rows_.size(); ++document) {
@@ -124,10 +120,11 @@ PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
     each_field(document, [&](std::size_t column, Words words) {
       length += words.size();
       for (const WordId word : words) {
-        Tally& tally = tallies[term_of_word[word]];
+        const TermId term = dictionary.term(word);
+        Tally& tally = tallies[term];
         if (tally.document_after != document + 1) {
           tally = {document + 1, FrequencySums::NOTHING};
-          held.push_back(term_of_word[word]);
+          held.push_back(term);
         }
         tally.frequency = sums.add(tally.frequency, column);
       }
@@ -146,20 +143,12 @@ PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
   for (double& norm : norms_) norm = bm25_norm(norm, average);
   frequencies_ = sums.frequencies();
 
-  std::size_t size = 0;
-  for (const List& list : lists) size += list.bytes.size();
-  bytes_.reserve(size + terms * 5);
-  for (TermId term = 0; term < terms; ++term) {
+  for (TermId term = 0; term < dictionary.size(); ++term) {
     append(bytes_, lists[term].documents);
     bytes_.insert(bytes_.end(), lists[term].bytes.begin(), lists[term].bytes.end());
     starts_[term + 1] = bytes_.size();
   }
   bytes_.shrink_to_fit();
-}
-
-std::size_t PostingLists::memory() const {
-  const auto bytes = [](const auto& values) { return values.capacity() * sizeof(values.front()); };
-  return bytes(rows_) + bytes(norms_) + bytes(frequencies_) + bytes(starts_) + bytes(bytes_);
 }
 
 }  // namespace velmora::workers::retrieval::internal

@@ -29,12 +29,11 @@ struct PostingList {
 // columns that it stands in, once for each time. Immutable; any thread may read it.
 class PostingLists {
  public:
-  // `term_of_word` maps a WordId to its term, of which there are `terms`; `weights` are those of
-  // the table's columns.
-  static PostingLists of_symbols(const Documents& documents, std::span<const TermId> term_of_word,
-                                 std::size_t terms, std::span<const double> weights);
-  static PostingLists of_files(const Documents& documents, std::span<const TermId> term_of_word,
-                               std::size_t terms, std::span<const double> weights);
+  // `weights` are those of the table's columns.
+  static PostingLists of_symbols(const Documents& documents, const Dictionary& dictionary,
+                                 std::span<const double> weights);
+  static PostingLists of_files(const Documents& documents, const Dictionary& dictionary,
+                               std::span<const double> weights);
 
   [[nodiscard]] PostingList operator[](TermId term) const {
     const std::uint8_t* begin = bytes_.data() + starts_[term];
@@ -60,13 +59,10 @@ class PostingLists {
   // The distinct frequencies.
   [[nodiscard]] std::span<const double> frequencies() const { return frequencies_; }
 
-  // The bytes held.
-  [[nodiscard]] std::size_t memory() const;
-
  private:
   template <class EachField>
-  PostingLists(std::vector<RowId> rows, EachField each_field, std::span<const TermId> term_of_word,
-               std::size_t terms, std::span<const double> weights);
+  PostingLists(std::vector<RowId> rows, EachField each_field, const Dictionary& dictionary,
+               std::span<const double> weights);
 
   std::vector<RowId> rows_;
   std::vector<double> norms_;

@@ -1,7 +1,6 @@
 #include "workers/retrieval/text_index.h"
 
 #include <algorithm>
-#include <array>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -14,28 +13,6 @@
 namespace velmora::workers::retrieval::internal {
 namespace {
 
-using storage::Statement;
-
-// Rows as a query lists them, best first; ends the query when it is destroyed.
-class Matches {
- public:
-  Matches(TextTables& tables, TextTable table, std::span<const std::string> terms)
-      : statement_(tables.match(table, terms)) {}
-  Matches(const Matches&) = delete;
-  Matches& operator=(const Matches&) = delete;
-  ~Matches() {
-    if (statement_ != nullptr) statement_->reset();
-  }
-
-  std::optional<RowId> next() {
-    if (statement_ == nullptr || !statement_->step()) return std::nullopt;
-    return statement_->column_int64(0);
-  }
-
- private:
-  Statement* statement_;
-};
-
 // The tables themselves, one query at a time.
 class TableIndex final : public TextIndex {
  public:
@@ -44,14 +21,7 @@ class TableIndex final : public TextIndex {
   std::vector<RowId> best(TextTable table, std::span<const std::string> terms, std::size_t count,
                           const Accept& accept) const override {
     const std::lock_guard guard(lock_);
-    Matches matches(*tables_, table, terms);
-    std::vector<RowId> rows;
-    while (rows.size() < count) {
-      const std::optional<RowId> row = matches.next();
-      if (!row) break;
-      if (accept(*row)) rows.push_back(*row);
-    }
-    return rows;
+    return tables_->best(table, terms, count, accept);
   }
 
  private:
@@ -79,8 +49,6 @@ class PostingIndex final : public TextIndex {
     return rows;
   }
 
-  std::size_t memory() const override { return symbols_.memory() + files_.memory(); }
-
  private:
   // The terms that some row holds. Only a word that none holds needs the tokenizer, since another
   // word of its stem may be there; and only for that the threads take turns.
@@ -100,7 +68,7 @@ class PostingIndex final : public TextIndex {
         }
       });
       // The tables refuse it, and say why.
-      if (phrase) Matches(*tables_, TextTable::symbols, terms).next();
+      if (phrase) (void)tables_->best(TextTable::symbols, terms, 1, nullptr);
     }
     std::vector<TermId> known;
     for (const std::optional<TermId>& term : found) {
@@ -137,18 +105,12 @@ std::unique_ptr<const TextIndex> text_index(const RetrievalSettings& settings,
   if (!tables_only && !symbols.empty()) {
     tables->add(symbols.front(), documents.vocabulary);
     symbols = symbols.subspan(1);
-    std::vector<TermId> term_of_word;
-    auto dictionary = Dictionary::make(tables->tokenizer(), documents.vocabulary, term_of_word);
-    if (dictionary) {
-      const auto weights = [&](const std::string& rank) {
-        return weights_of(tables->database(), rank);
-      };
+    if (auto dictionary = Dictionary::make(tables->tokenizer(), documents.vocabulary)) {
       PostingLists of_symbols = PostingLists::of_symbols(
-          documents, term_of_word, dictionary->size(), weights(settings.weights.rank_function()));
+          documents, *dictionary, tables->weights_of(settings.weights.rank_function()));
       require_unique(*tables, documents, of_symbols);
-      PostingLists of_files =
-          PostingLists::of_files(documents, term_of_word, dictionary->size(),
-                                 weights(settings.file_weights.rank_function()));
+      PostingLists of_files = PostingLists::of_files(
+          documents, *dictionary, tables->weights_of(settings.file_weights.rank_function()));
       filling.commit();
       return std::make_unique<PostingIndex>(std::move(tables), *std::move(dictionary),
                                             std::move(of_symbols), std::move(of_files));

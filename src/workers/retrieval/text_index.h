@@ -38,9 +38,6 @@ class TextIndex {
   // cannot answer.
   [[nodiscard]] virtual std::vector<RowId> best(TextTable table, std::span<const std::string> terms,
                                                 std::size_t count, const Accept& accept) const = 0;
-
-  // The bytes of the posting lists, if there are any.
-  [[nodiscard]] virtual std::size_t memory() const { return 0; }
 };
 
 // The index of the documents, by the tables if `tables_only`; null, with a warning in the log, when

@@ -1,6 +1,7 @@
 #include "workers/retrieval/text_tables.h"
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <utility>
 
@@ -28,12 +29,6 @@ bool is_operational(const DatabaseError& error) {
     default:
       return true;
   }
-}
-
-Statement prepare_match(const Database& database, const std::string& table) {
-  return database.prepare(
-      "SELECT rowid FROM " + table + " WHERE " + table + " MATCH ? ORDER BY rank",
-      SQLITE_PREPARE_PERSISTENT);
 }
 
 void set_rank(const Database& database, const std::string& table, const std::string& expression) {
@@ -78,8 +73,6 @@ std::unique_ptr<TextTables> TextTables::make(const std::string& tokenizer) {
 TextTables::TextTables(Database database)
     : database_(std::move(database)), tokenizer_(database_, "lexical") {
   database_.execute("PRAGMA temp_store = MEMORY");
-  match_symbols_ = prepare_match(database_, "lexical");
-  match_files_ = prepare_match(database_, "files");
   insert_symbol_ = database_.prepare(
       "INSERT INTO lexical (rowid, name, signature, path, docstring) VALUES (?, ?, ?, ?, ?)");
 }
@@ -90,16 +83,13 @@ void TextTables::set_ranks(const RetrievalSettings& settings) {
 }
 
 void TextTables::add(const SymbolDocument& symbol, const Vocabulary& vocabulary) {
-  const std::string name = text_of(symbol.name, vocabulary);
-  const std::string signature = text_of(symbol.signature, vocabulary);
-  const std::string path = text_of(symbol.path, vocabulary);
-  const std::string docstring = text_of(symbol.docstring, vocabulary);
-  insert_symbol_.bind(1, symbol.id)
-      .bind(2, name)
-      .bind(3, signature)
-      .bind(4, path)
-      .bind(5, docstring)
-      .run();
+  insert_symbol_.bind(1, symbol.id);
+  const std::array texts = {text_of(symbol.name, vocabulary), text_of(symbol.signature, vocabulary),
+                            text_of(symbol.path, vocabulary),
+                            text_of(symbol.docstring, vocabulary)};
+  int parameter = 1;
+  for (const std::string& text : texts) insert_symbol_.bind(++parameter, text);
+  insert_symbol_.run();
 }
 
 void TextTables::add_files(const Documents& documents) {
@@ -122,14 +112,15 @@ void TextTables::add_files(const Documents& documents) {
   }
 }
 
-// A term without tokens (none has with the default tokenizer) matches nothing and changes no score,
-// but SQLite before 3.48 dereferences null when one stands beside a term that matches, so it is
-// left out. A table without rows has no tokenizer to ask, and no term matches there.
-Statement* TextTables::match(TextTable table, std::span<const std::string> terms) {
-  expression_.clear();
+// The expression that matches any of the terms; empty when none has a token. A term without tokens
+// (none has with the default tokenizer) matches nothing and changes no score, but SQLite
+// before 3.48 dereferences null when one stands beside a term that matches, so it is left out. A
+// table without rows has no tokenizer to ask, and no term matches there.
+std::string TextTables::any_of(std::span<const std::string> terms) {
+  std::string expression;
   const auto add = [&](const std::string& term) {
-    if (!expression_.empty()) expression_ += " OR ";
-    expression_.append("\"").append(term).append("\"");
+    if (!expression.empty()) expression += " OR ";
+    expression.append("\"").append(term).append("\"");
   };
   const bool ran = tokenizer_.run([&](const TableTokenizer::Tokenize& tokenize) {
     for (const std::string& term : terms) {
@@ -137,22 +128,33 @@ Statement* TextTables::match(TextTable table, std::span<const std::string> terms
     }
   });
   if (!ran) std::for_each(terms.begin(), terms.end(), add);
-  if (expression_.empty()) return nullptr;
-  Statement& match = table == TextTable::symbols ? match_symbols_ : match_files_;
-  match.bind(1, expression_);
-  return &match;
+  return expression;
 }
 
-std::vector<double> weights_of(const Database& database, const std::string& rank_expression) {
+std::vector<RowId> TextTables::best(TextTable table, std::span<const std::string> terms,
+                                    std::size_t count, const TextIndex::Accept& accept) {
+  const std::string expression = any_of(terms);
+  std::vector<RowId> rows;
+  if (expression.empty()) return rows;
+  Statement match = database_.prepare(
+      table == TextTable::symbols ? "SELECT rowid FROM lexical WHERE lexical MATCH ? ORDER BY rank"
+                                  : "SELECT rowid FROM files WHERE files MATCH ? ORDER BY rank");
+  match.bind(1, expression);
+  while (rows.size() < count && match.step()) {
+    if (accept(match.column_int64(0))) rows.push_back(match.column_int64(0));
+  }
+  return rows;
+}
+
+std::vector<double> TextTables::weights_of(const std::string& rank_expression) const {
   const std::size_t open = rank_expression.find('(') + 1;
-  Statement statement =
-      database.prepare("SELECT " + rank_expression.substr(open, rank_expression.size() - open - 1));
+  Statement statement = database_.prepare(
+      "SELECT " + rank_expression.substr(open, rank_expression.size() - open - 1));
   statement.step();
-  std::vector<double> weights(
-      static_cast<std::size_t>(std::count(rank_expression.begin(), rank_expression.end(), ',')) +
-      1);
-  for (std::size_t column = 0; column < weights.size(); ++column) {
-    weights[column] = statement.column_double(static_cast<int>(column));
+  const auto commas = std::count(rank_expression.begin(), rank_expression.end(), ',');
+  std::vector<double> weights;
+  for (int column = 0; column <= commas; ++column) {
+    weights.push_back(statement.column_double(column));
   }
   return weights;
 }

@@ -25,10 +25,13 @@ class TextTables {
   void add(const SymbolDocument& symbol, const Vocabulary& vocabulary);
   void add_files(const Documents& documents);
 
-  // The statement that lists the rows of the table that match any of the terms, best first, ready
-  // to step; null when no term has a token, and so no row matches. Throws for a term of several
-  // tokens.
-  [[nodiscard]] storage::Statement* match(TextTable table, std::span<const std::string> terms);
+  // What TextIndex::best promises.
+  [[nodiscard]] std::vector<RowId> best(TextTable table, std::span<const std::string> terms,
+                                        std::size_t count, const TextIndex::Accept& accept);
+
+  // The weights of a rank expression as SQLite reads them, which may differ in the last bit from
+  // what was written.
+  [[nodiscard]] std::vector<double> weights_of(const std::string& rank_expression) const;
 
   [[nodiscard]] storage::Database& database() { return database_; }
   // Runs while the symbol table has a row.
@@ -36,18 +39,11 @@ class TextTables {
 
  private:
   explicit TextTables(storage::Database database);
+  [[nodiscard]] std::string any_of(std::span<const std::string> terms);
 
   storage::Database database_;
   TableTokenizer tokenizer_;
-  storage::Statement match_symbols_;
-  storage::Statement match_files_;
   storage::Statement insert_symbol_;
-  std::string expression_;
 };
-
-// The weights of a rank expression as SQLite reads them, which may differ in the last bit from what
-// was written.
-[[nodiscard]] std::vector<double> weights_of(const storage::Database& database,
-                                             const std::string& rank_expression);
 
 }  // namespace velmora::workers::retrieval::internal

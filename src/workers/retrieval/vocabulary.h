@@ -44,30 +44,16 @@ class Vocabulary {
   [[nodiscard]] std::string_view word(WordId id) const { return words_.text(id); }
 
  private:
-  // A word of up to 16 bytes in lower case, as two numbers that may share bytes.
-  struct ShortWord {
+  // A word of up to 16 bytes that was seen lately: its first and its last bytes, which may overlap.
+  struct Recent {
     std::uint64_t head = 0;
     std::uint64_t tail = 0;
     std::size_t size = 0;
-
-    bool operator==(const ShortWord&) const = default;
-  };
-  struct Recent {
-    ShortWord word;
     WordId id = 0;
   };
 
   WordId add(std::string_view word) {
     return words_.add(word, [this](std::string_view text) { return texts_.store(text); });
-  }
-
-  // The number of a word of the scanner, in any case. Most words were here lately.
-  WordId number_of(std::string_view word) {
-    if (word.size() > 16) return add_lowercase(word);
-    const ShortWord key = short_word(word);
-    Recent& recent = recent_[((key.head ^ std::rotl(key.tail, 29)) * 0x9E3779B97F4A7C15u) >> 49];
-    if (recent.word != key) recent = {key, add_lowercase(word)};
-    return recent.id;
   }
 
   WordId add_lowercase(std::string_view word) {
@@ -76,16 +62,30 @@ class Vocabulary {
     return add(lower_);
   }
 
-  static ShortWord short_word(std::string_view word) {
-    const auto bytes = [&](std::size_t count, std::size_t from) {
-      std::uint64_t number = 0;
-      std::memcpy(&number, word.data() + from, count);
-      return number | 0x2020202020202020u;  // lower case; leaves digits as they are
+  // The number of a word of the scanner, in any case. Most words were seen lately, and take a look
+  // into a small table.
+  WordId number_of(std::string_view word) {
+    if (word.size() > 2 * sizeof(std::uint64_t)) return add_lowercase(word);
+    if (word.size() >= sizeof(std::uint64_t)) return number_of_short<std::uint64_t>(word);
+    if (word.size() >= sizeof(std::uint32_t)) return number_of_short<std::uint32_t>(word);
+    if (word.size() >= sizeof(std::uint16_t)) return number_of_short<std::uint16_t>(word);
+    return number_of_short<std::uint8_t>(word);
+  }
+
+  template <class Bytes>
+  WordId number_of_short(std::string_view word) {
+    const auto lower = [](const char* at) {
+      Bytes bytes;
+      std::memcpy(&bytes, at, sizeof bytes);
+      return bytes | 0x2020202020202020u;  // leaves digits as they are
     };
-    const std::size_t size = word.size();
-    if (size >= 8) return {bytes(8, 0), bytes(8, size - 8), size};
-    if (size >= 4) return {bytes(4, 0), bytes(4, size - 4), size};
-    return {bytes(1, 0), size < 2 ? 0 : bytes(2, size - 2), size};
+    const std::uint64_t head = lower(word.data());
+    const std::uint64_t tail = lower(word.data() + word.size() - sizeof(Bytes));
+    Recent& seen = recent_[((head ^ std::rotl(tail, 29)) * 0x9E3779B97F4A7C15u) >> 49];  // 15 bits
+    if (seen.head != head || seen.tail != tail || seen.size != word.size()) {
+      seen = {head, tail, word.size(), add_lowercase(word)};
+    }
+    return seen.id;
   }
 
   utils::Interner words_;

@@ -194,15 +194,12 @@ class BothWays {
     tables_->set_ranks(settings);
     for (const SymbolDocument& symbol : all.symbols) tables_->add(symbol, all.vocabulary);
     tables_->add_files(all);
-    std::vector<TermId> terms;
-    dictionary_ = Dictionary::make(tables_->tokenizer(), all.vocabulary, terms);
+    dictionary_ = Dictionary::make(tables_->tokenizer(), all.vocabulary);
     if (!dictionary_) return;
-    lists_[0] =
-        PostingLists::of_symbols(all, terms, dictionary_->size(),
-                                 weights_of(tables_->database(), settings.weights.rank_function()));
-    lists_[1] = PostingLists::of_files(
-        all, terms, dictionary_->size(),
-        weights_of(tables_->database(), settings.file_weights.rank_function()));
+    lists_[0] = PostingLists::of_symbols(all, *dictionary_,
+                                         tables_->weights_of(settings.weights.rank_function()));
+    lists_[1] = PostingLists::of_files(all, *dictionary_,
+                                       tables_->weights_of(settings.file_weights.rank_function()));
   }
 
   // Whether posting lists stand for the tables.
