@@ -22,14 +22,15 @@ constexpr std::size_t CACHE_LINE = 64;
 
 double number(float value) { return value; }
 double number(Half value) { return to_float(value); }
-double number(std::int8_t value) { return value; }
-double number(std::int16_t value) { return value; }
+// Sums of whole numbers are exact in any order, and so several are added at a time.
+std::int64_t number(std::int8_t value) { return value; }
+std::int64_t number(std::int16_t value) { return value; }
 
 template <class Number>
 double norm(const Number* numbers, std::size_t length) {
-  double sum = 0.0;
+  decltype(number(*numbers)) sum = 0;
   for (std::size_t i = 0; i < length; ++i) sum += number(numbers[i]) * number(numbers[i]);
-  return std::sqrt(sum);
+  return std::sqrt(static_cast<double>(sum));
 }
 
 double norm(VectorKind kind, const std::byte* row, std::size_t length) {
