@@ -64,6 +64,7 @@ bool before(const ScoredRow& left, const ScoredRow& right) {
 std::vector<ScoredRow> best_rows(const PostingLists& lists, std::span<const TermId> terms,
                                  std::size_t count, const TextIndex::Accept& accept) {
   std::vector<Walk> walks;
+  walks.reserve(terms.size());
   DocumentId next = NONE;
   for (const TermId term : terms) {
     const PostingList list = lists[term];

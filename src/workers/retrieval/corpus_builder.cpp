@@ -88,12 +88,9 @@ class CorpusBuilder {
     }
     corpus_->name_symbols = ids_at(places);
     corpus_->names.reserve(names_.size());
-    for (std::uint32_t name = 0; name < names_.size(); ++name) {
+    for (const auto& [first_bytes, name] : names_in_order()) {
       corpus_->names.push_back({names_.text(name), group(corpus_->name_symbols, starts, name)});
     }
-    std::sort(
-        corpus_->names.begin(), corpus_->names.end(),
-        [](const CorpusName& left, const CorpusName& right) { return left.name < right.name; });
   }
 
   void index_text(const RetrievalSettings& settings, bool tables_only) {
@@ -180,6 +177,25 @@ class CorpusBuilder {
     words_.clear();
     vocabulary_.append_words(text, words_);
     return kept_words_.store(words_);
+  }
+
+  // The names ascending, each by its number, beside its first bytes: by these, compared as one
+  // number, most differ.
+  [[nodiscard]] std::vector<std::pair<std::uint64_t, std::uint32_t>> names_in_order() const {
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> names(names_.size());
+    for (std::uint32_t name = 0; name < names.size(); ++name) {
+      const std::string_view text = names_.text(name);
+      names[name].second = name;
+      for (std::size_t i = 0; i < sizeof names[name].first; ++i) {
+        names[name].first <<= 8;
+        if (i < text.size()) names[name].first |= static_cast<unsigned char>(text[i]);
+      }
+    }
+    std::sort(names.begin(), names.end(), [&](const auto& left, const auto& right) {
+      if (left.first != right.first) return left.first < right.first;
+      return names_.text(left.second) < names_.text(right.second);
+    });
+    return names;
   }
 
   // Each file's place in the ascending order of paths.

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -19,6 +20,8 @@ using TermId = std::uint32_t;
 // Immutable; any thread may read it.
 class Dictionary {
  public:
+  static constexpr TermId UNKNOWN = std::numeric_limits<TermId>::max();
+
   // Numbers the terms, running each word through the tokenizer once. Nothing when some word is not
   // exactly one token, when a space does not part two, or when there is no tokenizer to ask.
   [[nodiscard]] static std::optional<Dictionary> make(TableTokenizer& tokenizer,
@@ -30,20 +33,16 @@ class Dictionary {
   // The term of a word of the vocabulary that is no stop word.
   [[nodiscard]] TermId term(WordId word) const { return terms_[word]; }
 
-  // The term of a word, or the term that is this token; nothing when no row holds it.
-  [[nodiscard]] std::optional<TermId> find_word(const std::string& word) const {
-    return find(words_, word);
-  }
-  [[nodiscard]] std::optional<TermId> find_token(const std::string& token) const {
-    return find(tokens_, token);
-  }
+  // The term of a word, or the term that is this token; UNKNOWN when no row holds it.
+  [[nodiscard]] TermId find_word(const std::string& word) const { return find(words_, word); }
+  [[nodiscard]] TermId find_token(const std::string& token) const { return find(tokens_, token); }
 
  private:
   using Terms = std::unordered_map<std::string, TermId>;
 
-  [[nodiscard]] static std::optional<TermId> find(const Terms& terms, const std::string& text) {
+  [[nodiscard]] static TermId find(const Terms& terms, const std::string& text) {
     const auto found = terms.find(text);
-    return found == terms.end() ? std::nullopt : std::optional(found->second);
+    return found == terms.end() ? UNKNOWN : found->second;
   }
 
   std::vector<TermId> terms_;  // by WordId

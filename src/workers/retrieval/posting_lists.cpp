@@ -23,8 +23,6 @@ class FrequencySums {
  public:
   explicit FrequencySums(std::span<const double> weights) : weights_(weights) { number_of(0.0); }
 
-  static constexpr std::uint32_t NOTHING = 0;  // the number of the frequency 0
-
   // The number of the frequency `number` plus the column's weight.
   std::uint32_t add(std::uint32_t number, std::size_t column) {
     const std::size_t place = number * weights_.size() + column;
@@ -35,7 +33,6 @@ class FrequencySums {
     return next_[place];
   }
 
-  // By number.
   [[nodiscard]] const std::vector<double>& frequencies() const { return frequencies_; }
 
  private:
@@ -100,9 +97,9 @@ template <class EachField>
 PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
                            const Dictionary& dictionary, std::span<const double> weights)
     : rows_(std::move(rows)), norms_(rows_.size()), starts_(dictionary.size() + 1) {
-  struct Tally {  // of a term in the document at hand
+  struct Tally {  // of a term in the document at hand; the frequency by number, 0 that of 0.0
     std::uint32_t document_after = 0;
-    std::uint32_t frequency = FrequencySums::NOTHING;
+    std::uint32_t frequency = 0;
   };
   struct List {
     std::vector<std::uint8_t> bytes;
@@ -123,7 +120,7 @@ PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
         const TermId term = dictionary.term(word);
         Tally& tally = tallies[term];
         if (tally.document_after != document + 1) {
-          tally = {document + 1, FrequencySums::NOTHING};
+          tally = {document + 1, 0};
           held.push_back(term);
         }
         tally.frequency = sums.add(tally.frequency, column);

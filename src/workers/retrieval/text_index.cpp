@@ -43,38 +43,33 @@ class PostingIndex final : public TextIndex {
                           const Accept& accept) const override {
     const PostingLists& lists = table == TextTable::symbols ? symbols_ : files_;
     std::vector<RowId> rows;
-    for (const ScoredRow& row : best_rows(lists, known(terms), count, accept)) {
+    for (const ScoredRow& row : best_rows(lists, terms_of(terms), count, accept)) {
       rows.push_back(row.row);
     }
     return rows;
   }
 
  private:
-  // The terms that some row holds. Only a word that none holds needs the tokenizer, since another
-  // word of its stem may be there; and only for that the threads take turns.
-  [[nodiscard]] std::vector<TermId> known(std::span<const std::string> terms) const {
-    std::vector<std::optional<TermId>> found(terms.size());
-    std::transform(terms.begin(), terms.end(), found.begin(),
-                   [&](const std::string& term) { return dictionary_.find_word(term); });
-    if (std::find(found.begin(), found.end(), std::nullopt) != found.end()) {
-      const std::lock_guard guard(lock_);
-      bool phrase = false;
-      tables_->tokenizer().run([&](const TableTokenizer::Tokenize& tokenize) {
-        for (std::size_t i = 0; i < terms.size(); ++i) {
-          if (found[i]) continue;
-          const Tokens tokens = tokenize(terms[i]);
-          if (tokens.count == 1) found[i] = dictionary_.find_token(tokens.first);
-          phrase |= tokens.count > 1;
-        }
-      });
-      // The tables refuse it, and say why.
-      if (phrase) (void)tables_->best(TextTable::symbols, terms, 1, nullptr);
-    }
-    std::vector<TermId> known;
-    for (const std::optional<TermId>& term : found) {
-      if (term) known.push_back(*term);
-    }
-    return known;
+  // Only a word that no row holds needs the tokenizer, since another word of its stem may be there;
+  // and only for that the threads take turns.
+  [[nodiscard]] std::vector<TermId> terms_of(std::span<const std::string> words) const {
+    std::vector<TermId> terms(words.size());
+    std::transform(words.begin(), words.end(), terms.begin(),
+                   [&](const std::string& word) { return dictionary_.find_word(word); });
+    if (std::find(terms.begin(), terms.end(), Dictionary::UNKNOWN) == terms.end()) return terms;
+    const std::lock_guard guard(lock_);
+    bool phrase = false;
+    tables_->tokenizer().run([&](const TableTokenizer::Tokenize& tokenize) {
+      for (std::size_t i = 0; i < words.size(); ++i) {
+        if (terms[i] != Dictionary::UNKNOWN) continue;
+        const Tokens tokens = tokenize(words[i]);
+        if (tokens.count == 1) terms[i] = dictionary_.find_token(tokens.first);
+        phrase |= tokens.count > 1;
+      }
+    });
+    // The tables refuse it, and say why.
+    if (phrase) (void)tables_->best(TextTable::symbols, words, 1, [](RowId) { return true; });
+    return terms;
   }
 
   const std::unique_ptr<TextTables> tables_;

@@ -31,12 +31,6 @@ bool is_operational(const DatabaseError& error) {
   }
 }
 
-void set_rank(const Database& database, const std::string& table, const std::string& expression) {
-  database.prepare("INSERT INTO " + table + " (" + table + ", rank) VALUES ('rank', ?)")
-      .bind(1, expression)
-      .run();
-}
-
 std::string text_of(Words words, const Vocabulary& vocabulary) {
   std::string text;
   for (const WordId word : words) {
@@ -78,8 +72,12 @@ TextTables::TextTables(Database database)
 }
 
 void TextTables::set_ranks(const RetrievalSettings& settings) {
-  set_rank(database_, "lexical", settings.weights.rank_function());
-  set_rank(database_, "files", settings.file_weights.rank_function());
+  const std::string symbols = settings.weights.rank_function();
+  const std::string files = settings.file_weights.rank_function();
+  database_.prepare("INSERT INTO lexical (lexical, rank) VALUES ('rank', ?)")
+      .bind(1, symbols)
+      .run();
+  database_.prepare("INSERT INTO files (files, rank) VALUES ('rank', ?)").bind(1, files).run();
 }
 
 void TextTables::add(const SymbolDocument& symbol, const Vocabulary& vocabulary) {

@@ -44,7 +44,7 @@ class Vocabulary {
   [[nodiscard]] std::string_view word(WordId id) const { return words_.text(id); }
 
  private:
-  // A word of up to 16 bytes that was seen lately: its first and its last bytes, which may overlap.
+  // A word of 2 to 16 bytes that was seen lately: its first and its last bytes, which may overlap.
   struct Recent {
     std::uint64_t head = 0;
     std::uint64_t tail = 0;
@@ -62,14 +62,12 @@ class Vocabulary {
     return add(lower_);
   }
 
-  // The number of a word of the scanner, in any case. Most words were seen lately, and take a look
-  // into a small table.
+  // The number of a word of the scanner, in any case; most were seen lately.
   WordId number_of(std::string_view word) {
-    if (word.size() > 2 * sizeof(std::uint64_t)) return add_lowercase(word);
-    if (word.size() >= sizeof(std::uint64_t)) return number_of_short<std::uint64_t>(word);
-    if (word.size() >= sizeof(std::uint32_t)) return number_of_short<std::uint32_t>(word);
-    if (word.size() >= sizeof(std::uint16_t)) return number_of_short<std::uint16_t>(word);
-    return number_of_short<std::uint8_t>(word);
+    if (word.size() < 2 || word.size() > 16) return add_lowercase(word);
+    if (word.size() < 4) return number_of_short<std::uint16_t>(word);
+    if (word.size() < 8) return number_of_short<std::uint32_t>(word);
+    return number_of_short<std::uint64_t>(word);
   }
 
   template <class Bytes>

@@ -33,8 +33,12 @@ std::vector<std::string> split_identifier(std::string_view text) {
 std::vector<std::string> query_terms(std::string_view text) {
   std::vector<std::string> terms;
   std::unordered_set<std::string> seen;
-  for (std::string& word : split_identifier(text)) {
-    if (!STOP_WORDS.contains(word) && seen.insert(word).second) terms.push_back(std::move(word));
+  std::string term;
+  WordScanner scanner(text);
+  for (std::string_view word = scanner.next(); !word.empty(); word = scanner.next()) {
+    term.clear();
+    internal::append_lowercase(term, word);
+    if (!STOP_WORDS.contains(term) && seen.insert(term).second) terms.push_back(term);
   }
   return terms;
 }

@@ -225,9 +225,7 @@ class BothWays {
     std::vector<TermId> known;
     (void)tables_->tokenizer().run([&](const TableTokenizer::Tokenize& tokenize) {
       for (const std::string& term : terms) {
-        if (const auto found = dictionary_->find_token(tokenize(term).first)) {
-          known.push_back(*found);
-        }
+        known.push_back(dictionary_->find_token(tokenize(term).first));
       }
     });
     Scores scores;
