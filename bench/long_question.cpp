@@ -2,8 +2,9 @@
 // that it does not, beside cutting each into its terms; and how much more memory the first takes.
 #include <malloc.h>
 
-#include <fstream>
-#include <stdexcept>
+#include <algorithm>
+#include <cstdlib>
+#include <new>
 #include <string>
 
 #include "benchmarks.h"
@@ -21,14 +22,12 @@ constexpr std::size_t KNOWN_WORDS = 10'000;
 constexpr std::size_t UNKNOWN_WORDS = 100'000;
 constexpr int RUNS = 5;
 
-// A line of the process's status, in bytes.
-double status_bytes(const std::string& name) {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with(name + ":")) return std::stod(line.substr(name.size() + 1)) * 1024;
-  }
-  throw std::runtime_error("the process's status has no " + name);
-}
+// What a thread holds on the heap by `new`, in bytes, and the most that it held.
+struct Heap {
+  std::int64_t live = 0;
+  std::int64_t most = 0;
+};
+thread_local Heap heap;
 
 // Words of letters alone, that no generated corpus holds.
 std::string unknown_words() {
@@ -44,6 +43,23 @@ std::string unknown_words() {
 }
 
 }  // namespace
+}  // namespace velmora::bench
+
+void* operator new(std::size_t size) {
+  void* const memory = std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  velmora::bench::Heap& heap = velmora::bench::heap;
+  heap.live += static_cast<std::int64_t>(::malloc_usable_size(memory));
+  heap.most = std::max(heap.most, heap.live);
+  return memory;
+}
+void operator delete(void* memory) noexcept {
+  velmora::bench::heap.live -= static_cast<std::int64_t>(::malloc_usable_size(memory));
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept { operator delete(memory); }
+
+namespace velmora::bench {
 
 void long_question(benchmark::State& state, const SubjectName& name) {
   const Subject& on = subject(name);
@@ -58,11 +74,10 @@ void long_question(benchmark::State& state, const SubjectName& name) {
   workers::retrieval::HybridRetriever retriever(on.repository);
   benchmark::DoNotOptimize(retriever.retrieve("warm up"));
 
-  ::malloc_trim(0);
-  std::ofstream("/proc/self/clear_refs") << "5";  // the peak begins anew
-  const double before = status_bytes("VmRSS");
+  const std::int64_t before = heap.live;
+  heap.most = before;
   benchmark::DoNotOptimize(retriever.retrieve(known));
-  state.counters["known_bytes"] = status_bytes("VmHWM") - before;
+  state.counters["known_bytes"] = static_cast<double>(heap.most - before);
 
   Sample known_took, known_split, unknown_took, unknown_split;
   using workers::retrieval::query_terms;

@@ -66,6 +66,7 @@ std::vector<std::string> query_names(std::string_view query) {
   const std::vector<std::string_view> found = names_in(query);
   if (found.size() == 1) return {std::string(found.front())};
   std::vector<std::string> names;
+  names.reserve(found.size());
   std::unordered_set<std::string_view> seen;
   for (const std::string_view name : found) {
     if (!STOP_WORDS.contains(utils::lowercase(name)) && seen.insert(name).second) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <mutex>
-#include <optional>
 #include <utility>
 
 #include "workers/retrieval/bm25.h"
