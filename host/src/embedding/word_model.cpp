@@ -215,6 +215,7 @@ void write_word_model(const fs::path& file, const WordModelData& data, RowKind k
   fs::path partial = file;
   partial += ".partial";
   try {
+    fs::remove(partial);  // a link that came with a repository would be written through
     std::ofstream out(partial, std::ios::binary | std::ios::trunc);
     out.exceptions(std::ios::failbit | std::ios::badbit);
     out.write(letters.data(), static_cast<std::streamsize>(letters.size()));

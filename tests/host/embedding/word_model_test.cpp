@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <numeric>
 #include <string>
 #include <string_view>
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "embedding/word_bag.h"
+#include "support/files.h"
 
 namespace velmora::host::embedding {
 namespace {
@@ -33,12 +33,10 @@ class WordModelTest : public ::testing::Test {
   }
   ~WordModelTest() override { fs::remove_all(folder_); }
 
+  [[nodiscard]] const fs::path& folder() const { return folder_; }
   [[nodiscard]] fs::path file() const { return folder_ / "words.model"; }
 
-  [[nodiscard]] std::string read() const {
-    std::ifstream in(file(), std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
+  [[nodiscard]] std::string read() const { return test::content_of(file()); }
 
   void write(const std::string& bytes) const {
     std::ofstream(file(), std::ios::binary | std::ios::trunc) << bytes;
@@ -179,6 +177,17 @@ TEST_F(WordModelTest, RefusesEveryDamageAndSaysWhichFile) {
   other[8] = 7;  // the version
   EXPECT_EQ(fault_of(other), start + "has format version 7, and this program reads version 3");
   EXPECT_EQ(fault_of("PK" + whole.substr(2)), start + "is no model");
+}
+
+// A repository may bring links along where its tuned model is written.
+TEST_F(WordModelTest, IsNotWrittenThroughLinks) {
+  const fs::path victim = folder() / "victim";
+  std::ofstream(victim) << "kept";
+  for (const char* end : {"", ".partial"}) fs::create_symlink(victim, file().string() + end);
+  write_word_model(file(), some_model());
+  EXPECT_FALSE(fs::is_symlink(file()));
+  EXPECT_EQ(WordModel::open(file())->data().words, some_model().words);
+  EXPECT_EQ(test::content_of(victim), "kept");
 }
 
 TEST_F(WordModelTest, RefusesToWriteWhatNoModelIs) {

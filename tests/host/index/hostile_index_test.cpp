@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <random>
 #include <set>
 #include <string>
@@ -20,6 +19,7 @@
 #include "index/connection.h"
 #include "index/index_file.h"
 #include "index/page_checks.h"
+#include "support/files.h"
 #include "support/temporary_folder.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/index/index_folder.h"
@@ -28,12 +28,8 @@ namespace velmora::host::index {
 namespace {
 
 namespace fs = std::filesystem;
+using test::content_of;
 using test::TemporaryFolder;
-
-std::string content_of(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 // Overwrites the file's content, which leaves it the file that it is.
 void overwrite(const fs::path& file, std::string_view content) {

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <random>
 #include <string>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "indexing/git_program.h"
+#include "support/files.h"
 #include "support/temporary_folder.h"
 #include "velmora/host/indexing/file_list.h"
 
@@ -21,12 +21,8 @@ namespace velmora::host::indexing {
 namespace {
 
 namespace fs = std::filesystem;
+using test::content_of;
 using test::TemporaryFolder;
-
-std::string content_of(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 // A repository with a few files, whose index is split and in the given version.
 void make_repository(const TemporaryFolder& folder, const std::string& version) {
