@@ -248,6 +248,31 @@ TEST(FileList, IsGitsForEachKindOfIndex) {
   }
 }
 
+TEST(FileList, FollowsNoLinkAndNeverNamesItsOwnFolder) {
+  const TemporaryFolder folder, outside;
+  for (const char* file : {"a/x.py", "a/.velmora/index.db", ".velmora/index.db", "moved/deep/b.py"})
+    folder.write(file, "");
+  fs::create_directory_symlink(folder.path(), folder.path() / "circle");
+  git(folder.path(), {"init", "-q"});
+  git(folder.path(), {"add", "-f", "."});
+  // A link takes the place of a folder whose files git tracks.
+  fs::rename(folder.path() / "moved", outside.path() / "moved");
+  fs::create_directory_symlink(outside.path() / "moved", folder.path() / "moved");
+  const Names expected = {"a/x.py", "circle", "moved"};
+  EXPECT_EQ(list_files(folder.path()).files, expected);
+  fs::remove_all(folder.path() / ".git");
+  EXPECT_EQ(list_files(folder.path()).files, expected);
+  EXPECT_THROW(static_cast<void>(list_files(folder.path() / "none")), fs::filesystem_error);
+}
+
+TEST(FileList, ListsAFolderThatWasAskedForThoughItIsIgnored) {
+  const TemporaryFolder folder;
+  folder.write(".gitignore", "*\n");
+  folder.write("ignored/x.py", "");
+  git(folder.path(), {"init", "-q"});
+  EXPECT_EQ(list_files(folder.path() / "ignored").files, Names{"x.py"});
+}
+
 TEST(FileList, OutsideOfGitGoesIntoRepositories) {
   const TemporaryFolder folder;
   folder.write("one/x.py", "");

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -21,10 +20,6 @@ using test::TemporaryFolder;
 
 using Names = std::vector<std::string>;
 
-void git(const TemporaryFolder& folder, const std::string& arguments) {
-  ASSERT_EQ(std::system(("git -C " + folder.path().string() + " " + arguments).c_str()), 0);
-}
-
 // Every symbol of a scan, as "path name language", and every skipped file, as "path: reason".
 Names scan_all(RepositoryScan& scan) {
   Names found;
@@ -36,38 +31,6 @@ Names scan_all(RepositoryScan& scan) {
     }
   }
   return found;
-}
-
-TEST(FileList, ListsWhatGitDoesNotIgnore) {
-  const TemporaryFolder folder, outside;
-  for (const char* file : {"b c.py", "a/\xC3\xA4.py", "gone.py", "built.py", "new.py",
-                           "a/.velmora/index.db", ".velmora/index.db"}) {
-    folder.write(file, "");
-  }
-  folder.write(".gitignore", "built.py\n");
-  git(folder, "init -q");
-  folder.write("moved/deep/b.py", "");
-  git(folder, "add \"b c.py\" a/*.py gone.py moved");
-  fs::remove(folder.path() / "gone.py");
-  // A link takes the place of a folder whose files git tracks.
-  fs::rename(folder.path() / "moved", outside.path() / "moved");
-  fs::create_directory_symlink(outside.path() / "moved", folder.path() / "moved");
-  EXPECT_EQ(list_files(folder.path()).files,
-            (Names{".gitignore", "a/\xC3\xA4.py", "b c.py", "gone.py", "moved", "new.py"}));
-  EXPECT_EQ(list_files(folder.path() / "a").files, Names{"\xC3\xA4.py"});
-  // The folder was asked for, though the repository around it ignores it.
-  folder.write(".gitignore", "*\n");
-  folder.write("ignored/x.py", "");
-  EXPECT_EQ(list_files(folder.path() / "ignored").files, Names{"x.py"});
-}
-
-TEST(FileList, WalksAFolderWithoutGit) {
-  const TemporaryFolder folder;
-  for (const char* file : {"b.py", "a/z.py", "a-/z.py", ".velmora/index.db"})
-    folder.write(file, "");
-  fs::create_directory_symlink(folder.path(), folder.path() / "circle");
-  EXPECT_EQ(list_files(folder.path()).files, (Names{"a-/z.py", "a/z.py", "b.py", "circle"}));
-  EXPECT_THROW(static_cast<void>(list_files(folder.path() / "none")), fs::filesystem_error);
 }
 
 TEST(RepositoryScan, SkipsWithAReason) {
