@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <span>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
+#include "files/shipped_file.h"
+
 namespace velmora::host::embedding {
 namespace {
-
-namespace fs = std::filesystem;
 
 class Backend final : public engines::EmbeddingBackend {
  public:
@@ -52,13 +51,8 @@ std::shared_ptr<engines::EmbeddingBackend> BuiltinEngine::wait_ready(std::chrono
   return std::make_shared<Backend>(model());
 }
 
-fs::path shipped_model_file() {
-  std::error_code unknown;  // without /proc: relative to the working folder
-  const fs::path folder = fs::read_symlink("/proc/self/exe", unknown).parent_path();
-  const fs::path built = folder / "builtin.model";
-  const fs::path installed = folder.parent_path() / "share" / "velmora" / "builtin.model";
-  std::error_code unreadable;
-  return !fs::exists(built, unreadable) && fs::exists(installed, unreadable) ? installed : built;
+std::filesystem::path shipped_model_file() {
+  return files::shipped_file("builtin.model", "share/velmora");
 }
 
 }  // namespace velmora::host::embedding

@@ -17,6 +17,7 @@
 #include <system_error>
 #include <utility>
 
+#include "files/shipped_file.h"
 #include "indexing/extraction_version.h"
 
 namespace velmora::host::indexing {
@@ -106,17 +107,9 @@ bool is_parse_verdict(std::string_view skipped) {
                              [&](const char* reason) { return skipped == reason; });
 }
 
-fs::path shipped_parse_worker() {
-  std::error_code unknown;  // without /proc: relative to the working folder
-  const fs::path folder = fs::read_symlink("/proc/self/exe", unknown).parent_path();
-  const fs::path built = folder / NAME;
-  const fs::path installed = folder.parent_path() / "libexec" / "velmora" / NAME;
-  std::error_code unreadable;
-  return !fs::exists(built, unreadable) && fs::exists(installed, unreadable) ? installed : built;
-}
-
 ParseWorker::ParseWorker(fs::path program, const ParseLimits& limits)
-    : program_(program.empty() ? shipped_parse_worker() : std::move(program)), limits_(limits) {}
+    : program_(program.empty() ? files::shipped_file(NAME, "libexec/velmora") : std::move(program)),
+      limits_(limits) {}
 
 ParseWorker::~ParseWorker() {
   if (process_ >= 0) static_cast<void>(end());

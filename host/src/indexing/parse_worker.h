@@ -28,15 +28,12 @@ struct Parsed {
 // Whether a file was left out for what parsing it took or did.
 [[nodiscard]] bool is_parse_verdict(std::string_view skipped);
 
-// The program that came with this one: "velmora-parse-worker" beside it, as it was built, or in
-// ../libexec/velmora, as it was installed. One that is in neither is said to be beside it.
-[[nodiscard]] std::filesystem::path shipped_parse_worker();
-
 // One thread uses a worker at a time, and the process ends with the thread that started it: with
 // the one that parses first, or again after another has ended.
 class ParseWorker {
  public:
-  // The process is started when first needed. `program` may be empty: the one that came with this.
+  // The process is started when first needed. `program` may be empty: "velmora-parse-worker", which
+  // came with this one, beside it or in ../libexec/velmora.
   ParseWorker(std::filesystem::path program, const ParseLimits& limits);
   // Ends the process, whatever it is at.
   ~ParseWorker();
