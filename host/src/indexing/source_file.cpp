@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,6 +12,7 @@
 #include <utility>
 
 #include "index/content_hash.h"
+#include "indexing/bounded_file.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -58,25 +58,6 @@ bool has_same_identity(const FileRecord& left, const FileRecord& right) {
 // Never 0, which stands for no hash.
 std::uint64_t hash_of(std::string_view content) {
   return std::max<std::uint64_t>(index::content_hash(content), 1);
-}
-
-// At most `size` bytes; nothing when the file cannot be read.
-std::optional<std::string> read_content(const std::filesystem::path& file, std::size_t size) {
-  // Should something else stand there by now: no link is followed, no pipe waited for.
-  const int descriptor = ::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0) return std::nullopt;
-  std::string content(size, '\0');
-  std::size_t filled = 0;
-  ssize_t count = 1;
-  while (filled < size && count != 0) {
-    count = ::read(descriptor, content.data() + filled, size - filled);
-    if (count < 0 && errno != EINTR) break;
-    if (count > 0) filled += static_cast<std::size_t>(count);
-  }
-  ::close(descriptor);
-  if (count < 0) return std::nullopt;
-  content.resize(filled);
-  return content;
 }
 
 // Whether most of the content stands in long lines.
@@ -150,21 +131,22 @@ std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::st
   if (!is_past(status.st_mtim, looked) || !is_past(status.st_ctim, looked)) {
     file.modified = file.changed = -1;
   }
-  std::optional<std::string> content =
-      read_content(root / path, static_cast<std::size_t>(status.st_size));
-  if (!content) {
+  // By now something else may stand there.
+  BoundedFile read =
+      read_bounded(AT_FDCWD, (root / path).string(), options.largest_file, Links::refuse);
+  if (read.state != BoundedFile::State::read) {
     file.size = file.modified = file.changed = -1;
     file.inode = 0;
     return leave_out("it cannot be read");
   }
-  file.hash = hash_of(*content);
+  file.hash = hash_of(read.text);
   if (comparable && known->hash == file.hash) {
     file.language = known->language;
     file.skipped = known->skipped;
     result.scanned.state = *known == file ? State::unchanged : State::noted;
     return result;
   }
-  result.content = std::move(*content);
+  result.content = std::move(read.text);
   if (result.content.find('\0') != std::string::npos) {
     file.skipped = "it is binary";
   } else if (is_generated(result.content)) {
