@@ -94,9 +94,10 @@ void run_git(const std::filesystem::path& folder, const std::vector<std::string>
   End reading{ends[0]};  // closed before the child is waited for: a git that goes on writing ends
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, writing.descriptor, STDOUT_FILENO);
+  // In this order none takes the place of one that is still to come, should ours be closed.
   posix_spawn_file_actions_adddup2(&actions, errors.descriptor, STDERR_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, writing.descriptor, STDOUT_FILENO);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   const int failed = ::posix_spawnp(&child.process, "git", &actions, nullptr,
                                     pointers(words).data(), pointers(variables).data());
   posix_spawn_file_actions_destroy(&actions);
