@@ -42,9 +42,14 @@ bool require_folder(const fs::path& folder) {
 }
 
 void write_all(const fs::path& file, const OpenFile& open, std::string_view text) {
-  if (::write(open.descriptor(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-    throw IndexError(file.string() +
-                     " cannot be written: " + std::generic_category().message(errno));
+  while (!text.empty()) {
+    const ssize_t count = ::write(open.descriptor(), text.data(), text.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) {
+      throw IndexError(file.string() +
+                       " cannot be written: " + std::generic_category().message(errno));
+    }
+    text.remove_prefix(static_cast<std::size_t>(count));
   }
 }
 
