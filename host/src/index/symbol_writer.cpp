@@ -13,8 +13,8 @@ using storage::DatabaseError;
 
 // The number of `name`, which gets the next one and a row, made by `insert`, when it is new.
 template <class Insert>
-std::int64_t numbered(std::unordered_map<std::string, std::int64_t>& numbers,
-                      const std::string& name, Insert&& insert) {
+std::int64_t numbered(std::map<std::string, std::int64_t>& numbers, const std::string& name,
+                      Insert&& insert) {
   const auto [entry, is_new] =
       numbers.try_emplace(name, static_cast<std::int64_t>(numbers.size()) + 1);
   if (is_new) insert(entry->second);

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "index/embedding_writer.h"
 #include "velmora/host/index/symbol.h"
@@ -36,8 +36,8 @@ class SymbolWriter {
   const VectorKind kind_;
   storage::Statement insert_symbol_;
   EmbeddingWriter embeddings_;
-  std::unordered_map<std::string, std::int64_t> files_;
-  std::unordered_map<std::string, std::int64_t> models_;
+  std::map<std::string, std::int64_t> files_;
+  std::map<std::string, std::int64_t> models_;
   std::optional<SymbolId> largest_id_;
 };
 

@@ -18,7 +18,7 @@ namespace {
 
 using storage::Statement;
 
-using Files = std::unordered_map<std::string, FileRecord>;
+using Files = std::map<std::string, FileRecord>;
 
 // What the index holds under the id of a symbol.
 struct Stored {

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <optional>
 #include <set>
 #include <string_view>
 #include <system_error>
-#include <unordered_map>
 #include <utility>
 
 #include "indexing/folder_walk.h"
@@ -39,7 +39,7 @@ class RealFolders {
 
  private:
   const fs::path& root_;
-  std::unordered_map<std::string, bool> real_;
+  std::map<std::string, bool> real_;
 };
 
 bool is_own(std::string_view file) {

@@ -30,7 +30,7 @@ bool HeaderLanguage::among_cpp(std::string_view path) const {
   std::string_view folder = path;
   do {
     folder = parent(folder);
-    const auto sources = folders_.find(std::string(folder));
+    const auto sources = folders_.find(folder);
     if (sources == folders_.end()) continue;
     return sources->second.cpp > sources->second.c;
   } while (!folder.empty());

@@ -3,10 +3,11 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <map>
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 namespace velmora::host::indexing {
 
@@ -24,7 +25,7 @@ class HeaderLanguage {
     std::size_t c = 0;
     std::size_t cpp = 0;
   };
-  std::unordered_map<std::string, Sources> folders_;
+  std::map<std::string, Sources, std::less<>> folders_;
 };
 
 }  // namespace velmora::host::indexing

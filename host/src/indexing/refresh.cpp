@@ -1,8 +1,8 @@
 #include "velmora/host/indexing/refresh.h"
 
 #include <algorithm>
+#include <set>
 #include <string>
-#include <unordered_set>
 #include <utility>
 
 #include "velmora/host/embedding/symbol_text.h"
@@ -55,7 +55,7 @@ void store(const ScannedFile& scanned, index::Update& update) {
 RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::Update& update) {
   RefreshReport report;
   RefreshProgress progress{.file_count = scan.file_count()};
-  std::unordered_set<std::string> seen;
+  std::set<std::string> seen;
   while (true) {
     if (options.progress) options.progress(progress);
     std::optional<ScannedFile> scanned = scan.next();

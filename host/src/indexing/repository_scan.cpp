@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <condition_variable>
 #include <exception>
+#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <system_error>
 #include <thread>
-#include <unordered_map>
 #include <utility>
 
 #include "indexing/header_language.h"
@@ -142,7 +142,7 @@ class RepositoryScan::Impl {
 
   const fs::path root_;
   ScanOptions options_;
-  std::unordered_map<std::string, index::FileRecord> retried_;  // the known ones but for these
+  std::map<std::string, index::FileRecord> retried_;  // the known ones but for these
   std::vector<std::string> files_;
   std::optional<HeaderLanguage> headers_;
   std::size_t ahead_ = 0;

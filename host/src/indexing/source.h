@@ -4,9 +4,9 @@
 #include <tree_sitter/api.h>
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace velmora::host::indexing {
@@ -23,9 +23,8 @@ struct Source {
   // What the parser sees: as long as the original, but things that it would stumble over may be
   // blanked.
   std::string_view text = {};
-  std::vector<Range> comments = {};  // ascending
-  std::unordered_set<std::string_view> scopes =
-      {};  // the names of the scopes that open in the file
+  std::vector<Range> comments = {};        // ascending
+  std::set<std::string_view> scopes = {};  // the names of those that open in the file
 
   // The text as it stands.
   [[nodiscard]] std::string_view raw(TSNode node) const;

@@ -11,7 +11,6 @@
 #include <map>
 #include <string>
 #include <tuple>
-#include <unordered_map>
 #include <vector>
 
 #include "support/hostile_sources.h"
@@ -187,7 +186,7 @@ TEST(ParseWorker, TriesAgainWhenTold) {
   const auto scan = [&] { return RepositoryScan(folder.path(), options).next().value(); };
   const ScannedFile first = scan();
   EXPECT_EQ(first.file.skipped, "parsing it takes too much memory");
-  const std::unordered_map<std::string, index::FileRecord> known = {{GREEDY.file(), first.file}};
+  const std::map<std::string, index::FileRecord> known = {{GREEDY.file(), first.file}};
   options.known = &known;
   EXPECT_NE(scan().state, ScannedFile::State::read);
   options.retry = true;

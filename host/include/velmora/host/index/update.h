@@ -12,11 +12,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "velmora/host/index/file_record.h"
@@ -39,7 +39,7 @@ class Update {
   ~Update();
 
   // The files of the index, by path, as they were before the update.
-  [[nodiscard]] const std::unordered_map<std::string, FileRecord>& files() const;
+  [[nodiscard]] const std::map<std::string, FileRecord>& files() const;
 
   // Which version of the extraction made the symbols; empty when something else did.
   [[nodiscard]] std::string extraction() const;

@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "velmora/host/index/file_record.h"
@@ -25,7 +25,7 @@ struct ScanOptions {
   unsigned threads = 0;
   // What an earlier scan found, by path: what has not changed since is not read again. Lives as
   // long as the scan; null: everything is read.
-  const std::unordered_map<std::string, index::FileRecord>* known = nullptr;
+  const std::map<std::string, index::FileRecord>* known = nullptr;
   // Files are parsed though their content is known.
   bool parse_known = false;
   // So are those that parsing took too much for.
