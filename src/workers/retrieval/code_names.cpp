@@ -1,6 +1,6 @@
 // Which words of a question spell names in code.
 #include <algorithm>
-#include <unordered_set>
+#include <set>
 
 #include "utils/unicode.h"
 #include "velmora/workers/retrieval.h"
@@ -67,7 +67,7 @@ std::vector<std::string> query_names(std::string_view query) {
   if (found.size() == 1) return {std::string(found.front())};
   std::vector<std::string> names;
   names.reserve(found.size());
-  std::unordered_set<std::string_view> seen;
+  std::set<std::string_view> seen;
   for (const std::string_view name : found) {
     if (!STOP_WORDS.contains(utils::lowercase(name)) && seen.insert(name).second) {
       names.emplace_back(name);

@@ -3,12 +3,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "utils/text_hash.h"
 #include "workers/retrieval/table_tokenizer.h"
 #include "workers/retrieval/vocabulary.h"
 
@@ -38,7 +40,7 @@ class Dictionary {
   [[nodiscard]] TermId find_token(const std::string& token) const { return find(tokens_, token); }
 
  private:
-  using Terms = std::unordered_map<std::string, TermId>;
+  using Terms = std::unordered_map<std::string, TermId, utils::TextHash, std::equal_to<>>;
 
   [[nodiscard]] static TermId find(const Terms& terms, const std::string& text) {
     const auto found = terms.find(text);

@@ -1,7 +1,7 @@
 #include "workers/retrieval/words.h"
 
 #include <algorithm>
-#include <unordered_set>
+#include <set>
 
 #include "velmora/workers/retrieval.h"
 
@@ -32,7 +32,7 @@ std::vector<std::string> split_identifier(std::string_view text) {
 
 std::vector<std::string> query_terms(std::string_view text) {
   std::vector<std::string> terms;
-  std::unordered_set<std::string> seen;
+  std::set<std::string> seen;
   std::string term;
   WordScanner scanner(text);
   for (std::string_view word = scanner.next(); !word.empty(); word = scanner.next()) {
