@@ -57,9 +57,9 @@ ExitCode explore(const ExploreOptions& options) {
   }
   require_whole_server(options.embedding);
   const std::filesystem::path file = options.location.file();
+  const auto index = open_index(options.location);  // first: what is wrong with it matters most
   HybridRetriever retriever(
-      open_index(options.location),
-      {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
+      index, {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
   if (options.batch) {
     Input input(*options.batch);
     answer_batch(input, retriever, retrieve_options(options));

@@ -53,7 +53,11 @@ class StandardErrorSink final : public logging::Sink {
   void write(const logging::Record& record) noexcept override {
     try {
       // One call, so that the lines of several threads do not mix.
-      const std::string line = printable(logging::format(record)) + "\n";
+      // The names in a message make no lines of their own.
+      const std::string message = printable_line(record.message);
+      logging::Record shown = record;
+      shown.message = message;
+      const std::string line = printable(logging::format(shown)) + "\n";
       std::fwrite(line.data(), 1, line.size(), stderr);
     } catch (const std::exception&) {
       // A log line that cannot be written is lost.

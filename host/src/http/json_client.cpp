@@ -87,10 +87,17 @@ std::string endpoint(std::string url, std::string_view name) {
 bool is_on_loopback(const std::string& url) {
   const std::string host = host_of(url);
   if (host == "localhost" || host.ends_with(".localhost")) return true;
-  in_addr four{};
-  if (::inet_pton(AF_INET, host.c_str(), &four) == 1) return ntohl(four.s_addr) >> 24 == 127;
   in6_addr six{};
-  return ::inet_pton(AF_INET6, host.c_str(), &six) == 1 && IN6_IS_ADDR_LOOPBACK(&six);
+  // An address of four numbers, written as one of the longer kind.
+  if (::inet_pton(AF_INET6, ("::ffff:" + host).c_str(), &six) != 1 &&
+      ::inet_pton(AF_INET6, host.c_str(), &six) != 1) {
+    return false;
+  }
+  if (!IN6_IS_ADDR_V4MAPPED(&six)) {
+    return IN6_IS_ADDR_LOOPBACK(&six) || IN6_IS_ADDR_UNSPECIFIED(&six);
+  }
+  constexpr std::size_t FOUR_AT = 12;
+  return six.s6_addr[FOUR_AT] == 127 || six.s6_addr[FOUR_AT] == 0;
 }
 
 JsonClient::JsonClient(JsonClientOptions options) : options_(std::move(options)) {

@@ -76,7 +76,7 @@ struct JsonClientOptions {
 [[nodiscard]] std::string endpoint(std::string url, std::string_view name);
 
 // Whether the server of a URL is this machine, by its name: localhost, a name below it, an address
-// of 127.0.0.0/8 or ::1.
+// of 127.0.0.0/8, ::1, or one that a connection takes for these (0.0.0.0/8, ::, ::ffff:127.0.0.1).
 [[nodiscard]] bool is_on_loopback(const std::string& url);
 
 // Keeps its connections open between questions. A server on loopback is reached directly, any other

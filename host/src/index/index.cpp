@@ -27,7 +27,7 @@ void write_to_disk(const std::filesystem::path& file, const std::function<void()
     const bool failed = error.code() == SQLITE_FULL || error.code() == SQLITE_IOERR;
     if ((!refused && !failed) || is_damage(error)) throw_as_index_error(error, file);
     throw IndexError("The index at " + file.string() + " cannot be written: " + error.what() +
-                     (refused ? ". You may not write there"
+                     (refused ? ". You may not write there, or too many files are open"
                               : ". If its disk is full, make room and try again; the index is as"
                                 " it was"));
   }
@@ -114,9 +114,10 @@ std::shared_ptr<Index> Index::open_or_create(const std::filesystem::path& file) 
   std::shared_ptr<Index> index(new Index(std::make_unique<Parts>(path)));
   index->parts_->remove_at_end = missing;
   write_to_disk(path, [&] {
-    make_private(path);
+    if (missing) make_private(path);
     storage::Database database = connect(path, 0);
     create_tables(database, path);
+    make_private(path);
   });
   return index;
 }
@@ -144,7 +145,6 @@ bool Index::made_here() {
 void Index::write(const std::function<bool(storage::Database&)>& work) {
   write_to_disk(parts_->file, [&] {
     const FileIdentity identity = file_identity(parts_->file);
-    make_private(parts_->file);
     storage::Database database = connect(parts_->file, 0);
     // Without it, the write-ahead log would keep the size of the largest transaction.
     database.execute("PRAGMA journal_size_limit = 16777216; PRAGMA synchronous = NORMAL");
@@ -154,6 +154,7 @@ void Index::write(const std::function<bool(storage::Database&)>& work) {
       throw IndexError("The index at " + parts_->file.string() +
                        " was replaced by another program. Try again");
     }
+    make_private(parts_->file);
     if (work(database) || content == Content::unfilled) {
       database.execute(
           "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16)))");

@@ -19,12 +19,19 @@ namespace fs = std::filesystem;
 constexpr mode_t PRIVATE_FOLDER = 0700;
 constexpr mode_t PRIVATE_FILE = 0600;
 
+// What a folder of ours holds may go; what somebody named elsewhere is theirs.
 [[noreturn]] void refuse(const fs::path& what, const std::string& fault) {
-  throw IndexError(what.string() + " " + fault + ". Remove it and try again");
+  const bool ours =
+      what.filename() == INDEX_FOLDER || what.parent_path().filename() == INDEX_FOLDER;
+  throw IndexError(what.string() + " " + fault +
+                   (ours ? ". Remove it and try again" : ". Choose another file"));
 }
 
 [[noreturn]] void fail(const fs::path& what) {
-  throw IndexError(what.string() + " cannot be opened: " + std::generic_category().message(errno));
+  const std::string advice =
+      errno == EACCES ? ". An index is for the user alone who made it, unless they allow more" : "";
+  throw IndexError(what.string() + " cannot be opened: " + std::generic_category().message(errno) +
+                   advice);
 }
 
 bool is_missing(int error) { return error == ENOENT || error == ENOTDIR; }

@@ -40,7 +40,8 @@ struct Child {
 
 std::vector<std::string> command_line(const std::filesystem::path& folder,
                                       const std::vector<std::string>& arguments) {
-  std::vector<std::string> words = {"git", "--no-pager", "-C", folder.string()};
+  std::vector<std::string> words = {"git", "--no-pager", "-C",
+                                    std::filesystem::absolute(folder).string()};
   for (const char* setting :
        {"core.fsmonitor=false", "core.hooksPath=/dev/null", "core.attributesFile=/dev/null",
         "protocol.allow=never", "credential.helper=", "log.showSignature=false",
@@ -94,6 +95,8 @@ void run_git(const std::filesystem::path& folder, const std::vector<std::string>
   End reading{ends[0]};  // closed before the child is waited for: a git that goes on writing ends
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
+  // The search path may name the working folder, which may be the repository itself.
+  posix_spawn_file_actions_addchdir_np(&actions, "/");
   // In this order none takes the place of one that is still to come, should ours be closed.
   posix_spawn_file_actions_adddup2(&actions, errors.descriptor, STDERR_FILENO);
   posix_spawn_file_actions_adddup2(&actions, writing.descriptor, STDOUT_FILENO);

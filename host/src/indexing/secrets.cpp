@@ -129,7 +129,8 @@ bool are_secret(const std::vector<std::string>& words) {
     if (i > 0 && words[i].starts_with("key") && is_in(BEFORE_KEY, words[i - 1])) return true;
   }
   // A parser's TOKEN_END is none, an ACCESS_TOKEN is.
-  return count > 0 && (words[count - 1] == "token" || words[count - 1] == "pwd");
+  constexpr std::array<std::string_view, 3> LAST = {"token", "pwd", "pw"};
+  return count > 0 && is_in(LAST, words[count - 1]);
 }
 
 // Whether an identifier of the text is the name of a secret.
