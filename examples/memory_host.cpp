@@ -247,8 +247,8 @@ void ask(retrieval::HybridRetriever& retriever, std::string_view question) {
 
 int main() {
   std::vector<Symbol> symbols = {
-      {1, "net.Backoff.delay", "delay", "method", "python", "net.py", 30, 36,
-       "delay(self, n)", "Seconds until the next attempt."},
+      {1, "net.Backoff.delay", "delay", "method", "python", "net.py", 30, 36, "delay(self, n)",
+       "Seconds until the next attempt."},
       {2, "net.connect", "connect", "function", "python", "net.py", 1, 20, "connect(url)",
        "Opens a socket to a server."},
       {3, "files.load", "load", "function", "python", "files.py", 1, 8, "load(path)",
@@ -268,8 +268,8 @@ int main() {
   ask(retriever, "retry the connect");  // the model is not there yet
   loading.set_value(model);
   ask(retriever, "retry the connect");
-  symbols.push_back({5, "net.retry", "retry", "function", "python", "net.py", 40, 52,
-                     "retry(call)", "Makes a call once more after a pause."});
+  symbols.push_back({5, "net.retry", "retry", "function", "python", "net.py", 40, 52, "retry(call)",
+                     "Makes a call once more after a pause."});
   index->replace(symbols, model->name(), embeddings_of(*model, symbols));
   ask(retriever, "connect, and the next attempt after it");
   judge->reachable = false;

@@ -12,7 +12,6 @@ namespace {
 
 using Role = Enclosing::Role;
 
-
 bool is_header(std::string_view path) {
   const std::string_view extension = path.substr(std::min(path.rfind('.'), path.size()));
   constexpr std::array<std::string_view, 5> SOURCES = {".c", ".cpp", ".cc", ".cxx", ".c++"};

@@ -49,8 +49,8 @@ struct RefreshOptions {
 
 // Makes `index` what an index of `root` made now would be, row for row, in one transaction. Files
 // whose size, times and inode are the known ones are not read, those whose content is the known one
-// are not parsed. New symbols get those vectors of a server's models that are known for their texts. Logs
-// each file that is not unchanged. Throws what Index::update and RepositoryScan throw.
+// are not parsed. New symbols get those vectors of a server's models that are known for their
+// texts. Logs each file that is not unchanged. Throws what Index::update and RepositoryScan throw.
 [[nodiscard]] RefreshReport refresh(const std::filesystem::path& root, index::Index& index,
                                     const RefreshOptions& options = {});
 
