@@ -12,10 +12,9 @@ using namespace workers::retrieval;
 using internal::Admission;
 using internal::Corpus;
 
-void ask_index(const Corpus& corpus, internal::TextTable table, std::span<const std::string> terms,
-               int rows) {
-  benchmark::DoNotOptimize(corpus.text->best(table, terms, static_cast<std::size_t>(rows),
-                                             [](internal::RowId) { return true; }));
+void ask_index(const internal::TextIndex::Search& search, internal::TextTable table, int rows) {
+  const auto any = [](internal::RowId) { return true; };
+  benchmark::DoNotOptimize(search(table, static_cast<std::size_t>(rows), any));
 }
 
 }  // namespace
@@ -35,8 +34,9 @@ void retrieve(benchmark::State& state, const SubjectName& name) {
     // Whoever comes first finds the caches full of others' data.
     if (whole_first) add_whole();
     queries.add(milliseconds([&] {
-      ask_index(corpus, internal::TextTable::symbols, question.terms, settings.depth);
-      ask_index(corpus, internal::TextTable::files, question.terms, settings.best_files);
+      const auto search = corpus.text->search(question.terms);
+      ask_index(search, internal::TextTable::symbols, settings.depth);
+      ask_index(search, internal::TextTable::files, settings.best_files);
     }));
     if (!whole_first) add_whole();
     whole_first = !whole_first;
@@ -49,10 +49,10 @@ void retrieve(benchmark::State& state, const SubjectName& name) {
       by_name = ranks_in_order(names.ids);
     }));
     lexical.add(milliseconds([&] {
-      by_text = internal::lexical_channel(corpus, question.terms, admit, settings.depth);
+      by_text = internal::TextChannels(corpus, question.terms).lexical(admit, settings.depth);
     }));
     file.add(milliseconds([&] {
-      by_file = internal::file_channel(corpus, question.terms, admit, settings.best_files);
+      by_file = internal::TextChannels(corpus, question.terms).file(admit, settings.best_files);
     }));
     fusion.add(milliseconds([&] {
       benchmark::DoNotOptimize(reciprocal_rank_fusion(

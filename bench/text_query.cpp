@@ -19,8 +19,9 @@ using workers::retrieval::internal::TextTable;
 
 std::vector<std::int64_t> first_rows(const Corpus& corpus, std::span<const std::string> terms) {
   const auto any = [](std::int64_t) { return true; };
-  std::vector<std::int64_t> rows = corpus.text->best(TextTable::symbols, terms, FIRST_ROWS, any);
-  for (const std::int64_t row : corpus.text->best(TextTable::files, terms, FIRST_ROWS, any)) {
+  const auto search = corpus.text->search(terms);
+  std::vector<std::int64_t> rows = search(TextTable::symbols, FIRST_ROWS, any);
+  for (const std::int64_t row : search(TextTable::files, FIRST_ROWS, any)) {
     rows.push_back(row);
   }
   return rows;

@@ -10,6 +10,7 @@ using storage::Statement;
 using workers::retrieval::internal::Documents;
 using workers::retrieval::internal::FileDocument;
 using workers::retrieval::internal::SymbolDocument;
+using workers::retrieval::internal::WordId;
 using workers::retrieval::internal::Words;
 
 Statement prepare_match(const Database& database, const std::string& table) {
@@ -33,20 +34,19 @@ CorpusWords::CorpusWords(const Rows& rows) {
   for (const Row& row : rows) {
     const auto [file, is_new] = numbers_.emplace(row.path, files_.size());
     if (is_new) {
-      files_.push_back({words_of(row.path), {}});
+      std::vector<WordId> words;
+      vocabulary_.append_words(row.path, words);
+      files_.push_back({words_.store(words), {}});
       places_.emplace_back();
     }
     places_[file->second].push_back(static_cast<std::uint32_t>(symbols_.size()));
-    symbols_.push_back({row.id, words_of(row.name), words_of(row.signature.value_or("")),
-                        files_[file->second].path, words_of(row.docstring.value_or(""))});
+    std::vector<WordId> words;
+    const std::size_t name = vocabulary_.append_words(row.name, words);
+    const std::size_t signature = vocabulary_.append_words(row.signature.value_or(""), words);
+    vocabulary_.append_words(row.docstring.value_or(""), words);
+    symbols_.emplace_back(row.id, words_.store(words), name, signature, files_[file->second].path);
   }
   for (std::size_t file = 0; file < files_.size(); ++file) files_[file].symbols = places_[file];
-}
-
-Words CorpusWords::words_of(std::string_view text) {
-  ids_.clear();
-  vocabulary_.append_words(text, ids_);
-  return words_.store(ids_);
 }
 
 TableTexts::TableTexts(const Documents& documents) {
@@ -59,17 +59,17 @@ TableTexts::TableTexts(const Documents& documents) {
   for (const SymbolDocument& symbol : documents.symbols) {
     Symbol& row = symbols.emplace_back();
     row.id = symbol.id;
-    append(row.columns[0], symbol.name);
-    append(row.columns[1], symbol.signature);
-    append(row.columns[2], symbol.path);
-    append(row.columns[3], symbol.docstring);
+    append(row.columns[0], symbol.name());
+    append(row.columns[1], symbol.signature());
+    append(row.columns[2], symbol.path());
+    append(row.columns[3], symbol.docstring());
   }
   for (const FileDocument& file : documents.files) {
     std::array<std::string, 3>& row = files.emplace_back();
     append(row[1], file.path);
     for (const std::uint32_t place : file.symbols) {
-      append(row[0], documents.symbols[place].name);
-      append(row[2], documents.symbols[place].docstring);
+      append(row[0], documents.symbols[place].name());
+      append(row[2], documents.symbols[place].docstring());
     }
   }
 }

@@ -34,11 +34,8 @@ class CorpusWords {
   }
 
  private:
-  workers::retrieval::internal::Words words_of(std::string_view text);
-
   workers::retrieval::internal::Vocabulary vocabulary_;
   utils::Arena<workers::retrieval::internal::WordId> words_;
-  std::vector<workers::retrieval::internal::WordId> ids_;  // reused
   std::vector<workers::retrieval::internal::SymbolDocument> symbols_;
   std::vector<workers::retrieval::internal::FileDocument> files_;
   std::vector<std::vector<std::uint32_t>> places_;  // by file

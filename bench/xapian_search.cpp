@@ -27,10 +27,10 @@ XapianSearch::XapianSearch(const Documents& documents)
         document.add_term(stems[word], static_cast<Xapian::termcount>(weight));
       }
     };
-    add(symbol.name, weights.name);
-    add(symbol.signature, weights.signature);
-    add(symbol.path, weights.path);
-    add(symbol.docstring, weights.docstring);
+    add(symbol.name(), weights.name);
+    add(symbol.signature(), weights.signature);
+    add(symbol.path(), weights.path);
+    add(symbol.docstring(), weights.docstring);
     database_.add_document(document);
   }
   database_.commit();

@@ -132,6 +132,9 @@ def bars(results):
         held = run["known_bytes"] / run["symbols"]
         yield (f"A question of 10,000 known words, {where}: at most 20 bytes more a symbol",
                f"{held:.1f} bytes", held <= 20)
+        times = run["unknown"] / run["unknown_split"]
+        yield (f"A question of 100,000 unknown words, {where}: at most three times cutting it into "
+               "terms and names", f"{times:.1f} times", times <= 3)
     for top in NEAREST:
         share = results.ratio("nearest", "float32", "sweep_p50", f"top{top}_p50")
         yield (f"Nearest {top:,} of {vectors_title(results, 'float32')}, p50: at the memory's "
@@ -249,7 +252,7 @@ def long_question_section(results):
                             ("unknown", "100,000 that it does not")):
             rows.append([title(results, corpus), words, ms(run[kind]), ms(run[kind + "_split"])])
     return rows and ("## Very long questions\n\n`retrieve` with very many words, and cutting the "
-                     "question into its terms alone; milliseconds.\n\n"
+                     "question into its terms and names alone; milliseconds.\n\n"
                      + table(("Symbols", "Words", "`retrieve`", "Cutting"), rows))
 
 

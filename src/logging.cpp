@@ -1,5 +1,6 @@
 #include "velmora/logging.h"
 
+#include <array>
 #include <mutex>
 #include <utility>
 
@@ -19,29 +20,10 @@ Holder& holder() {
   return instance;
 }
 
-std::string_view level_name(Level level) {
-  switch (level) {
-    case Level::debug:
-      return "DEBUG";
-    case Level::info:
-      return "INFO";
-    case Level::warning:
-      return "WARNING";
-    case Level::error:
-      return "ERROR";
-  }
-  return "UNKNOWN";
-}
+constexpr std::array<std::string_view, NOTHING> LEVEL_NAMES = {"DEBUG", "INFO", "WARNING", "ERROR"};
 
 // A chain is as deep as the calls that failed; a longer one is one that goes in a circle.
 constexpr int MOST_CAUSES = 32;
-
-// The error that `error` was thrown with, if any. std::rethrow_if_nested would end the program for
-// one that was made where no error was handled.
-std::exception_ptr cause_of(const std::exception& error) {
-  const auto* const nested = dynamic_cast<const std::nested_exception*>(&error);
-  return nested == nullptr ? nullptr : nested->nested_ptr();
-}
 
 void append_causes(std::string& text, std::exception_ptr error) {
   for (int causes = 0; error; ++causes) {
@@ -55,7 +37,9 @@ void append_causes(std::string& text, std::exception_ptr error) {
       std::rethrow_exception(error);
     } catch (const std::exception& exception) {
       text += exception.what();
-      cause = cause_of(exception);
+      // std::rethrow_if_nested would end the program for one made where no error was handled.
+      const auto* const nested = dynamic_cast<const std::nested_exception*>(&exception);
+      if (nested != nullptr) cause = nested->nested_ptr();
     } catch (...) {
       text += "an error that is no std::exception";
     }
@@ -87,7 +71,7 @@ void set_sink(std::shared_ptr<Sink> sink, Level least) {
 }
 
 std::string format(const Record& record) {
-  std::string text(level_name(record.level));
+  std::string text(LEVEL_NAMES.at(static_cast<std::size_t>(record.level)));
   text.append(" ").append(record.logger).append(": ").append(record.message);
   if (record.error) append_causes(text, record.error);
   return text;

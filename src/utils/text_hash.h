@@ -10,20 +10,24 @@
 
 namespace velmora::utils {
 
-// A hash function of its own for each object, and for copies of it: nobody who writes a repository
-// can choose names beforehand that crowd in one place of a table. Eight bytes at a time are folded
-// in by a multiplication of 64 by 64 bits whose both factors depend on secrets. Use what it gives
-// for places in tables alone: it differs from run to run, so no answer may depend on it.
+// A hash function that each process draws anew: nobody who writes a repository can choose names
+// beforehand that crowd in one place of a table. Eight bytes at a time are folded in by a
+// multiplication of 64 by 64 bits whose both factors depend on secrets. Use what it gives for
+// places in tables alone: it differs from run to run, so no answer may depend on it.
 class TextHash {
  public:
-  using is_transparent = void;
+  using Secrets = std::array<std::uint64_t, 4>;
 
-  TextHash() {
+  static Secrets draw() {
     std::random_device random;
-    for (std::uint64_t& secret : secrets_) {
+    Secrets secrets;
+    for (std::uint64_t& secret : secrets) {
       secret = (std::uint64_t{random()} << 32 | random()) | 1;  // odd: a factor that loses nothing
     }
+    return secrets;
   }
+
+  explicit TextHash(const Secrets& secrets = of_process()) : secrets_(secrets) {}
 
   [[nodiscard]] std::size_t operator()(std::string_view text) const {
     std::uint64_t value = secrets_[0] + text.size() * secrets_[1];
@@ -38,6 +42,11 @@ class TextHash {
   }
 
  private:
+  static const Secrets& of_process() {
+    static const Secrets secrets = draw();
+    return secrets;
+  }
+
   // The two halves of the product, one upon the other.
   static std::uint64_t fold(std::uint64_t left, std::uint64_t right) {
     __extension__ using Wide = unsigned __int128;
@@ -45,7 +54,7 @@ class TextHash {
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
   }
 
-  std::array<std::uint64_t, 4> secrets_;
+  Secrets secrets_;
 };
 
 }  // namespace velmora::utils

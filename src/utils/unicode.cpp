@@ -100,19 +100,9 @@ void append_hex(std::string& out, char letter, std::uint32_t value, int digits) 
 }
 
 void append_escaped(std::string& out, char32_t code) {
-  switch (code) {
-    case '\n':
-      out += "\\n";
-      return;
-    case '\r':
-      out += "\\r";
-      return;
-    case '\t':
-      out += "\\t";
-      return;
-    default:
-      break;
-  }
+  if (code == '\n') return void(out += "\\n");
+  if (code == '\r') return void(out += "\\r");
+  if (code == '\t') return void(out += "\\t");
   if (code < 0x100) return append_hex(out, 'x', code, 2);
   if (code < 0x10000) return append_hex(out, 'u', code, 4);
   append_hex(out, 'U', code, 8);
@@ -174,23 +164,15 @@ std::string uppercase_first(std::string_view text) {
 }
 
 bool is_white_space(const Character& character) {
-  if (!character.valid) return false;
-  if (character.code < 0x80) {
-    return character.code == ' ' || (character.code >= '\t' && character.code <= '\r');
-  }
-  return u_isUWhiteSpace(static_cast<UChar32>(character.code));
+  return character.valid && u_isUWhiteSpace(static_cast<UChar32>(character.code));
 }
 
 bool is_uppercase(const Character& character) {
-  if (!character.valid) return false;
-  if (character.code < 0x80) return character.code >= 'A' && character.code <= 'Z';
-  return u_isUUppercase(static_cast<UChar32>(character.code));
+  return character.valid && u_isUUppercase(static_cast<UChar32>(character.code));
 }
 
 bool is_lowercase(const Character& character) {
-  if (!character.valid) return false;
-  if (character.code < 0x80) return character.code >= 'a' && character.code <= 'z';
-  return u_isULowercase(static_cast<UChar32>(character.code));
+  return character.valid && u_isULowercase(static_cast<UChar32>(character.code));
 }
 
 bool is_digit(const Character& character) {

@@ -1,5 +1,5 @@
-// The little Unicode that the retriever needs, over UTF-8. ASCII never enters ICU; invalid bytes
-// are carried through. Pure functions; any thread may call them.
+// The little Unicode that the retriever needs, over UTF-8. Invalid bytes are carried through. Pure
+// functions; any thread may call them.
 #pragma once
 
 #include <cstddef>

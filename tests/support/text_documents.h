@@ -14,8 +14,11 @@ class TextDocuments {
  public:
   // A row of the symbol table: name, signature, path and docstring.
   void add_symbol(models::SymbolId id, const std::array<std::string, 4>& fields) {
-    symbols_.push_back(
-        {id, words_of(fields[0]), words_of(fields[1]), words_of(fields[2]), words_of(fields[3])});
+    auto& words = words_.emplace_back();
+    const std::size_t name = vocabulary_.append_words(fields[0], words);
+    const std::size_t signature = vocabulary_.append_words(fields[1], words);
+    vocabulary_.append_words(fields[3], words);
+    symbols_.emplace_back(id, words, name, signature, words_of(fields[2]));
   }
 
   // A row of the file table that holds the symbols added since the last one.

@@ -68,7 +68,7 @@ std::vector<ScoredRow> best_rows(const PostingLists& lists, std::span<const Term
   DocumentId next = NONE;
   for (const TermId term : terms) {
     const PostingList list = lists[term];
-    if (list.documents == 0) continue;
+    if (list.documents == 0) continue;  // the other table holds it
     const std::uint8_t* at = list.begin;
     const DocumentId first = PostingLists::read(at);
     walks.push_back(

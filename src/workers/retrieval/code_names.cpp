@@ -1,7 +1,7 @@
 // Which words of a question spell names in code.
 #include <algorithm>
-#include <set>
 
+#include "utils/interner.h"
 #include "utils/unicode.h"
 #include "velmora/workers/retrieval.h"
 #include "workers/retrieval/words.h"
@@ -67,9 +67,9 @@ std::vector<std::string> query_names(std::string_view query) {
   if (found.size() == 1) return {std::string(found.front())};
   std::vector<std::string> names;
   names.reserve(found.size());
-  std::set<std::string_view> seen;
+  utils::Interner seen;
   for (const std::string_view name : found) {
-    if (!STOP_WORDS.contains(utils::lowercase(name)) && seen.insert(name).second) {
+    if (!STOP_WORDS.contains(utils::lowercase(name)) && seen.add(name) == names.size()) {
       names.emplace_back(name);
     }
   }

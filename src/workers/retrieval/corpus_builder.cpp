@@ -141,11 +141,13 @@ class CorpusBuilder {
     if (row.signature) symbol.signature = corpus_->texts.store(*row.signature);
     corpus_->symbols.push_back(symbol);
     symbol_names_.push_back(number_of_name(name));
-    symbols_.push_back({.id = row.id,
-                        .name = words_of(row.name),
-                        .signature = words_of(row.signature.value_or("")),
-                        .path = files_[file].path,
-                        .docstring = words_of(row.docstring.value_or(""))});
+    words_.clear();
+    const std::size_t name_words = vocabulary_.append_words(row.name, words_);
+    const std::size_t signature_words =
+        vocabulary_.append_words(row.signature.value_or(""), words_);
+    vocabulary_.append_words(row.docstring.value_or(""), words_);
+    symbols_.emplace_back(row.id, kept_words_.store(words_), name_words, signature_words,
+                          files_[file].path);
   }
 
   std::uint32_t file_of(std::string_view path) {
@@ -158,7 +160,9 @@ class CorpusBuilder {
         file_numbers_.add(path, [&](std::string_view text) { return corpus_->texts.store(text); });
     if (number == corpus_->files.size()) {
       corpus_->files.push_back({file_numbers_.text(number), utils::is_test_path(path), {}});
-      files_.push_back({words_of(path), {}});
+      words_.clear();
+      vocabulary_.append_words(path, words_);
+      files_.push_back({kept_words_.store(words_), {}});
     }
     return number;
   }
@@ -168,15 +172,9 @@ class CorpusBuilder {
     const bool lower = std::all_of(name.begin(), name.end(), [](char c) {
       return static_cast<unsigned char>(c) < 0x80 && !is_capital(c);
     });
-    if (lower) return names_.add(name, [](std::string_view text) { return text; });
+    if (lower) return names_.add(name);
     return names_.add(utils::lowercase(name),
                       [&](std::string_view text) { return corpus_->texts.store(text); });
-  }
-
-  Words words_of(std::string_view text) {
-    words_.clear();
-    vocabulary_.append_words(text, words_);
-    return kept_words_.store(words_);
   }
 
   // The names ascending, each by its number, beside its first bytes: by these, compared as one

@@ -1,26 +1,27 @@
 #include "workers/retrieval/dictionary.h"
 
-#include <utility>
+#include <string>
 
 namespace velmora::workers::retrieval::internal {
 
 std::optional<Dictionary> Dictionary::make(TableTokenizer& tokenizer,
                                            const Vocabulary& vocabulary) {
   Dictionary made;
+  const auto keep = [&](std::string_view text) { return made.texts_.store(text); };
   made.terms_.resize(vocabulary.size());
-  made.words_.reserve(vocabulary.size());
   bool single = true;
   const bool ran = tokenizer.run([&](const TableTokenizer::Tokenize& tokenize) {
-    std::string word;
     for (WordId id = Vocabulary::FIRST_WORD; id < vocabulary.size() && single; ++id) {
-      word = vocabulary.word(id);
-      Tokens tokens = tokenize(word);
+      const std::string_view word = vocabulary.word(id);
+      const Tokens tokens = tokenize(word);
       single = tokens.count == 1;
-      const auto number = static_cast<TermId>(made.tokens_.size());
-      made.terms_[id] = made.tokens_.emplace(std::move(tokens.first), number).first->second;
-      made.words_.emplace(word, made.terms_[id]);
+      made.words_.add(word, keep);
+      made.terms_[id] = made.tokens_.add(tokens.first, keep);
     }
-    if (single && !word.empty()) single = tokenize(word + " " + word).count == 2;
+    if (single && vocabulary.size() > Vocabulary::FIRST_WORD) {
+      const std::string word(vocabulary.word(Vocabulary::FIRST_WORD));
+      single = tokenize(word + " " + word).count == 2;
+    }
   });
   if (!ran || !single) return std::nullopt;
   return made;

@@ -3,14 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <limits>
 #include <optional>
-#include <string>
-#include <unordered_map>
+#include <string_view>
 #include <vector>
 
-#include "utils/text_hash.h"
+#include "utils/arena.h"
+#include "utils/interner.h"
 #include "workers/retrieval/table_tokenizer.h"
 #include "workers/retrieval/vocabulary.h"
 
@@ -22,7 +20,7 @@ using TermId = std::uint32_t;
 // Immutable; any thread may read it.
 class Dictionary {
  public:
-  static constexpr TermId UNKNOWN = std::numeric_limits<TermId>::max();
+  static constexpr TermId UNKNOWN = utils::Interner::NONE;
 
   // Numbers the terms, running each word through the tokenizer once. Nothing when some word is not
   // exactly one token, when a space does not part two, or when there is no tokenizer to ask.
@@ -36,20 +34,17 @@ class Dictionary {
   [[nodiscard]] TermId term(WordId word) const { return terms_[word]; }
 
   // The term of a word, or the term that is this token; UNKNOWN when no row holds it.
-  [[nodiscard]] TermId find_word(const std::string& word) const { return find(words_, word); }
-  [[nodiscard]] TermId find_token(const std::string& token) const { return find(tokens_, token); }
+  [[nodiscard]] TermId find_word(std::string_view word) const {
+    const std::uint32_t found = words_.find(word);
+    return found == utils::Interner::NONE ? UNKNOWN : term(found + Vocabulary::FIRST_WORD);
+  }
+  [[nodiscard]] TermId find_token(std::string_view token) const { return tokens_.find(token); }
 
  private:
-  using Terms = std::unordered_map<std::string, TermId, utils::TextHash, std::equal_to<>>;
-
-  [[nodiscard]] static TermId find(const Terms& terms, const std::string& text) {
-    const auto found = terms.find(text);
-    return found == terms.end() ? UNKNOWN : found->second;
-  }
-
+  utils::TextArena texts_;
+  utils::Interner words_;      // by WordId less FIRST_WORD
+  utils::Interner tokens_;     // by TermId
   std::vector<TermId> terms_;  // by WordId
-  Terms words_;
-  Terms tokens_;
 };
 
 }  // namespace velmora::workers::retrieval::internal

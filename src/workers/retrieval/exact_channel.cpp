@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <iterator>
-#include <map>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
+#include "utils/interner.h"
 #include "utils/unicode.h"
 
 namespace velmora::workers::retrieval::internal {
@@ -16,80 +15,50 @@ namespace {
 // The shortest looked-up word that stands for the names it starts.
 constexpr std::size_t MIN_PREFIX = 3;
 
-// Appends the admitted ones of `ids`.
-void append_admitted(std::vector<SymbolId>& out, std::span<const SymbolId> ids,
-                     const Admission& admit) {
-  std::copy_if(ids.begin(), ids.end(), std::back_inserter(out), admit);
-}
-
-// The symbols of names that start with the words looked up. However many words a question has, each
-// name is listed once; how many symbols came is counted as if it were listed anew each time, for
-// that is what ends a word's list.
-class Prefixed {
+// The first `depth` distinct ones of the admitted ids that are added.
+class FirstIds {
  public:
-  Prefixed(const Corpus& corpus, const Admission& admit, std::int64_t depth)
-      : corpus_(corpus), admit_(admit), depth_(depth) {}
+  FirstIds(const Admission& admit, std::int64_t depth)
+      : admit_(admit), depth_(static_cast<std::size_t>(depth)) {}
 
-  // Lists those of `word`, shortest name first, names of one length in their own order, until
-  // `depth` symbols came for all words. Returns how many came for this one.
-  std::int64_t list(std::string_view word) {
-    struct Length {
-      std::size_t characters;
-      const CorpusName* name;
-    };
-    std::vector<Length> names;
-    for (const CorpusName& name : corpus_.names_starting_with(word)) {
-      names.push_back({utils::character_count(name.name), &name});
+  // Returns how many of `ids` are admitted.
+  std::int64_t add(std::span<const SymbolId> ids) {
+    std::int64_t admitted = 0;
+    for (const SymbolId id : ids) {
+      if (!admit_(id)) continue;
+      ++admitted;
+      if (!is_full() && seen_.insert(id).second) ids_.push_back(id);
     }
-    std::stable_sort(names.begin(), names.end(), [](const Length& left, const Length& right) {
-      return left.characters < right.characters;
-    });
-    const std::int64_t before = count_;
-    for (const Length& each : names) {
-      const auto [entry, is_new] = listed_.try_emplace(each.name, 0);
-      if (is_new) {
-        const std::size_t start = ids_.size();
-        append_admitted(ids_, each.name->symbols, admit_);
-        entry->second = static_cast<std::int64_t>(ids_.size() - start);
-      }
-      count_ += entry->second;
-      if (count_ >= depth_) break;
-    }
-    return count_ - before;
+    return admitted;
   }
 
-  // Counts a word that was listed before, with what `list` returned for it. Its names are all
-  // there, or those that came before have ended every list.
-  void count_again(std::int64_t came) { count_ += came; }
+  [[nodiscard]] bool is_full() const { return ids_.size() == depth_; }
 
-  [[nodiscard]] const std::vector<SymbolId>& ids() const { return ids_; }
+  // Gives them away.
+  std::vector<SymbolId> take() { return std::move(ids_); }
 
  private:
-  const Corpus& corpus_;
   const Admission& admit_;
-  const std::int64_t depth_;
+  const std::size_t depth_;
   std::vector<SymbolId> ids_;
-  std::int64_t count_ = 0;
-  std::unordered_map<const CorpusName*, std::int64_t> listed_;  // with how many symbols came
+  std::unordered_set<SymbolId> seen_;
 };
 
-// A word of the question in any case.
-struct Word {
-  std::size_t begin = 0;  // its symbols among all that are named
-  std::size_t end = 0;
-  bool is_looked_up = false;
-  std::int64_t prefixed = 0;
-};
-
-// The first `depth` distinct ids.
-std::vector<SymbolId> first_distinct(const std::vector<SymbolId>& ids, std::int64_t depth) {
-  std::vector<SymbolId> distinct;
-  std::unordered_set<SymbolId> seen;
-  for (const SymbolId id : ids) {
-    if (static_cast<std::int64_t>(distinct.size()) == depth) break;
-    if (seen.insert(id).second) distinct.push_back(id);
+// Adds the symbols of the names that start with `word`, shortest name first, names of one length in
+// their own order, until `most` came. Returns how many came.
+std::int64_t add_prefixed(FirstIds& out, const Corpus& corpus, std::string_view word,
+                          std::int64_t most) {
+  std::vector<std::pair<std::size_t, const CorpusName*>> names;
+  for (const CorpusName& name : corpus.names_starting_with(word)) {
+    names.emplace_back(utils::character_count(name.name), &name);
   }
-  return distinct;
+  std::sort(names.begin(), names.end());
+  std::int64_t came = 0;
+  for (const auto& [length, name] : names) {
+    came += out.add(name->symbols);
+    if (came >= most) break;
+  }
+  return came;
 }
 
 }  // namespace
@@ -100,32 +69,43 @@ bool ExactNames::is_pinned(SymbolId id) const {
 
 ExactNames exact_names(const Corpus& corpus, std::string_view query, const Admission& admit,
                        std::int64_t depth) {
+  // A word of the question in any case.
+  struct Name {
+    std::string lower;
+    std::span<const SymbolId> symbols;
+    bool is_looked_up = false;
+    std::int64_t prefixed = 0;  // how many symbols came for the names that it starts
+  };
   const std::vector<std::string> words = query_names(query);
-  std::vector<SymbolId> named;
-  std::vector<SymbolId> pinned;
-  Prefixed prefixed(corpus, admit, depth);
-  std::map<std::string, Word> seen;
+  std::vector<Name> names;
+  names.reserve(words.size());  // so that none moves
+  std::vector<std::uint32_t> name_of;
+  utils::Interner numbers;
+  FirstIds ids(admit, depth);
   for (const std::string& word : words) {
-    const auto [entry, is_new] = seen.try_emplace(utils::lowercase(word));
-    auto& [lower, found] = *entry;
-    if (is_new) {
-      found.begin = named.size();
-      append_admitted(named, corpus.named(lower), admit);
-      found.end = named.size();
-    }
-    if (words.size() > 1 && !reads_as_code(word)) continue;
-    if (std::exchange(found.is_looked_up, true)) {
-      prefixed.count_again(found.prefixed);
-      continue;
-    }
-    pinned.insert(pinned.end(), named.begin() + static_cast<std::ptrdiff_t>(found.begin),
-                  named.begin() + static_cast<std::ptrdiff_t>(found.end));
-    if (word.size() >= MIN_PREFIX) found.prefixed = prefixed.list(lower);
+    name_of.push_back(numbers.add(utils::lowercase(word), [&](std::string_view lower) {
+      return std::string_view(names.emplace_back(Name{std::string(lower), {}}).lower);
+    }));
+    Name& name = names[name_of.back()];
+    if (!name.symbols.empty()) continue;
+    name.symbols = corpus.named(name.lower);
+    ids.add(name.symbols);
   }
-  named.insert(named.end(), prefixed.ids().begin(), prefixed.ids().end());
+  std::vector<SymbolId> pinned;
+  std::int64_t prefixed = 0;  // repeats count
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (words.size() > 1 && !reads_as_code(words[i])) continue;
+    Name& name = names[name_of[i]];
+    if (!std::exchange(name.is_looked_up, true)) {
+      std::copy_if(name.symbols.begin(), name.symbols.end(), std::back_inserter(pinned), admit);
+      if (words[i].size() >= MIN_PREFIX && !ids.is_full()) {
+        name.prefixed = add_prefixed(ids, corpus, name.lower, depth - prefixed);
+      }
+    }
+    prefixed += name.prefixed;
+  }
   std::sort(pinned.begin(), pinned.end());
-  pinned.erase(std::unique(pinned.begin(), pinned.end()), pinned.end());
-  return {first_distinct(named, depth), std::move(pinned)};
+  return {ids.take(), std::move(pinned)};
 }
 
 }  // namespace velmora::workers::retrieval::internal

@@ -81,8 +81,9 @@ RetrievalResult HybridRetriever::retrieve(std::string_view query, RetrieveOption
   const internal::ExactNames exact = internal::exact_names(*corpus, query, admit, depth);
   ChannelMap<Channel> channels;
   channels.set(EXACT, {.ranks = ranks_in_order(exact.ids)});
-  channels.set(LEXICAL, internal::lexical_channel(*corpus, terms, admit, depth));
-  channels.set(FILE, internal::file_channel(*corpus, terms, admit, settings_.best_files));
+  const internal::TextChannels text(*corpus, terms);
+  channels.set(LEXICAL, text.lexical(admit, depth));
+  channels.set(FILE, text.file(admit, settings_.best_files));
   channels.set(SEMANTIC,
                internal::semantic_channel(*repository_, embedder_, settings_, query, admit, depth));
 

@@ -72,10 +72,10 @@ PostingLists PostingLists::of_symbols(const Documents& documents, const Dictiona
                  [&](std::uint32_t place) { return symbols[place].id; });
   const auto each_field = [&](DocumentId document, auto visit) {
     const SymbolDocument& symbol = symbols[order[document]];
-    visit(0, symbol.name);
-    visit(1, symbol.signature);
-    visit(2, symbol.path);
-    visit(3, symbol.docstring);
+    visit(0, symbol.name());
+    visit(1, symbol.signature());
+    visit(2, symbol.path());
+    visit(3, symbol.docstring());
   };
   return {std::move(rows), each_field, dictionary, weights};
 }
@@ -86,9 +86,9 @@ PostingLists PostingLists::of_files(const Documents& documents, const Dictionary
   std::iota(rows.begin(), rows.end(), RowId{1});
   const auto each_field = [&](DocumentId document, auto visit) {
     const FileDocument& file = documents.files[document];
-    for (const std::uint32_t place : file.symbols) visit(0, documents.symbols[place].name);
+    for (const std::uint32_t place : file.symbols) visit(0, documents.symbols[place].name());
     visit(1, file.path);
-    for (const std::uint32_t place : file.symbols) visit(2, documents.symbols[place].docstring);
+    for (const std::uint32_t place : file.symbols) visit(2, documents.symbols[place].docstring());
   };
   return {std::move(rows), each_field, dictionary, weights};
 }

@@ -35,9 +35,7 @@ class PostingLists {
   static PostingLists of_files(const Documents& documents, const Dictionary& dictionary,
                                std::span<const double> weights);
 
-  // The list of a term; empty for Dictionary::UNKNOWN.
   [[nodiscard]] PostingList operator[](TermId term) const {
-    if (term == Dictionary::UNKNOWN) return {};
     const std::uint8_t* begin = bytes_.data() + starts_[term];
     const std::uint32_t documents = read(begin);
     return {documents, begin, bytes_.data() + starts_[term + 1]};

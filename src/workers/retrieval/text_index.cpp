@@ -17,10 +17,13 @@ class TableIndex final : public TextIndex {
  public:
   explicit TableIndex(std::unique_ptr<TextTables> tables) : tables_(std::move(tables)) {}
 
-  std::vector<RowId> best(TextTable table, std::span<const std::string> terms, std::size_t count,
-                          const Accept& accept) const override {
+  Search search(std::span<const std::string> terms) const override {
     const std::lock_guard guard(lock_);
-    return tables_->best(table, terms, count, accept);
+    return [this, expression = tables_->any_of(terms)](TextTable table, std::size_t count,
+                                                       const Accept& accept) {
+      const std::lock_guard asking(lock_);
+      return tables_->best(table, expression, count, accept);
+    };
   }
 
  private:
@@ -38,20 +41,20 @@ class PostingIndex final : public TextIndex {
         symbols_(std::move(symbols)),
         files_(std::move(files)) {}
 
-  std::vector<RowId> best(TextTable table, std::span<const std::string> terms, std::size_t count,
-                          const Accept& accept) const override {
-    const PostingLists& lists = table == TextTable::symbols ? symbols_ : files_;
-    std::vector<RowId> rows;
-    for (const ScoredRow& row : best_rows(lists, terms_of(terms), count, accept)) {
-      rows.push_back(row.row);
-    }
-    return rows;
+  Search search(std::span<const std::string> terms) const override {
+    return [this, known = known_terms(terms)](TextTable table, std::size_t count,
+                                              const Accept& accept) {
+      const PostingLists& lists = table == TextTable::symbols ? symbols_ : files_;
+      std::vector<RowId> rows;
+      for (const ScoredRow& row : best_rows(lists, known, count, accept)) rows.push_back(row.row);
+      return rows;
+    };
   }
 
  private:
-  // Only a word that no row holds needs the tokenizer, since another word of its stem may be there;
-  // and only for that the threads take turns.
-  [[nodiscard]] std::vector<TermId> terms_of(std::span<const std::string> words) const {
+  // The terms that some row holds. Only a word that no row holds needs the tokenizer, since another
+  // word of its stem may be there; and only for that the threads take turns.
+  [[nodiscard]] std::vector<TermId> known_terms(std::span<const std::string> words) const {
     std::vector<TermId> terms(words.size());
     std::transform(words.begin(), words.end(), terms.begin(),
                    [&](const std::string& word) { return dictionary_.find_word(word); });
@@ -67,7 +70,10 @@ class PostingIndex final : public TextIndex {
       }
     });
     // The tables refuse it, and say why.
-    if (phrase) (void)tables_->best(TextTable::symbols, words, 1, [](RowId) { return true; });
+    if (phrase)
+      (void)tables_->best(TextTable::symbols, tables_->any_of(words), 1,
+                          [](RowId) { return true; });
+    std::erase(terms, Dictionary::UNKNOWN);
     return terms;
   }
 

@@ -31,13 +31,16 @@ class TextIndex {
 
   using Accept = std::function<bool(RowId)>;
 
-  // The first `count` (at least 1) of the accepted rows of a table that match any of the terms,
-  // best first, equal ones by row. `terms` (at least one) are each of ASCII letters or of digits.
-  // `accept` is asked about as few rows as may be, in any order. Throws the database's error, among
-  // them that of a term which the tokenizer cuts into several tokens: a phrase, which the tables
-  // cannot answer.
-  [[nodiscard]] virtual std::vector<RowId> best(TextTable table, std::span<const std::string> terms,
-                                                std::size_t count, const Accept& accept) const = 0;
+  // The first `count` (at least 1) of the accepted rows of a table that match any of the terms of a
+  // search, best first, equal ones by row. `accept` is asked about as few rows as may be, in any
+  // order. Throws the database's error.
+  using Search =
+      std::function<std::vector<RowId>(TextTable table, std::size_t count, const Accept& accept)>;
+
+  // A search for the terms, each of ASCII letters or of digits; the index must outlive it. Throws
+  // the database's error, among them that of a term which the tokenizer cuts into several tokens: a
+  // phrase, which the tables cannot answer.
+  [[nodiscard]] virtual Search search(std::span<const std::string> terms) const = 0;
 };
 
 // The index of the documents, by the tables if `tables_only`; null, with a warning in the log, when

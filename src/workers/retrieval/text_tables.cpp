@@ -82,9 +82,9 @@ void TextTables::set_ranks(const RetrievalSettings& settings) {
 
 void TextTables::add(const SymbolDocument& symbol, const Vocabulary& vocabulary) {
   insert_symbol_.bind(1, symbol.id);
-  const std::array texts = {text_of(symbol.name, vocabulary), text_of(symbol.signature, vocabulary),
-                            text_of(symbol.path, vocabulary),
-                            text_of(symbol.docstring, vocabulary)};
+  const std::array texts = {
+      text_of(symbol.name(), vocabulary), text_of(symbol.signature(), vocabulary),
+      text_of(symbol.path(), vocabulary), text_of(symbol.docstring(), vocabulary)};
   int parameter = 1;
   for (const std::string& text : texts) insert_symbol_.bind(++parameter, text);
   insert_symbol_.run();
@@ -100,20 +100,19 @@ void TextTables::add_files(const Documents& documents) {
     for (const std::uint32_t place : file.symbols) {
       const SymbolDocument& symbol = documents.symbols[place];
       if (place != file.symbols.front()) names += ' ';
-      names += text_of(symbol.name, documents.vocabulary);
-      if (symbol.docstring.empty()) continue;
+      names += text_of(symbol.name(), documents.vocabulary);
+      if (symbol.docstring().empty()) continue;
       if (!docstrings.empty()) docstrings += ' ';
-      docstrings += text_of(symbol.docstring, documents.vocabulary);
+      docstrings += text_of(symbol.docstring(), documents.vocabulary);
     }
     const std::string path = text_of(file.path, documents.vocabulary);
     insert.bind(1, ++row).bind(2, names).bind(3, path).bind(4, docstrings).run();
   }
 }
 
-// The expression that matches any of the terms; empty when none has a token. A term without tokens
-// (none has with the default tokenizer) matches nothing and changes no score, but SQLite
-// before 3.48 dereferences null when one stands beside a term that matches, so it is left out. A
-// table without rows has no tokenizer to ask, and no term matches there.
+// A term without tokens (none has with the default tokenizer) matches nothing and changes no score,
+// but SQLite before 3.48 dereferences null when one stands beside a term that matches, so it is
+// left out. A table without rows has no tokenizer to ask, and no term matches there.
 std::string TextTables::any_of(std::span<const std::string> terms) {
   std::string expression;
   const auto add = [&](const std::string& term) {
@@ -129,9 +128,8 @@ std::string TextTables::any_of(std::span<const std::string> terms) {
   return expression;
 }
 
-std::vector<RowId> TextTables::best(TextTable table, std::span<const std::string> terms,
+std::vector<RowId> TextTables::best(TextTable table, const std::string& expression,
                                     std::size_t count, const TextIndex::Accept& accept) {
-  const std::string expression = any_of(terms);
   std::vector<RowId> rows;
   if (expression.empty()) return rows;
   Statement match = database_.prepare(

@@ -25,8 +25,11 @@ class TextTables {
   void add(const SymbolDocument& symbol, const Vocabulary& vocabulary);
   void add_files(const Documents& documents);
 
-  // What TextIndex::best promises.
-  [[nodiscard]] std::vector<RowId> best(TextTable table, std::span<const std::string> terms,
+  // The expression that matches any of the terms; empty when none has a token.
+  [[nodiscard]] std::string any_of(std::span<const std::string> terms);
+
+  // What TextIndex::Search promises, of the rows that match the expression.
+  [[nodiscard]] std::vector<RowId> best(TextTable table, const std::string& expression,
                                         std::size_t count, const TextIndex::Accept& accept);
 
   // The weights of a rank expression as SQLite reads them, which may differ in the last bit from
@@ -39,7 +42,6 @@ class TextTables {
 
  private:
   explicit TextTables(storage::Database database);
-  [[nodiscard]] std::string any_of(std::span<const std::string> terms);
 
   storage::Database database_;
   TableTokenizer tokenizer_;

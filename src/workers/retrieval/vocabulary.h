@@ -30,13 +30,16 @@ class Vocabulary {
     for (const std::string_view word : STOP_WORDS) add(word);
   }
 
-  // Appends the words of a text to `out`, without stop words; order and repeats stay.
-  void append_words(std::string_view text, std::vector<WordId>& out) {
+  // Appends the words of a text to `out`, without stop words; order and repeats stay. Returns how
+  // many there are.
+  std::size_t append_words(std::string_view text, std::vector<WordId>& out) {
+    const std::size_t before = out.size();
     WordScanner words(text);
     for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
       const WordId id = number_of(word);
       if (id >= FIRST_WORD) out.push_back(id);
     }
+    return out.size() - before;
   }
 
   // How many numbers are taken, stop words included.

@@ -1,8 +1,8 @@
 #include "workers/retrieval/words.h"
 
 #include <algorithm>
-#include <set>
 
+#include "utils/interner.h"
 #include "velmora/workers/retrieval.h"
 
 namespace velmora::workers::retrieval {
@@ -32,13 +32,15 @@ std::vector<std::string> split_identifier(std::string_view text) {
 
 std::vector<std::string> query_terms(std::string_view text) {
   std::vector<std::string> terms;
-  std::set<std::string> seen;
-  std::string term;
+  utils::Interner seen;
+  std::string words;
+  words.reserve(text.size());  // so that none moves
   WordScanner scanner(text);
   for (std::string_view word = scanner.next(); !word.empty(); word = scanner.next()) {
-    term.clear();
-    internal::append_lowercase(term, word);
-    if (!STOP_WORDS.contains(term) && seen.insert(term).second) terms.push_back(term);
+    internal::append_lowercase(words, word);
+    const std::string_view term(words.end() - static_cast<std::ptrdiff_t>(word.size()),
+                                words.end());
+    if (!STOP_WORDS.contains(term) && seen.add(term) == terms.size()) terms.emplace_back(term);
   }
   return terms;
 }

@@ -120,7 +120,7 @@ TEST(Corpus, IndexesTheTextsOfBothTables) {
   const auto corpus = build_corpus(index, {}, {});
   const auto matching = [&](TextTable table, const std::string& term) {
     std::vector<RowId> rows =
-        corpus->text->best(table, std::array{term}, 9, [](RowId) { return true; });
+        corpus->text->search(std::array{term})(table, 9, [](RowId) { return true; });
     std::sort(rows.begin(), rows.end());
     return rows;
   };

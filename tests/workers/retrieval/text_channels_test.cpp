@@ -29,10 +29,12 @@ std::vector<testing::Row> rows() {
 class TextChannels : public ::testing::Test {
  protected:
   Channel lexical(const Terms& terms, bool tests, std::int64_t depth) {
-    return lexical_channel(*corpus_, terms, Admission(corpus_, tests, std::nullopt), depth);
+    return internal::TextChannels(*corpus_, terms)
+        .lexical(Admission(corpus_, tests, std::nullopt), depth);
   }
   Channel files(const Terms& terms, bool tests, int best_files) {
-    return file_channel(*corpus_, terms, Admission(corpus_, tests, std::nullopt), best_files);
+    return internal::TextChannels(*corpus_, terms)
+        .file(Admission(corpus_, tests, std::nullopt), best_files);
   }
 
   testing::MemoryRepository index_{rows()};

@@ -38,7 +38,7 @@ TextDocuments documents_of(const std::vector<Row>& rows) {
 }
 
 Rows all_rows(const TextIndex& index, const Terms& terms, TextTable table = TextTable::symbols) {
-  return index.best(table, terms, ALL, [](RowId) { return true; });
+  return index.search(terms)(table, ALL, [](RowId) { return true; });
 }
 
 TEST(TextIndex, WritesWeightsByMagnitude) {
@@ -208,13 +208,13 @@ class BothWays {
   void expect_equal(const Terms& terms, std::size_t modulus) const {
     for (const TextTable table : {TextTable::symbols, TextTable::files}) {
       const auto accept = [&](RowId row) { return static_cast<std::uint64_t>(row) % modulus == 0; };
-      const Rows all = tables_index_->best(table, terms, ALL, accept);
+      const Rows all = tables_index_->search(terms)(table, ALL, accept);
       for (std::size_t depth = 1; depth <= all.size() + 1; depth += 1 + depth / 4) {
         const Rows first(all.begin(),
                          all.begin() + static_cast<std::ptrdiff_t>(std::min(depth, all.size())));
-        ASSERT_EQ(index_->best(table, terms, depth, accept), first) << depth;
+        ASSERT_EQ(index_->search(terms)(table, depth, accept), first) << depth;
       }
-      ASSERT_EQ(index_->best(table, terms, ALL, accept), all);
+      ASSERT_EQ(index_->search(terms)(table, ALL, accept), all);
       if (!has_lists()) continue;
       ASSERT_EQ(scores(table, terms), table_scores(table, terms));
     }
@@ -225,7 +225,8 @@ class BothWays {
     std::vector<TermId> known;
     (void)tables_->tokenizer().run([&](const TableTokenizer::Tokenize& tokenize) {
       for (const std::string& term : terms) {
-        known.push_back(dictionary_->find_token(tokenize(term).first));
+        const TermId found = dictionary_->find_token(tokenize(term).first);
+        if (found != Dictionary::UNKNOWN) known.push_back(found);
       }
     });
     Scores scores;
