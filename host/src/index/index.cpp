@@ -1,11 +1,13 @@
 #include "velmora/host/index/index.h"
 
 #include <atomic>
+#include <ctime>
 #include <map>
 #include <mutex>
 #include <string>
 #include <utility>
 
+#include "index/catalog.h"
 #include "index/connection.h"
 #include "index/index_errors.h"
 #include "index/index_file.h"
@@ -156,8 +158,13 @@ void Index::write(const std::function<bool(storage::Database&)>& work) {
     }
     make_private(parts_->file);
     if (work(database) || content == Content::unfilled) {
-      database.execute(
-          "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16)))");
+      database
+          .prepare(
+              "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16))),"
+              " written = ?, version = ?")
+          .bind(1, std::int64_t{std::time(nullptr)})
+          .bind(2, std::string_view(VELMORA_VERSION))
+          .run();
     }
     transaction.commit();
     parts_->remove_at_end = false;
@@ -192,6 +199,15 @@ void Index::update_vectors(const std::function<void(TextVectors&)>& change) {
     TextVectors vectors(database);
     change(vectors);
     return vectors.changed();
+  });
+}
+
+void Index::read(const std::function<void(Catalog&)>& read) {
+  with_index_errors(parts_->file, [&] {
+    const ReaderPool::Lease reader = parts_->readers.borrow();
+    const storage::Transaction one_state(reader->database);
+    Catalog catalog(reader->database);
+    read(catalog);
   });
 }
 

@@ -32,6 +32,8 @@
 
 namespace velmora::host::index {
 
+class Catalog;
+
 // There is no usable index at the path, or somebody else is writing it, or its disk takes nothing
 // more. The message is a sentence for the user and says what to do.
 class IndexError : public std::runtime_error {
@@ -84,6 +86,10 @@ class Index final : public storage::Repository {
 
   // Changes the vectors of texts alone, otherwise as update does.
   void update_vectors(const std::function<void(TextVectors&)>& change);
+
+  // Calls `read` with what the index knows (index/catalog.h), all of one state of it. The catalog is
+  // of no use afterwards. What `read` throws reaches the caller.
+  void read(const std::function<void(Catalog&)>& read);
 
   // A text that names this state of this file, among all states of all files.
   storage::IndexFingerprint retrieval_fingerprint() override;
