@@ -55,11 +55,6 @@ bool has_same_identity(const FileRecord& left, const FileRecord& right) {
          left.changed == right.changed && left.inode == right.inode;
 }
 
-// Never 0, which stands for no hash.
-std::uint64_t hash_of(std::string_view content) {
-  return std::max<std::uint64_t>(index::content_hash(content), 1);
-}
-
 // Whether most of the content stands in long lines.
 bool is_generated(std::string_view content) {
   std::size_t in_long_lines = 0;
@@ -81,6 +76,10 @@ std::string reason_in(const struct stat& status, std::uintmax_t largest) {
 }
 
 }  // namespace
+
+std::uint64_t hash_of(std::string_view content) {
+  return std::max<std::uint64_t>(index::content_hash(content), 1);
+}
 
 std::string reason_of_link(const std::filesystem::path& root, const std::string& path) {
   std::error_code error;

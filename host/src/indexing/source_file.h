@@ -1,6 +1,7 @@
 // One source file on the disk: whether it still is what is known of it, and its content.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -23,6 +24,9 @@ struct LookedAt {
 [[nodiscard]] std::optional<LookedAt> look_at(const std::filesystem::path& root,
                                               const std::string& path, std::string_view expected,
                                               const ScanOptions& options);
+
+// The hash that a record keeps of a file's content. Never 0, which stands for no hash.
+[[nodiscard]] std::uint64_t hash_of(std::string_view content);
 
 // Why the link `path` under `root` is not followed, in a few words: it leads out of the tree, or to
 // a place in it where the scan comes anyway (two names would make every symbol a double), or to
