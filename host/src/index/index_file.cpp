@@ -18,7 +18,7 @@ using storage::DatabaseError;
 using storage::Statement;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 6;
+constexpr std::int64_t FORMAT = 7;
 
 constexpr const char* TABLES = R"sql(
 CREATE TABLE meta(
@@ -26,7 +26,8 @@ CREATE TABLE meta(
   generation INTEGER NOT NULL,  -- grows with every committed change
   state TEXT NOT NULL,          -- random, drawn for every generation: copies of a file part ways
   extraction TEXT NOT NULL,     -- the version of what made the symbols; empty: an import
-  mark TEXT NOT NULL DEFAULT '' -- of the file in which the index was made
+  largest_file INTEGER NOT NULL DEFAULT 0, -- in bytes; what is larger was left out
+  mark TEXT NOT NULL DEFAULT ''            -- of the file in which the index was made
 );
 -- What is known of a file that nobody read: its path.
 CREATE TABLE files(
@@ -82,7 +83,7 @@ CREATE TABLE vectors(
   numbers BLOB NOT NULL   -- of the model's kind, little-endian
 );
 CREATE UNIQUE INDEX vectors_by_text ON vectors(model, text) WHERE text IS NOT NULL;
-INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), '', '');
+INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), '', 0, '');
 )sql";
 
 std::int64_t number(Database& database, std::string_view sql) {
