@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <tuple>
 #include <unordered_map>
 #include <utility>
 
+#include "index/read_tree_state.h"
 #include "index/symbol_ids.h"
 #include "velmora/storage/sqlite.h"
 
@@ -15,10 +14,6 @@ namespace {
 
 using storage::Database;
 using storage::Statement;
-
-// What a record of a file has, in the order of `file_record`.
-constexpr std::string_view SELECT_FILES =
-    "SELECT path, language, expected, size, modified, changed, inode, hash, skipped FROM files";
 
 // The condition that a path is ?1 or in the folder ?1.
 constexpr std::string_view IN_PLACE =
@@ -29,18 +24,6 @@ std::string text(const Statement& row, int column) { return std::string(row.colu
 std::optional<std::string> optional_text(const Statement& row, int column) {
   const std::optional<std::string_view> text = row.column_optional_text(column);
   return text ? std::optional<std::string>(*text) : std::nullopt;
-}
-
-FileRecord file_record(const Statement& row) {
-  return {.path = text(row, 0),
-          .language = text(row, 1),
-          .expected = text(row, 2),
-          .size = row.column_int64(3),
-          .modified = row.column_int64(4),
-          .changed = row.column_int64(5),
-          .inode = std::bit_cast<std::uint64_t>(row.column_int64(6)),
-          .hash = std::bit_cast<std::uint64_t>(row.column_int64(7)),
-          .skipped = text(row, 8)};
 }
 
 // Reads whole symbols by their ids.
@@ -176,15 +159,10 @@ std::vector<ModelCount> models(const Database& database) {
 }  // namespace
 
 std::optional<FileRecord> Catalog::file(std::string_view path) const {
-  Statement select = database_.prepare(std::string(SELECT_FILES) + " WHERE path = ?");
-  select.bind(1, path);
-  return select.step() ? std::optional(file_record(select)) : std::nullopt;
+  return read_file_record(database_, path);
 }
 
-void Catalog::each_file(const std::function<void(FileRecord)>& see) const {
-  Statement select = database_.prepare(std::string(SELECT_FILES) + " ORDER BY path");
-  while (select.step()) see(file_record(select));
-}
+TreeState Catalog::tree_state() const { return read_tree_state(database_); }
 
 bool Catalog::has_place(std::string_view path) const {
   Statement select = database_.prepare("SELECT 1 FROM files" + std::string(IN_PLACE) + " LIMIT 1");

@@ -25,8 +25,9 @@ std::string making_command(const fs::path& file) {
   return repository.empty() ? import_command(file) : "velmora index " + repository;
 }
 
-std::string no_index_message(const fs::path& file) {
-  return "There is no index at " + file.string() + ". Make one with: " + making_command(file);
+NoIndexError no_index(const fs::path& file) {
+  return NoIndexError("There is no index at " + file.string() +
+                      ". Make one with: " + making_command(file));
 }
 
 std::string remaking_advice(const fs::path& file) {

@@ -26,9 +26,10 @@ CREATE TABLE meta(
   generation INTEGER NOT NULL,  -- grows with every committed change
   state TEXT NOT NULL,          -- random, drawn for every generation: copies of a file part ways
   extraction TEXT NOT NULL,     -- the version of what made the symbols; empty: an import
-  mark TEXT NOT NULL DEFAULT '',       -- of the file in which the index was made
-  written INTEGER NOT NULL DEFAULT 0,  -- when the generation grew last, in seconds since 1970
-  version TEXT NOT NULL DEFAULT ''     -- of the velmora that did this
+  largest_file INTEGER NOT NULL DEFAULT 0,  -- in bytes; what is larger was left out
+  mark TEXT NOT NULL DEFAULT '',            -- of the file in which the index was made
+  written INTEGER NOT NULL DEFAULT 0,       -- when the generation grew last, in seconds since 1970
+  version TEXT NOT NULL DEFAULT ''          -- of the velmora that did this
 );
 -- What is known of a file that nobody read: its path.
 CREATE TABLE files(
