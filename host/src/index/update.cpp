@@ -140,6 +140,14 @@ class Update::Impl {
     return stored;
   }
 
+  std::int64_t waiting_for(std::string_view name) const {
+    Statement select =
+        database_.prepare("SELECT id FROM models WHERE name = ? AND kind = 'int8'");
+    if (!select.bind(1, name).step()) return symbol_count();
+    return number("SELECT count(*) FROM waiting WHERE model = " +
+                  std::to_string(select.column_int64(0)));
+  }
+
   std::int64_t symbol_count() const { return number("SELECT count(*) FROM symbols"); }
   TextVectors& text_vectors() { return text_vectors_; }
   bool changed() const { return changed_ || text_vectors_.changed(); }
@@ -149,7 +157,7 @@ class Update::Impl {
   }
 
  private:
-  std::int64_t number(std::string_view sql) const {
+  std::int64_t number(const std::string& sql) const {
     Statement select = database_.prepare(sql);
     return select.step() ? select.column_int64(0) : 0;
   }
@@ -292,6 +300,9 @@ std::int64_t Update::embed(std::string_view model, std::size_t dimensions,
   return impl_->embed(model, dimensions, vector_of);
 }
 std::int64_t Update::symbol_count() const { return impl_->symbol_count(); }
+std::int64_t Update::waiting_for(std::string_view model) const {
+  return impl_->waiting_for(model);
+}
 TextVectors& Update::text_vectors() { return impl_->text_vectors(); }
 bool Update::changed() const { return impl_->changed(); }
 void Update::finish() { impl_->finish(); }

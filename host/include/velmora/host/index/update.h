@@ -65,6 +65,9 @@ class Update {
   // call. Returns how many vectors were stored. To be called after the files are stored.
   std::int64_t embed(std::string_view model, std::size_t dimensions, const VectorOf& vector_of);
 
+  // How many symbols that call would offer.
+  [[nodiscard]] std::int64_t waiting_for(std::string_view model) const;
+
   // The vectors of texts, in the same transaction.
   [[nodiscard]] TextVectors& text_vectors();
 
