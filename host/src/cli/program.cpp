@@ -28,11 +28,15 @@ void reserve_standard_streams() {
 
 ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   ExitCode exit_code = ExitCode::answered;
+  add_clean_command(app, exit_code);
   add_embed_command(app, exit_code);
   add_explore_command(app, exit_code);
   add_import_command(app, exit_code);
   add_index_command(app, exit_code);
+  add_outline_command(app, exit_code);
   add_search_command(app, exit_code);
+  add_show_command(app, exit_code);
+  add_status_command(app, exit_code);
   try {
     app.parse(argc, argv);
     return exit_code;

@@ -115,7 +115,7 @@ std::vector<Place> places(const Database& database, const Choice& choice) {
     if (choice.line && (*choice.line < start || *choice.line > select.column_int64(4))) continue;
     const SymbolId id = select.column_int64(0);
     std::optional<int> grade = 0;
-    if (choice.grade) grade = choice.grade(id, select.column_text(5), select.column_text(6));
+    if (choice.grade) grade = choice.grade(select.column_text(5), select.column_text(6));
     if (grade) found.push_back({.grade = *grade, .file = file->second, .line = start, .id = id});
   }
   return found;

@@ -27,8 +27,7 @@ namespace velmora::host::index {
 
 // How well a symbol fits, 0 best; nothing when it does not. Called once for each symbol in
 // question; the texts live for the call.
-using Grade =
-    std::function<std::optional<int>(SymbolId id, std::string_view name, std::string_view fqn)>;
+using Grade = std::function<std::optional<int>(std::string_view name, std::string_view fqn)>;
 
 // Which symbols are meant, and how many of them.
 struct Choice {

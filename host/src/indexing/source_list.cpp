@@ -16,6 +16,12 @@ bool is_link_to_folder(const fs::path& file) {
   return fs::is_symlink(fs::symlink_status(file, gone)) && fs::is_directory(file, gone);
 }
 
+std::string extension_of(const std::string& file) {
+  constexpr std::size_t LONGEST = 16;
+  std::string extension = fs::path(file).extension().string();
+  return extension.size() > LONGEST ? std::string() : extension;
+}
+
 }  // namespace
 
 SourceList::SourceList(const fs::path& root, std::size_t most_files) {
@@ -26,6 +32,8 @@ SourceList::SourceList(const fs::path& root, std::size_t most_files) {
     if (!language_of(file).empty()) return false;
     if (is_link_to_folder(root / file)) {
       skipped_.push_back({file, reason_of_link(root, file), true});
+    } else {
+      ++others_[extension_of(file)];
     }
     return true;
   });

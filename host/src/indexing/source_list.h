@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +26,10 @@ class SourceList {
   // What list_files left out, and links to folders.
   [[nodiscard]] const std::vector<Skipped>& skipped() const { return skipped_; }
 
+  // How many files are of no such language, by the extension of their names, with its dot; those
+  // without one, and with one that is longer than any that people use, are under "".
+  [[nodiscard]] const std::map<std::string, std::size_t>& others() const { return others_; }
+
   // The language of one of the files, as its name and those of its neighbours tell.
   [[nodiscard]] std::string_view expected_language(const std::string& file) const;
 
@@ -34,6 +39,7 @@ class SourceList {
  private:
   std::vector<std::string> files_;
   std::vector<Skipped> skipped_;
+  std::map<std::string, std::size_t> others_;
   std::optional<HeaderLanguage> headers_;
 };
 
