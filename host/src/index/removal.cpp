@@ -17,12 +17,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Everything that is ever written into the folder. The index first: what is left without it is of
-// no use, and the other way round it would be an index without its log. The locks last: who waits
-// for one finds no index then.
+// Everything that is ever written into the folder. The index goes first: a log without its index is
+// of no use, an index without its log may be half of one. The locks go last: whoever waits for one
+// finds no index then.
 constexpr std::array<const char*, 9> OWN_FILES = {
-    "index.db-wal", "index.db-shm",     "index.db-journal", "index.db", "tuned.model",
-    "tuned.model.made", "embed.lock", "lock",             ".gitignore"};
+    "index.db",         "index.db-wal", "index.db-shm", "index.db-journal", "tuned.model",
+    "tuned.model.made", "embed.lock",   "lock",         ".gitignore"};
 
 [[noreturn]] void fail(const fs::path& what) {
   throw std::system_error(errno, std::generic_category(), what.string() + " cannot be removed");
