@@ -60,10 +60,10 @@ std::string nothing_text(const std::string& what, index::Index& index,
     places = browse::places(catalog, line ? line->path : what, from);
   });
   if (places.empty() || places.front().empty()) return "No symbol has the name " + what;
-  const std::string outline = ". For its symbols: velmora outline " + places.front();
-  return (line ? "No symbol of " + places.front() + " has line " + std::to_string(line->line)
+  const std::string place = printable_line(places.front());
+  return (line ? "No symbol of " + place + " has line " + std::to_string(line->line)
                : what + " is a place, not a symbol") +
-         outline;
+         ". For its symbols: velmora outline " + place;
 }
 
 // One that fits best is shown whole, of several that fit equally well each in a line.
