@@ -51,8 +51,7 @@ void embed_folder(const std::string& folder, const ServerEmbeddingOptions& optio
     if (before < 0 && now.total > 0) before = now.done;
     if (before < 0 || now.done == before) return;
     line.show([&](double seconds) {
-      return std::to_string(now.done) + " of " + std::to_string(now.total) +
-             " symbols, " +
+      return std::to_string(now.done) + " of " + std::to_string(now.total) + " symbols, " +
              rate_text(static_cast<double>(now.done - before),
                        static_cast<double>(now.total - now.done), "symbols", seconds);
     });

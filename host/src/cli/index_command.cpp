@@ -111,8 +111,7 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
 
 void index_folder(const IndexOptions& options) {
   if (options.embed) require_server(options.server);
-  const auto model =
-      indexing_model(options.embedding, upkeep::index_of_repository(options.folder));
+  const auto model = indexing_model(options.embedding, upkeep::index_of_repository(options.folder));
   if (options.watch) return watch_folder(options, model);
   write_output(summary(refresh(options, options.rebuild, model, [] {})));
   if (options.embed) embed_folder(options.folder, options.server);

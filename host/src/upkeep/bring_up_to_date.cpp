@@ -60,8 +60,8 @@ UpkeepReport look_after(const fs::path& root, index::Index& index, const index::
   const auto lock = index::WriterLock::try_take(writer_lock_of(file));
   if (!lock) {
     report.standing = Standing::busy;
-    report.reason = "it is being brought up to date by " +
-                    index::WriterLock::holder(writer_lock_of(file));
+    report.reason =
+        "it is being brought up to date by " + index::WriterLock::holder(writer_lock_of(file));
     return report;
   }
   try {

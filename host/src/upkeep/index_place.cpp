@@ -67,8 +67,9 @@ void require_no_consent(const fs::path& folder) {
   const bool is_home =
       is_same_folder(folder, home == nullptr ? "" : home) || is_same_folder(folder, home_of_user());
   if (!is_home && !is_same_folder(folder, "/")) return;
-  throw ConsentError(folder.string() + " is " + (is_home ? "your home folder" : "the whole disk") +
-                     ", which is indexed with --yes only. To index a part of it: velmora index DIR");
+  throw ConsentError(
+      folder.string() + " is " + (is_home ? "your home folder" : "the whole disk") +
+      ", which is indexed with --yes only. To index a part of it: velmora index DIR");
 }
 
 }  // namespace velmora::host::upkeep

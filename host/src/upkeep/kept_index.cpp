@@ -155,14 +155,15 @@ class KeptIndex::Impl {
   void make() {
     watcher_.reset();  // what it locked went with the index
     try {
-      static_cast<void>(make_index(
-          root_, {.consent = options_.consent,
-                  .model = options_.model ? options_.model() : nullptr,
-                  .lock = [this](const fs::path& index) { return wait_for_lock(index); },
-                  .progress = [this](const auto& now) { show("made", now); },
-                  .tell = [](const std::string& sentence) {
-                    LOGGER.log(logging::Level::warning, [&] { return sentence; });
-                  }}));
+      static_cast<void>(
+          make_index(root_, {.consent = options_.consent,
+                             .model = options_.model ? options_.model() : nullptr,
+                             .lock = [this](const fs::path& index) { return wait_for_lock(index); },
+                             .progress = [this](const auto& now) { show("made", now); },
+                             .tell =
+                                 [](const std::string& sentence) {
+                                   LOGGER.log(logging::Level::warning, [&] { return sentence; });
+                                 }}));
     } catch (const ConsentError&) {
       refused_ = true;  // to ask again would take as long again
       throw;
@@ -170,10 +171,11 @@ class KeptIndex::Impl {
   }
 
   UpkeepReport bring() {
-    return bring_up_to_date(root_, *index_,
-                            {.budget = NO_BUDGET,
-                             .model = options_.model,
-                             .progress = [this](const auto& now) { show("brought up to date", now); }});
+    return bring_up_to_date(
+        root_, *index_,
+        {.budget = NO_BUDGET, .model = options_.model, .progress = [this](const auto& now) {
+           show("brought up to date", now);
+         }});
   }
 
   // Whether this process watches from now on.

@@ -45,7 +45,9 @@ bool is_left_out_still(const fs::path& root, const indexing::Glance& seen) {
 class Comparison {
  public:
   Comparison(const fs::path& root, const index::TreeState& tree)
-      : root_(root), tree_(tree), options_{.largest_file = tree.largest_file, .known = &tree.files} {
+      : root_(root),
+        tree_(tree),
+        options_{.largest_file = tree.largest_file, .known = &tree.files} {
     found_.other_extraction = tree.extraction != indexing::EXTRACTION_VERSION;
   }
 
@@ -54,8 +56,7 @@ class Comparison {
     const indexing::SourceList sources(root_, indexing::ANY_NUMBER_OF_FILES);
     std::size_t known = 0;
     for (const std::string& path : sources.files()) {
-      const auto seen =
-          indexing::glance_at(root_, path, sources.expected_language(path), options_);
+      const auto seen = indexing::glance_at(root_, path, sources.expected_language(path), options_);
       if (!seen) continue;
       if (seen->known != nullptr) ++known;
       count(*seen);

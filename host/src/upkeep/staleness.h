@@ -20,8 +20,8 @@ struct Staleness {
   std::size_t unproven = 0;
   // Another build of the program made the symbols: every file is parsed anew.
   bool other_extraction = false;
-  std::uintmax_t bytes = 0;                // to read
-  std::chrono::duration<double> time{};    // that bringing the index up to date takes, estimated
+  std::uintmax_t bytes = 0;              // to read
+  std::chrono::duration<double> time{};  // that bringing the index up to date takes, estimated
 
   [[nodiscard]] std::size_t changes() const { return added + changed + removed; }
   [[nodiscard]] bool is_fresh() const { return changes() + unproven == 0 && !other_extraction; }
