@@ -7,11 +7,12 @@
 #include <utility>
 
 #include "cli/answer.h"
+#include "cli/asked_index.h"
 #include "cli/batch.h"
 #include "cli/embedding_options.h"
-#include "cli/index_location.h"
 #include "cli/input.h"
 #include "cli/output.h"
+#include "cli/progress_line.h"
 #include "cli/rerank_options.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
@@ -28,7 +29,7 @@ using workers::retrieval::RetrieveOptions;
 struct ExploreOptions {
   std::optional<std::string> question;
   std::optional<std::string> batch;
-  IndexLocation location;
+  AskedIndex location;
   int limit = 10;
   std::optional<std::string> scope;
   bool include_tests = false;
@@ -57,7 +58,9 @@ ExitCode explore(const ExploreOptions& options) {
   }
   require_whole_server(options.embedding);
   const std::filesystem::path file = options.location.file();
-  const auto index = open_index(options.location);  // first: what is wrong with it matters most
+  // First: what is wrong with it matters most.
+  const auto index = options.location.open(options.embedding);
+  const ProgressLine line("Answering");
   HybridRetriever retriever(
       index, {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
   if (options.batch) {

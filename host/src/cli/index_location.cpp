@@ -1,11 +1,8 @@
 #include "cli/index_location.h"
 
 #include <CLI/CLI.hpp>
-#include <stdexcept>
-#include <system_error>
 
-#include "cli/output.h"
-#include "velmora/host/index/index_folder.h"
+#include "upkeep/index_place.h"
 
 namespace velmora::host::cli {
 
@@ -23,37 +20,10 @@ void IndexLocation::add_to(CLI::App& command) {
 
 fs::path IndexLocation::file() const {
   if (index) return *index;
-  if (repository) return index_of_repository(*repository);
-  return nearest_index(fs::current_path());
-}
-
-std::shared_ptr<index::Index> open_index(const IndexLocation& location) {
-  const fs::path file = location.file();
-  auto index = index::Index::open(file);
-  if (!location.index && !index->made_here()) {
-    tell("The index at " + file.string() +
-         " was not made here by you, and says what its maker wanted. Make it anew with: velmora"
-         " index " +
-         file.parent_path().parent_path().string());
-  }
-  return index;
-}
-
-fs::path index_of_repository(const fs::path& folder) {
-  return folder / index::INDEX_FOLDER / "index.db";
-}
-
-fs::path nearest_index(const fs::path& folder) {
-  fs::path at = fs::absolute(folder);
-  while (true) {
-    std::error_code unreadable;  // a folder that may not be read has no index for this user
-    if (fs::exists(index_of_repository(at), unreadable)) return index_of_repository(at);
-    if (at == at.parent_path()) break;
-    at = at.parent_path();
-  }
-  throw std::runtime_error("There is no index in " + folder.string() +
-                           " or a folder above it. Make one with: velmora index " +
-                           folder.string());
+  if (repository) return upkeep::index_of_repository(*repository);
+  const fs::path here = fs::current_path();
+  if (const std::optional<fs::path> nearest = upkeep::nearest_index(here)) return *nearest;
+  return upkeep::index_of_repository(upkeep::folder_to_index(here));
 }
 
 }  // namespace velmora::host::cli

@@ -19,4 +19,8 @@ namespace velmora::host::cli {
 [[nodiscard]] index::WriterLock take_embed_lock(const std::filesystem::path& index,
                                                 const std::function<void()>& check);
 
+// The same for whoever watches the files of `index` for all processes of the user.
+[[nodiscard]] index::WriterLock take_watch_lock(const std::filesystem::path& index,
+                                                const std::function<void()>& check);
+
 }  // namespace velmora::host::cli

@@ -10,6 +10,7 @@
 #include <new>
 #include <system_error>
 
+#include "cli/progress_line.h"
 #include "velmora/logging.h"
 
 namespace velmora::host::cli {
@@ -68,6 +69,7 @@ class StandardErrorSink final : public logging::Sink {
 }  // namespace
 
 void write_output(std::string_view text) {
+  hide_progress_line();
   if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
     return;
   }
@@ -80,6 +82,7 @@ void tell(std::string_view sentence) noexcept {
   try {
     // One call, so that the lines of several threads do not mix.
     const std::string line = "velmora: " + printable(sentence) + "\n";
+    hide_progress_line();
     std::fwrite(line.data(), 1, line.size(), stderr);
   } catch (const std::bad_alloc&) {
     std::fputs("velmora: There is not enough memory\n", stderr);

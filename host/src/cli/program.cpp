@@ -10,6 +10,7 @@
 #include <sstream>
 #include <string>
 
+#include "cli/end_signals.h"
 #include "cli/output.h"
 #include "velmora/host/cli/commands.h"
 
@@ -59,6 +60,7 @@ int run(int argc, const char* const* argv) {
   std::signal(SIGPIPE, SIG_IGN);
   // So does one that makes a file larger than the user's limit.
   std::signal(SIGXFSZ, SIG_IGN);
+  end_at_signals();
 
   CLI::App app("Velmora finds the code that answers a question.", "velmora");
   app.set_version_flag("--version", "velmora " VELMORA_VERSION);
@@ -69,6 +71,8 @@ int run(int argc, const char* const* argv) {
   app.require_subcommand(1);
   try {
     return static_cast<int>(parse_and_run(app, argc, argv));
+  } catch (const Interrupted& end) {
+    return static_cast<int>(end.exit_code());
   } catch (const NobodyReads&) {
     return static_cast<int>(ExitCode::failed);
   } catch (const std::bad_alloc&) {

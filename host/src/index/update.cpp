@@ -141,8 +141,7 @@ class Update::Impl {
   }
 
   std::int64_t waiting_for(std::string_view name) const {
-    Statement select =
-        database_.prepare("SELECT id FROM models WHERE name = ? AND kind = 'int8'");
+    Statement select = database_.prepare("SELECT id FROM models WHERE name = ? AND kind = 'int8'");
     if (!select.bind(1, name).step()) return symbol_count();
     return number("SELECT count(*) FROM waiting WHERE model = " +
                   std::to_string(select.column_int64(0)));
@@ -300,9 +299,7 @@ std::int64_t Update::embed(std::string_view model, std::size_t dimensions,
   return impl_->embed(model, dimensions, vector_of);
 }
 std::int64_t Update::symbol_count() const { return impl_->symbol_count(); }
-std::int64_t Update::waiting_for(std::string_view model) const {
-  return impl_->waiting_for(model);
-}
+std::int64_t Update::waiting_for(std::string_view model) const { return impl_->waiting_for(model); }
 TextVectors& Update::text_vectors() { return impl_->text_vectors(); }
 bool Update::changed() const { return impl_->changed(); }
 void Update::finish() { impl_->finish(); }

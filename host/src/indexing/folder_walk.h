@@ -32,8 +32,8 @@ class FolderWalk {
              std::size_t most_files);
 
   // Reads every folder from `root` down, under the rules `above`, which may be null, and those that
-  // it finds. Throws std::filesystem::filesystem_error when `root` cannot be read, TooManyFilesError
-  // as soon as there are more than `most_files`.
+  // it finds. Throws std::filesystem::filesystem_error when `root` cannot be read,
+  // TooManyFilesError as soon as there are more than `most_files`.
   [[nodiscard]] Walked run(std::shared_ptr<const IgnoreRules> above);
 
  private:

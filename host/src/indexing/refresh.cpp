@@ -85,12 +85,12 @@ RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::
   report.symbols = update.symbol_count();
   embedding::link_known_vectors(update.text_vectors());
   if (options.model) {
-    report.embedded = embedding::embed_symbols(
-        update, *options.model, [&](std::int64_t embedded, std::int64_t to_embed) {
-          progress.embedded = embedded;
-          progress.to_embed = to_embed;
-          if (options.progress) options.progress(progress);
-        });
+    report.embedded = embedding::embed_symbols(update, *options.model,
+                                               [&](std::int64_t embedded, std::int64_t to_embed) {
+                                                 progress.embedded = embedded;
+                                                 progress.to_embed = to_embed;
+                                                 if (options.progress) options.progress(progress);
+                                               });
   }
   return report;
 }

@@ -15,6 +15,8 @@ enum class ExitCode : int {
   nothing_found = 1,  // it has none
   wrong_usage = 2,    // the command line cannot be understood
   failed = 3,         // anything else; the reason is on standard error
+  interrupted = 130,  // by SIGINT, as by Ctrl-C: what a shell says of it
+  terminated = 143,   // by SIGTERM, likewise
 };
 
 // The program's subcommands, one source file each. `app` and `exit_code` outlive the parse.

@@ -39,7 +39,7 @@ struct RefreshProgress {
 
 struct RefreshOptions {
   std::uintmax_t largest_file = ScanOptions().largest_file;  // in bytes
-  std::size_t most_files = ANY_NUMBER_OF_FILES;  // as ScanOptions has it
+  std::size_t most_files = ANY_NUMBER_OF_FILES;              // as ScanOptions has it
   // Files that parsing took too much for are read again.
   bool retry = false;
   // Embeds the symbols that it did not embed yet. Null: new symbols get no vector for now.
