@@ -28,7 +28,8 @@ std::string name_of(const Symbol& symbol) {
 // Whether the lines show the docstring anyway: its first line is among them.
 bool shows(const std::optional<SourceLines>& source, std::string_view docstring) {
   const std::string_view first = docstring.substr(0, docstring.find('\n'));
-  return source && !first.empty() && std::ranges::any_of(source->lines, [&](const std::string& line) {
+  return source && !first.empty() &&
+         std::ranges::any_of(source->lines, [&](const std::string& line) {
            return line.find(first) != std::string::npos;
          });
 }
@@ -66,7 +67,7 @@ std::string title(const Symbol& symbol) {
 std::string symbol_line(const Symbol& symbol) {
   std::string line = place_of(symbol) + "  " + name_of(symbol);
   if (symbol.signature) line += "  " + title(symbol);
-  return line + "  #" + std::to_string(*symbol.id);
+  return line + "  @" + std::to_string(*symbol.id);
 }
 
 LimitedText symbols_text(std::span<const Symbol> symbols, std::size_t most_characters) {

@@ -18,8 +18,8 @@ namespace velmora::host::browse {
 
 struct Definition {
   index::Symbol symbol;
-  std::vector<index::Symbol> around = {};     // what it stands in, the outermost first
-  std::optional<SourceLines> source = {};     // nothing when it cannot be read
+  std::vector<index::Symbol> around = {};  // what it stands in, the outermost first
+  std::optional<SourceLines> source = {};  // nothing when it cannot be read
 };
 
 // The definition of a symbol of the index; without its source when `root` is empty.
@@ -31,8 +31,8 @@ struct Definition {
 [[nodiscard]] LimitedText definition_text(const Definition& definition,
                                           std::size_t most_characters = EVERY_CHARACTER);
 
-// A symbol in one line: "src/store.py:48-55  method app.Store.size  Store.size() -> int", and its
-// id behind that, by which it can be asked for.
+// A symbol in one line: "src/store.py:48-55  method app.Store.size  Store.size() -> int  @4711".
+// Its place and its id, the last, are what look_up takes.
 [[nodiscard]] std::string symbol_line(const index::Symbol& symbol);
 
 // Symbols to choose from, a line each.

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <iterator>
+#include <system_error>
 #include <tuple>
 #include <utility>
 
@@ -35,6 +37,11 @@ std::optional<std::string> as_indexed(const fs::path& path) {
   return outside ? std::nullopt : std::optional(std::move(text));
 }
 
+// Whether somebody says "from here", as with ./ and ..
+bool begins_here(const fs::path& path) {
+  return !path.empty() && (*path.begin() == "." || *path.begin() == "..");
+}
+
 // What `path` may be, the likelier first.
 std::vector<std::string> readings(const fs::path& path, const Viewpoint& from) {
   std::vector<std::string> found;
@@ -43,20 +50,28 @@ std::vector<std::string> readings(const fs::path& path, const Viewpoint& from) {
       found.push_back(*std::move(indexed));
     }
   };
+  const auto add_absolute = [&](const fs::path& reading) {
+    if (from.root.empty() || !reading.is_absolute()) return;
+    add(reading.lexically_normal().lexically_relative(from.root));
+  };
   if (path.is_absolute()) {
-    if (!from.root.empty()) add(path.lexically_normal().lexically_relative(from.root));
+    add_absolute(path);
+    std::error_code unknown;  // then it names nothing that is there
+    if (found.empty()) add_absolute(fs::weakly_canonical(path, unknown));
     return found;
   }
-  if (!from.folder.empty()) add(fs::path(from.folder) / path);
-  add(path);
+  if (!from.folder.empty()) add_absolute(from.folder / path);
+  if (found.empty() || !begins_here(path)) add(path);
   return found;
 }
 
-// Innermost first: fewest lines, then the longest name.
+// Innermost first: fewest lines, then the longest name. An index may come from anybody: lines are
+// any numbers.
 void sort_innermost_first(std::vector<Symbol>& symbols) {
   const auto key = [](const Symbol& symbol) {
-    return std::tuple(symbol.end_line - symbol.start_line,
-                      -static_cast<std::int64_t>(symbol.fqn.size()), *symbol.id);
+    const auto lines =
+        static_cast<std::uint64_t>(symbol.end_line) - static_cast<std::uint64_t>(symbol.start_line);
+    return std::tuple(lines, SIZE_MAX - symbol.fqn.size(), *symbol.id);
   };
   std::ranges::sort(symbols, {}, key);
 }
@@ -69,6 +84,7 @@ Chosen at_line(const Catalog& catalog, const FileLine& place, const Viewpoint& f
     if (!catalog.file(file)) continue;  // a folder
     std::vector<Symbol> found =
         catalog.choose({.place = file, .line = place.line, .limit = MOST_AROUND_A_LINE}).symbols;
+    std::erase_if(found, [&](const Symbol& symbol) { return symbol.end_line < place.last; });
     if (found.empty()) continue;
     sort_innermost_first(found);
     chosen.total += found.size();
@@ -95,24 +111,27 @@ std::vector<std::string> places(const Catalog& catalog, std::string_view path,
 }
 
 std::optional<FileLine> file_line(std::string_view text) {
-  std::vector<std::int64_t> numbers;  // the last first
-  while (numbers.size() < 2) {
+  std::optional<FileLine> found;
+  if (text.ends_with(':')) text.remove_suffix(1);
+  for (int part = 0; part < 2; ++part) {  // the column, if there is one, and the line
     const std::size_t colon = text.rfind(':');
     if (colon == std::string_view::npos || colon == 0) break;
-    const std::optional<std::int64_t> value = number(text.substr(colon + 1));
-    if (!value || *value < 0) break;
-    numbers.push_back(*value);
+    const std::string_view lines = text.substr(colon + 1);
+    const std::size_t dash = lines.find('-');
+    const auto first = number(lines.substr(0, dash));
+    const auto last = dash == std::string_view::npos ? first : number(lines.substr(dash + 1));
+    if (!first || !last) break;
     text = text.substr(0, colon);
+    found = {.path = std::string(text), .line = *first, .last = *last};
   }
-  if (numbers.empty()) return std::nullopt;
-  return FileLine{.path = std::string(text), .line = numbers.back()};
+  return found;
 }
 
 Chosen look_up(index::Index& index, std::string_view what, const Viewpoint& from,
                std::size_t limit) {
   Chosen chosen;
   index.read([&](const Catalog& catalog) {
-    if (const std::optional<std::int64_t> id = number(what)) {
+    if (const auto id = number(what.starts_with('@') ? what.substr(1) : what)) {
       if (std::optional<Symbol> symbol = catalog.symbol(*id)) {
         chosen = {.total = 1, .best = 1, .files = 1};
         chosen.symbols.push_back(*std::move(symbol));

@@ -21,7 +21,7 @@ bool encloses(const Symbol& outer, const Symbol& inner) {
 
 void sort_outer_first(std::vector<Symbol>& symbols) {
   const auto key = [](const Symbol& symbol) {
-    return std::tuple(std::string_view(symbol.path), symbol.start_line, -symbol.end_line,
+    return std::tuple(std::string_view(symbol.path), symbol.start_line, ~symbol.end_line,
                       symbol.fqn.size(), *symbol.id);
   };
   std::ranges::sort(symbols, {}, key);

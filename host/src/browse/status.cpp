@@ -54,12 +54,18 @@ std::string list_of(const List& list, std::size_t most, Name&& name) {
   return text;
 }
 
+// What somebody else may have written into the index, however long.
+std::string brief(const std::string& text) {
+  constexpr std::size_t LONGEST = 240;
+  return one_line(text, LONGEST);
+}
+
 std::string name_of(const std::string& name) {
-  return name.empty() ? "of no known language" : cli::printable_line(name);
+  return name.empty() ? "of no known language" : brief(name);
 }
 
 std::string extension_name(const std::string& extension) {
-  return extension.empty() ? "without an extension" : cli::printable_line(extension);
+  return extension.empty() ? "without an extension" : brief(extension);
 }
 
 // By count, the most first.
@@ -90,8 +96,7 @@ class StatusWriter {
     const index::Summary& summary = status_.summary;
     writer_.add("Index: " + cli::printable_line(status_.file.string()) + ", " +
                 in_megabytes(status_.bytes));
-    writer_.add("Written: " + utc_time(summary.written) + " by velmora " +
-                cli::printable_line(summary.version) +
+    writer_.add("Written: " + utc_time(summary.written) + " by velmora " + brief(summary.version) +
                 (summary.extraction.empty() ? ", as an import" : ""));
     if (!status_.made_here) {
       writer_.add("It was not made here by you, and says what its maker wanted.");
@@ -117,8 +122,8 @@ class StatusWriter {
     const index::Summary& summary = status_.summary;
     if (summary.models.empty()) writer_.add("Vectors: none; questions go by names and text alone");
     for (const index::ModelCount& model : summary.models) {
-      std::string line = "Vectors of " + cli::printable_line(model.name) + ": " +
-                         number(model.vectors) + " as " + cli::printable_line(model.kind);
+      std::string line = "Vectors of " + brief(model.name) + ": " + number(model.vectors) + " as " +
+                         brief(model.kind);
       if (model.vectors < summary.symbols) {
         line += ", " + number(summary.symbols - model.vectors) + " symbols have none";
       }
@@ -132,14 +137,14 @@ class StatusWriter {
     std::map<std::string, std::size_t> reasons;
     for (const Skipped& one : status_.left_out) ++reasons[one.reason];
     writer_.add("Left out: " + list_of(by_count(reasons), most_, [](const std::string& reason) {
-                  return "(" + cli::printable_line(reason) + ")";
+                  return "(" + brief(reason) + ")";
                 }));
     add_list(status_.left_out, [](const Skipped& one) {
-      return cli::printable_line(one.path + (one.is_folder ? "/: " : ": ") + one.reason);
+      return cli::printable_line(one.path) + (one.is_folder ? "/: " : ": ") + brief(one.reason);
     });
   }
 
-  void add_changes(const TreeChanges& tree) {
+  void add_changes(const upkeep::TreeChanges& tree) {
     if (!tree.others.empty()) {
       writer_.add("Not read: " + list_of(by_count(tree.others), most_, extension_name));
     }
@@ -156,8 +161,7 @@ class StatusWriter {
   }
 
   void add_paths(const std::string& what, const std::vector<std::string>& paths) {
-    add_list(paths,
-             [&](const std::string& path) { return what + cli::printable_line(path); });
+    add_list(paths, [&](const std::string& path) { return what + cli::printable_line(path); });
   }
 
   template <class Item, class Line>
@@ -175,10 +179,9 @@ class StatusWriter {
 }  // namespace
 
 Status status_of(index::Index& index, const fs::path& file) {
-  const fs::path path = fs::absolute(file).lexically_normal();
-  Status status{.file = path,
-                .root = index::repository_of(path),
-                .bytes = size_of(path),
+  Status status{.file = file,
+                .root = index::repository_of(file),
+                .bytes = size_of(file),
                 .made_here = index.made_here()};
   index::TreeState known;
   index.read([&](const index::Catalog& catalog) {
@@ -190,7 +193,9 @@ Status status_of(index::Index& index, const fs::path& file) {
     if (!record.skipped.empty()) status.left_out.push_back({name, record.skipped});
   }
   if (!status.root.empty() && !status.summary.extraction.empty()) {
-    status.tree = changes_since(status.root, known);
+    // How much is read is not for somebody else to say.
+    if (!status.made_here) known.largest_file = 0;
+    status.tree = upkeep::changes_since(status.root, known, upkeep::Evidence::content);
     const std::vector<Skipped>& folders = status.tree->left_out;
     status.left_out.insert(status.left_out.end(), folders.begin(), folders.end());
     std::ranges::sort(status.left_out, {}, &Skipped::path);

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "browse/limited_text.h"
-#include "browse/tree_changes.h"
 #include "index/catalog.h"
+#include "upkeep/tree_changes.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/indexing/file_list.h"
 
@@ -24,10 +24,11 @@ struct Status {
   bool same_reader = false;         // this velmora reads sources as the one that made it did
   index::Summary summary = {};
   std::vector<indexing::Skipped> left_out = {};  // files, and folders if `tree` is known; by path
-  std::optional<TreeChanges> tree = {};          // nothing: an import, or not a repository's
+  std::optional<upkeep::TreeChanges> tree = {};  // nothing: an import, or not a repository's
 };
 
-// The state of the index that was opened from `file`. Nothing is written. Throws IndexError, and
+// The state of the index that was opened from `file`, an absolute path. Nothing is written; files
+// of the tree that seem to have changed are read. Throws IndexError, and
 // std::filesystem::filesystem_error when the tree cannot be read.
 [[nodiscard]] Status status_of(index::Index& index, const std::filesystem::path& file);
 

@@ -7,8 +7,9 @@
 #include "cli/output.h"
 #include "cli/progress_line.h"
 #include "cli/refresh_folder.h"
+#include "index/index_errors.h"
 #include "upkeep/bring_up_to_date.h"
-#include "upkeep/index_place.h"
+#include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -25,7 +26,7 @@ EmbeddingOptions for_symbols(EmbeddingOptions options) {
 }
 
 void look_after(index::Index& index, const fs::path& file, const EmbeddingOptions& embedding) {
-  const fs::path root = upkeep::repository_of_index(file);
+  const fs::path root = index::repository_of(file);
   ProgressLine line("Looking for changes");
   bool listed = false;
   const upkeep::UpkeepReport report = upkeep::bring_up_to_date(
@@ -41,10 +42,20 @@ void look_after(index::Index& index, const fs::path& file, const EmbeddingOption
 }
 
 void make(const fs::path& file, const EmbeddingOptions& embedding, bool yes) {
-  const fs::path root = upkeep::repository_of_index(file);
+  const fs::path root = index::repository_of(file);
   const RefreshedFolder done = refresh_folder(
       root, {.consent = yes, .model = indexing_model(for_symbols(embedding), file)}, false, [] {});
-  tell("There was no index of " + root.string() + ". " + done.headline);
+  tell("The index of " + root.string() + " is new. " + done.headline);
+}
+
+// Null when there is none, or none that this program can use: it is made anew then, as by velmora
+// index.
+std::shared_ptr<index::Index> find(const fs::path& file) {
+  try {
+    return index::Index::find(file);
+  } catch (const index::UnusableIndexError&) {
+    return nullptr;
+  }
 }
 
 }  // namespace
@@ -55,7 +66,7 @@ void AskedIndex::add_to(CLI::App& command) {
                    "Leave a stale index as it is; otherwise it is brought up to date when that"
                    " takes under two seconds");
   command.add_flag("--no-index", no_index, "Make no index where there is none");
-  command.add_flag("--yes", yes,
+  command.add_flag("-y,--yes", yes,
                    "Make the index of your home folder, / or a folder of more than 200,000 files"
                    " too");
 }
@@ -65,11 +76,7 @@ std::shared_ptr<index::Index> AskedIndex::open(const EmbeddingOptions& embedding
   std::shared_ptr<index::Index> opened;
   {
     const ProgressLine line(OPENING);
-    if (index || no_index) {
-      opened = index::Index::open(file);
-    } else {
-      opened = index::Index::find(file);
-    }
+    opened = index || no_index ? index::Index::open(file) : find(file);
   }
   if (!opened) {
     make(file, embedding, yes);
@@ -79,7 +86,7 @@ std::shared_ptr<index::Index> AskedIndex::open(const EmbeddingOptions& embedding
   if (!no_refresh) {
     look_after(*opened, file, embedding);
   } else if (!opened->made_here()) {
-    tell(upkeep::not_made_here(upkeep::repository_of_index(file)));
+    tell(upkeep::not_made_here(index::repository_of(file)));
   }
   return opened;
 }

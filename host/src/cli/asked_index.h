@@ -19,10 +19,10 @@ struct AskedIndex : IndexLocation {
   // Adds the options to a command; they outlive the parse.
   void add_to(CLI::App& command);
 
-  // Opens the index for answers from it. A folder without one is indexed first, one that is stale
-  // is brought up to date when that takes under two seconds; what the user has to know of it is
-  // told on standard error. A file that they named by --index is opened and no more. Ends at a
-  // signal as end_signals.h says. Throws std::runtime_error with what to do.
+  // Opens the index for answers from it. A folder without one that this program can use is indexed
+  // first, one that is stale is brought up to date when that takes under two seconds; what the user
+  // has to know of it is told on standard error. A file that they named by --index is opened and no
+  // more. Ends at a signal as end_signals.h says. Throws std::runtime_error with what to do.
   [[nodiscard]] std::shared_ptr<index::Index> open(const EmbeddingOptions& embedding = {}) const;
 };
 

@@ -1,20 +1,21 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <cstdint>
+#include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <stdexcept>
+#include <span>
 #include <string>
 
-#include "cli/index_location.h"
 #include "cli/index_lock.h"
 #include "cli/output.h"
 #include "index/removal.h"
+#include "upkeep/index_place.h"
 #include "velmora/host/cli/commands.h"
-#include "velmora/host/index/writer_lock.h"
+#include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -28,12 +29,17 @@ struct CleanOptions {
 };
 
 std::string plan(const Removal& removal) {
+  constexpr std::size_t FEW = 10;
   std::string text = "In " + printable_line(removal.folder().string()) + ":\n";
   for (const Removal::File& file : removal.files()) {
     text += "  " + file.name + ", " + counted(static_cast<std::size_t>(file.size), "byte") + "\n";
   }
-  for (const std::string& other : removal.others()) {
+  const std::size_t shown = std::min(removal.others().size(), FEW);
+  for (const std::string& other : std::span(removal.others()).first(shown)) {
     text += "  " + printable_line(other) + " is not of velmora and stays\n";
+  }
+  if (shown < removal.others().size()) {
+    text += "  and " + std::to_string(removal.others().size() - shown) + " more that stay\n";
   }
   return text;
 }
@@ -52,11 +58,9 @@ bool agreed(const CleanOptions& options) {
 // Where the user may have wanted to be.
 std::string nothing_there(const std::string& folder) {
   std::string text = "There is no index in " + folder;
-  try {
-    const fs::path nearest = nearest_index(folder).parent_path().parent_path();
-    text += ". The nearest is removed by: velmora clean " + nearest.string();
-  } catch (const std::exception&) {
-    // There is none above it.
+  if (!fs::is_directory(folder)) return text;
+  if (const std::optional<fs::path> nearest = upkeep::nearest_index(folder)) {
+    text += ". The nearest is removed by: velmora clean " + index::repository_of(*nearest).string();
   }
   return text;
 }
@@ -73,14 +77,12 @@ ExitCode clean(const CleanOptions& options) {
     write_output("Nothing was removed\n");
     return ExitCode::nothing_found;
   }
-  // Whoever writes the index now would go on writing to a file without a name.
-  const auto lock = take_index_lock(removal->folder() / "index.db", true, [] {});
-  const auto embed_lock = index::WriterLock::try_take(removal->folder() / "embed.lock");
-  if (!embed_lock) {
-    throw std::runtime_error("The symbols are being embedded by " +
-                             index::WriterLock::holder(removal->folder() / "embed.lock") +
-                             ". Try again when it is done");
-  }
+  // Whoever writes the index now would go on writing to a file without a name, and whoever watches
+  // the files would make it anew.
+  const fs::path file = upkeep::index_of_repository(folder);
+  const auto watch_lock = take_watch_lock(file, true, [] {});
+  const auto embed_lock = take_embed_lock(file, true, [] {});
+  const auto lock = take_index_lock(file, true, [] {});
   removal->remove();
   write_output("Removed\n");
   return ExitCode::answered;
@@ -93,7 +95,7 @@ void add_clean_command(CLI::App& app, ExitCode& exit_code) {
   const auto options = std::make_shared<CleanOptions>();
   command->add_option("dir", options->folder, "The repository; the current folder when absent")
       ->type_name("DIR");
-  command->add_flag("--yes", options->yes, "Do not ask");
+  command->add_flag("-y,--yes", options->yes, "Do not ask");
   command->footer(
       "Examples:\n"
       "  velmora clean\n"

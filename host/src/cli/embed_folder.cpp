@@ -42,7 +42,7 @@ void embed_folder(const std::string& folder, const ServerEmbeddingOptions& optio
                              " was not made here by you. Make it anew with: velmora index " +
                              folder);
   }
-  const auto lock = take_embed_lock(file, check);
+  const auto lock = take_embed_lock(file, false, check);
   const Clock::time_point start = Clock::now();
   ProgressLine line("Embedding");
   std::int64_t before = -1;

@@ -98,7 +98,7 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
       }
       if (first) write_output("Watching " + printable(name) + "; Ctrl-C ends it\n");
       first = false;
-      if (!lock) lock = take_watch_lock(upkeep::index_of_repository(options.folder), check);
+      if (!lock) lock = take_watch_lock(upkeep::index_of_repository(options.folder), false, check);
     } catch (const NobodyReads&) {
       throw;
     } catch (const std::exception& error) {
@@ -143,7 +143,7 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
                     "Read files again that were left out because parsing them took too much");
   command->add_flag("--watch", options->watch,
                     "Go on: bring the index up to date whenever files change, until Ctrl-C");
-  command->add_flag("--yes", options->yes,
+  command->add_flag("-y,--yes", options->yes,
                     "Index your home folder, / or a folder of more than 200,000 files too");
   command->add_flag(
       "--rebuild", options->rebuild,

@@ -1,6 +1,7 @@
 #include "cli/index_location.h"
 
 #include <CLI/CLI.hpp>
+#include <stdexcept>
 
 #include "upkeep/index_place.h"
 
@@ -12,18 +13,20 @@ void IndexLocation::add_to(CLI::App& command) {
   CLI::Option* file = command.add_option("--index", index, "The index to ask")->type_name("FILE");
   command
       .add_option("--repo", repository,
-                  "Ask the index of the repository in this folder. Without --index and --repo it is"
-                  " that of the current folder or the nearest above it")
+                  "Ask about this folder, as if it were the current one: its index or the nearest"
+                  " above it")
       ->type_name("DIR")
       ->excludes(file);
 }
 
 fs::path IndexLocation::file() const {
-  if (index) return *index;
-  if (repository) return upkeep::index_of_repository(*repository);
-  const fs::path here = fs::current_path();
-  if (const std::optional<fs::path> nearest = upkeep::nearest_index(here)) return *nearest;
-  return upkeep::index_of_repository(upkeep::folder_to_index(here));
+  if (index) return fs::absolute(*index).lexically_normal();
+  const fs::path folder = repository ? fs::path(*repository) : fs::current_path();
+  const fs::file_status status = fs::status(folder);
+  if (!fs::exists(status)) throw std::runtime_error(folder.string() + " does not exist");
+  if (!fs::is_directory(status)) throw std::runtime_error(folder.string() + " is not a folder");
+  if (const std::optional<fs::path> nearest = upkeep::nearest_index(folder)) return *nearest;
+  return upkeep::index_of_repository(upkeep::folder_to_index(folder));
 }
 
 }  // namespace velmora::host::cli

@@ -19,8 +19,9 @@ struct IndexLocation {
   // Adds the options to a command; they outlive the parse.
   void add_to(CLI::App& command);
 
-  // The file that the user means; without a word of theirs the nearest that covers the current
-  // folder, and where there is none, where the first question would make it.
+  // The file that the user means, absolute: the named one, or the nearest that covers their folder,
+  // and where there is none, where the first question would make it. Throws std::runtime_error when
+  // that folder is none.
   [[nodiscard]] std::filesystem::path file() const;
 };
 

@@ -20,7 +20,7 @@ index::WriterLock take_lock(const std::filesystem::path& file, const std::string
     std::optional<index::WriterLock> lock = index::WriterLock::try_take(file);
     if (lock) return std::move(*lock);
     const std::string busy = what + " by " + index::WriterLock::holder(file) + ". ";
-    if (no_wait) throw std::runtime_error(busy + "Try again when it is done");
+    if (no_wait) throw std::runtime_error(busy + "Try again when it has ended");
     if (!told) tell(busy + "Waiting for it");
     check();
     std::this_thread::sleep_for(pause);
@@ -35,16 +35,16 @@ index::WriterLock take_index_lock(const std::filesystem::path& index, bool no_wa
                    check);
 }
 
-index::WriterLock take_embed_lock(const std::filesystem::path& index,
+index::WriterLock take_embed_lock(const std::filesystem::path& index, bool no_wait,
                                   const std::function<void()>& check) {
-  return take_lock(index.parent_path() / "embed.lock", "The symbols are being embedded", false,
+  return take_lock(index.parent_path() / "embed.lock", "The symbols are being embedded", no_wait,
                    check);
 }
 
-index::WriterLock take_watch_lock(const std::filesystem::path& index,
+index::WriterLock take_watch_lock(const std::filesystem::path& index, bool no_wait,
                                   const std::function<void()>& check) {
   // Whoever watches may do so for days.
-  return take_lock(upkeep::watch_lock_of(index), "The files are watched already", false, check,
+  return take_lock(upkeep::watch_lock_of(index), "The files are watched", no_wait, check,
                    std::chrono::milliseconds(500));
 }
 

@@ -3,13 +3,14 @@
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "browse/lookup.h"
 #include "browse/outline.h"
-#include "cli/index_location.h"
+#include "cli/asked_index.h"
 #include "cli/output.h"
 #include "cli/symbol_json.h"
 #include "cli/viewpoint.h"
@@ -25,7 +26,7 @@ using nlohmann::ordered_json;
 
 struct OutlineOptions {
   std::string path = ".";
-  IndexLocation location;
+  AskedIndex location;
   std::size_t limit = 5000;
   bool json = false;
 };
@@ -52,27 +53,36 @@ std::string answer_text(const Outline& outline) {
   return text;
 }
 
+// Why there is no outline.
+std::string nothing_text(const std::string& path, const std::vector<std::string>& places,
+                         index::Index& index) {
+  if (places.empty()) return "The index has nothing at " + path;
+  if (places.size() > 1) {
+    std::string list = "Several files are meant by " + path + ". Name one:";
+    for (const std::string& place : places) list += "\n  " + printable_line(place);
+    return list;
+  }
+  std::optional<index::FileRecord> file;
+  index.read([&](const index::Catalog& catalog) { file = catalog.file(places.front()); });
+  if (!file || file->skipped.empty()) return "The index has no symbol at " + path;
+  return printable_line(places.front()) + " is left out: " + printable_line(file->skipped);
+}
+
 ExitCode outline(const OutlineOptions& options) {
   const std::filesystem::path file = options.location.file();
-  const auto index = open_index(options.location);
+  const auto index = options.location.open();
   std::vector<std::string> places;
   index->read([&](const index::Catalog& catalog) {
     places = browse::places(catalog, options.path, viewpoint_of(file));
   });
-  if (places.empty()) {
-    tell("The index has nothing at " + options.path);
-    return ExitCode::nothing_found;
-  }
-  if (places.size() > 1) {
-    std::string list;
-    for (const std::string& place : places) list += "\n  " + printable_line(place);
-    tell("Several files are meant by " + options.path + ". Name one:" + list);
-    return ExitCode::nothing_found;
-  }
-  const Outline found = browse::outline_of(*index, places.front(), options.limit);
-  write_output(options.json ? json_line(outline_json(places.front(), found)) : answer_text(found));
-  if (found.total == 0) tell("The index has no symbol at " + options.path);
-  return found.total == 0 ? ExitCode::nothing_found : ExitCode::answered;
+  const bool is_clear = places.size() == 1;
+  const std::string place = is_clear ? places.front() : options.path;
+  const Outline found =
+      is_clear ? browse::outline_of(*index, place, options.limit) : browse::Outline();
+  write_output(options.json ? json_line(outline_json(place, found)) : answer_text(found));
+  if (found.total > 0) return ExitCode::answered;
+  tell(nothing_text(options.path, places, *index));
+  return ExitCode::nothing_found;
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "browse/definition.h"
 #include "browse/lookup.h"
-#include "cli/index_location.h"
+#include "cli/asked_index.h"
 #include "cli/output.h"
 #include "cli/symbol_json.h"
 #include "cli/viewpoint.h"
@@ -24,7 +24,7 @@ using nlohmann::ordered_json;
 
 struct ShowOptions {
   std::string what;
-  IndexLocation location;
+  AskedIndex location;
   std::size_t limit = 20;
   bool json = false;
 };
@@ -45,8 +45,7 @@ ordered_json definition_json(const Definition& definition) {
   return object;
 }
 
-std::string answer(const ShowOptions& options, const index::Chosen& found,
-                   ordered_json symbols) {
+std::string answer(const ShowOptions& options, const index::Chosen& found, ordered_json symbols) {
   return json_line(
       {{"query", options.what}, {"total", found.total}, {"symbols", std::move(symbols)}});
 }
@@ -69,7 +68,7 @@ std::string nothing_text(const std::string& what, index::Index& index,
 // One that fits best is shown whole, of several that fit equally well each in a line.
 ExitCode show(const ShowOptions& options) {
   const std::filesystem::path file = options.location.file();
-  const auto index = open_index(options.location);
+  const auto index = options.location.open();
   const browse::Viewpoint from = viewpoint_of(file);
   index::Chosen found = browse::look_up(*index, options.what, from, options.limit);
   if (found.symbols.empty()) {
@@ -94,7 +93,8 @@ ExitCode show(const ShowOptions& options) {
   }
   std::string text = browse::symbols_text(found.symbols).text;
   if (found.best > found.symbols.size()) {
-    text += "and " + std::to_string(found.best - found.symbols.size()) + " more; --limit has them\n";
+    text +=
+        "and " + std::to_string(found.best - found.symbols.size()) + " more; --limit has them\n";
   }
   write_output(text);
   tell(std::to_string(found.best) + " symbols fit. Name one by its PATH:LINE or its number");
@@ -109,7 +109,7 @@ void add_show_command(CLI::App& app, ExitCode& exit_code) {
   command
       ->add_option("symbol", options->what,
                    "Its name, qualified or not; a place, the innermost symbol of which is meant; or"
-                   " its number")
+                   " its number as lists have it")
       ->type_name("NAME|PATH:LINE|ID")
       ->required();
   options->location.add_to(*command);

@@ -54,7 +54,7 @@ ordered_json left_out_json(const Status& status) {
 }
 
 // An object of its own, so that {"x", {...}} of three texts is not taken for one.
-ordered_json changes_json(const std::optional<browse::TreeChanges>& tree) {
+ordered_json changes_json(const std::optional<upkeep::TreeChanges>& tree) {
   if (!tree) return nullptr;
   ordered_json object = ordered_json::object();
   object["added"] = tree->added;
@@ -104,11 +104,10 @@ void add_status_command(CLI::App& app, ExitCode& exit_code) {
   CLI::App* command =
       app.add_subcommand("status", "Tell what an index holds, and what changed since");
   const auto options = std::make_shared<StatusOptions>();
-  CLI::Option* folder =
-      command
-          ->add_option("dir", options->folder,
-                       "The repository; that of the nearest index when absent")
-          ->type_name("DIR");
+  CLI::Option* folder = command
+                            ->add_option("dir", options->folder,
+                                         "The repository; that of the nearest index when absent")
+                            ->type_name("DIR");
   options->location.add_to(*command);
   folder->excludes("--index")->excludes("--repo");
   command->add_flag("--all", options->all, "Leave nothing out of long lists");

@@ -7,7 +7,7 @@
 
 namespace velmora::host::cli {
 
-// The tree of the index at `file`, and where the current folder is in it.
+// The tree of the index at `file`, an absolute path, and the current folder.
 [[nodiscard]] browse::Viewpoint viewpoint_of(const std::filesystem::path& file);
 
 }  // namespace velmora::host::cli

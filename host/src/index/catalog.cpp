@@ -7,6 +7,7 @@
 
 #include "index/read_tree_state.h"
 #include "index/symbol_ids.h"
+#include "velmora/host/index/update.h"
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::index {
@@ -73,8 +74,8 @@ using Files = std::unordered_map<std::int64_t, std::size_t>;
 
 Files files_in(const Database& database, const std::string& place) {
   Files files;
-  Statement select = database.prepare("SELECT id FROM files" + std::string(IN_PLACE) +
-                                      " ORDER BY path");
+  Statement select =
+      database.prepare("SELECT id FROM files" + std::string(IN_PLACE) + " ORDER BY path");
   select.bind(1, place);
   while (select.step()) files.emplace(select.column_int64(0), files.size());
   return files;
@@ -92,7 +93,7 @@ std::pair<SymbolId, SymbolId> ids_in(const Database& database, const Files& file
     return {std::numeric_limits<SymbolId>::min(), std::numeric_limits<SymbolId>::max()};
   }
   const std::int64_t file = files.begin()->first;
-  return {symbol_id(file, 0), symbol_id(file + 1, 0) - 1};
+  return {symbol_id(file, 0), symbol_id(file, static_cast<std::int64_t>(MOST_SYMBOLS))};
 }
 
 // All that fit, in no order.
@@ -150,8 +151,8 @@ std::vector<ModelCount> models(const Database& database) {
       " LIMIT " +
       std::to_string(MOST_COUNTS));
   while (select.step()) {
-    list.push_back({text(select, 0), text(select, 1), select.column_int64(2),
-                    select.column_int64(3)});
+    list.push_back(
+        {text(select, 0), text(select, 1), select.column_int64(2), select.column_int64(3)});
   }
   return list;
 }

@@ -20,9 +20,10 @@ namespace fs = std::filesystem;
 // Everything that is ever written into the folder. The index goes first: a log without its index is
 // of no use, an index without its log may be half of one. The locks go last: whoever waits for one
 // finds no index then.
-constexpr std::array<const char*, 9> OWN_FILES = {
-    "index.db",         "index.db-wal", "index.db-shm", "index.db-journal", "tuned.model",
-    "tuned.model.made", "embed.lock",   "lock",         ".gitignore"};
+constexpr std::array<const char*, 10> OWN_FILES = {
+    "index.db",    "index.db-wal",     "index.db-shm", "index.db-journal",
+    "tuned.model", "tuned.model.made", "embed.lock",   "watch.lock",
+    "lock",        ".gitignore"};
 
 [[noreturn]] void fail(const fs::path& what) {
   throw std::system_error(errno, std::generic_category(), what.string() + " cannot be removed");

@@ -36,8 +36,6 @@ fs::path index_of_repository(const fs::path& folder) {
   return folder / index::INDEX_FOLDER / "index.db";
 }
 
-fs::path repository_of_index(const fs::path& index) { return index.parent_path().parent_path(); }
-
 fs::path writer_lock_of(const fs::path& index) { return index.parent_path() / "lock"; }
 
 fs::path watch_lock_of(const fs::path& index) { return index.parent_path() / "watch.lock"; }

@@ -8,11 +8,9 @@
 
 namespace velmora::host::upkeep {
 
-// The index of the repository at `folder`: folder/.velmora/index.db.
+// The index of the repository at `folder`: folder/.velmora/index.db. index::repository_of is the
+// way back.
 [[nodiscard]] std::filesystem::path index_of_repository(const std::filesystem::path& folder);
-
-// The folder of which `index` is the index, REQUIRES: index_of_repository made it.
-[[nodiscard]] std::filesystem::path repository_of_index(const std::filesystem::path& index);
 
 // The locks beside an index (index::WriterLock): of whoever brings it up to date, and of whoever
 // watches the files for all processes.

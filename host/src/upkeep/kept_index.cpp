@@ -15,6 +15,7 @@
 #include <thread>
 #include <utility>
 
+#include "index/index_errors.h"
 #include "indexing/folder_watch.h"
 #include "upkeep/bring_up_to_date.h"
 #include "upkeep/index_place.h"
@@ -144,8 +145,14 @@ class KeptIndex::Impl {
     tell(note(report, root_), !moves_on);
   }
 
+  // Whether there is an index that this program can use.
   [[nodiscard]] bool is_there() const {
-    return index_ ? fs::exists(file_) : index::Index::find(file_) != nullptr;
+    if (index_) return fs::exists(file_);
+    try {
+      return index::Index::find(file_) != nullptr;
+    } catch (const index::UnusableIndexError&) {
+      return false;
+    }
   }
 
   static bool is_ours(Standing standing) {

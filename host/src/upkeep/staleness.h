@@ -11,12 +11,11 @@
 
 namespace velmora::host::upkeep {
 
-// In source files. One that is left out, now and before, counts nowhere.
+// In source files, as TreeChanges has them by the evidence of the system.
 struct Staleness {
   std::size_t added = 0;
-  std::size_t changed = 0;  // by size, times or inode: a file that was only touched is among them
+  std::size_t changed = 0;
   std::size_t removed = 0;
-  // Most likely as they were, but only reading them tells, or there is something to be noted.
   std::size_t unproven = 0;
   // Another build of the program made the symbols: every file is parsed anew.
   bool other_extraction = false;
@@ -27,9 +26,8 @@ struct Staleness {
   [[nodiscard]] bool is_fresh() const { return changes() + unproven == 0 && !other_extraction; }
 };
 
-// Compares the files under `root` with what an index of it knows. Lists the tree and asks the
-// system about each source, reads no content and writes nothing: a hundred thousand files take
-// about a second. Throws std::filesystem::filesystem_error when `root` cannot be read.
+// Compares the files under `root` with what an index of it knows, as changes_since does, and
+// estimates. Reads no content.
 [[nodiscard]] Staleness staleness(const std::filesystem::path& root, const index::TreeState& tree);
 
 // "1 file changed since", "12 files changed since", or that another version made the index; empty

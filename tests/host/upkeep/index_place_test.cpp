@@ -9,6 +9,7 @@
 
 #include "indexing/git_program.h"
 #include "support/temporary_folder.h"
+#include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::upkeep {
 namespace {
@@ -65,7 +66,7 @@ TEST(IndexPlace, EachRepositoryHasItsOwn) {
     EXPECT_EQ(nearest.has_value(), !one.nearest.empty()) << one.indexed << " " << one.from;
     if (nearest) {
       EXPECT_TRUE(fs::equivalent(*nearest, index)) << one.from;
-      EXPECT_TRUE(fs::equivalent(repository_of_index(*nearest), at / one.nearest)) << one.from;
+      EXPECT_TRUE(fs::equivalent(index::repository_of(*nearest), at / one.nearest)) << one.from;
     }
     EXPECT_EQ(folder_to_index(at / one.from), fs::canonical(at / one.to_index)) << one.from;
     fs::remove_all(index.parent_path());
