@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "browse/nesting.h"
-#include "cli/output.h"
 #include "index/catalog.h"
+#include "text/printable.h"
 
 namespace velmora::host::browse {
 namespace {
@@ -18,7 +18,7 @@ constexpr std::size_t LONGEST_TITLE = 160;
 constexpr std::size_t LONGEST_NAME = 240;
 
 std::string place_of(const Symbol& symbol) {
-  return cli::printable_line(symbol.path) + ":" + line_range(symbol);
+  return text::printable_line(symbol.path) + ":" + line_range(symbol);
 }
 
 std::string name_of(const Symbol& symbol) {
@@ -37,7 +37,7 @@ bool shows(const std::optional<SourceLines>& source, std::string_view docstring)
 void add_docstring(std::string_view docstring, LineWriter& writer) {
   while (!docstring.empty()) {
     const std::size_t end = std::min(docstring.find('\n'), docstring.size());
-    writer.add("    " + cli::printable(docstring.substr(0, end)));
+    writer.add("    " + text::printable(docstring.substr(0, end)));
     docstring.remove_prefix(std::min(end + 1, docstring.size()));
   }
 }
@@ -48,7 +48,7 @@ void add_source(const SourceLines& source, LineWriter& writer) {
   std::int64_t number = source.first;
   for (const std::string& line : source.lines) {
     const std::string shown = std::to_string(number++);
-    writer.add(std::string(width - shown.size(), ' ') + shown + "  " + cli::printable(line));
+    writer.add(std::string(width - shown.size(), ' ') + shown + "  " + text::printable(line));
   }
 }
 

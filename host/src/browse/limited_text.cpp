@@ -1,6 +1,6 @@
 #include "browse/limited_text.h"
 
-#include "cli/output.h"
+#include "text/printable.h"
 
 namespace velmora::host::browse {
 namespace {
@@ -38,7 +38,7 @@ std::string one_line(std::string_view text, std::size_t most_characters) {
   // No character takes more than four bytes: what is behind them need not be looked at.
   const std::string_view line =
       text.substr(0, text.find_first_of("\r\n")).substr(0, 4 * most_characters + 4);
-  std::string shown = cli::printable_line(line);
+  std::string shown = text::printable_line(line);
   if (characters(shown) <= most_characters) return shown;
   shown.resize(bytes_of(shown, most_characters - 1));
   return shown + "…";

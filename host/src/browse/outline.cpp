@@ -4,8 +4,8 @@
 
 #include "browse/definition.h"
 #include "browse/nesting.h"
-#include "cli/output.h"
 #include "index/catalog.h"
+#include "text/printable.h"
 
 namespace velmora::host::browse {
 namespace {
@@ -46,10 +46,10 @@ LimitedText outline_text(const Outline& outline, std::size_t most_characters) {
   const std::string* path = nullptr;
   for (const OutlineEntry& entry : outline.entries) {
     const Symbol& symbol = entry.symbol;
-    if (path == nullptr || *path != symbol.path) writer.add(cli::printable_line(symbol.path));
+    if (path == nullptr || *path != symbol.path) writer.add(text::printable_line(symbol.path));
     path = &symbol.path;
     writer.add(std::string(2 * (entry.depth + 1), ' ') + line_range(symbol) + "  " +
-               cli::printable_line(symbol.kind) + " " + title(symbol));
+               text::printable_line(symbol.kind) + " " + title(symbol));
   }
   return writer.take();
 }

@@ -17,7 +17,8 @@ namespace fs = std::filesystem;
 using indexing::BoundedFile;
 
 // The text of the file at `path` below `root`. An index may come from anybody, and what it says of
-// paths is believed no further than to a regular file that is reached from the root through folders.
+// paths is believed no further than to a regular file that is reached from the root through
+// folders.
 std::optional<std::string> read_below(const fs::path& root, std::string_view path) {
   constexpr int FLAGS = O_PATH | O_DIRECTORY | O_CLOEXEC;
   if (path.find('\0') != std::string_view::npos) return std::nullopt;

@@ -9,7 +9,7 @@
 #include <system_error>
 #include <utility>
 
-#include "cli/output.h"
+#include "text/printable.h"
 #include "velmora/host/index/index_folder.h"
 #include "velmora/host/indexing/languages.h"
 
@@ -94,7 +94,7 @@ class StatusWriter {
  private:
   void add_origin() {
     const index::Summary& summary = status_.summary;
-    writer_.add("Index: " + cli::printable_line(status_.file.string()) + ", " +
+    writer_.add("Index: " + text::printable_line(status_.file.string()) + ", " +
                 in_megabytes(status_.bytes));
     writer_.add("Written: " + utc_time(summary.written) + " by velmora " + brief(summary.version) +
                 (summary.extraction.empty() ? ", as an import" : ""));
@@ -140,7 +140,7 @@ class StatusWriter {
                   return "(" + brief(reason) + ")";
                 }));
     add_list(status_.left_out, [](const Skipped& one) {
-      return cli::printable_line(one.path) + (one.is_folder ? "/: " : ": ") + brief(one.reason);
+      return text::printable_line(one.path) + (one.is_folder ? "/: " : ": ") + brief(one.reason);
     });
   }
 
@@ -161,7 +161,7 @@ class StatusWriter {
   }
 
   void add_paths(const std::string& what, const std::vector<std::string>& paths) {
-    add_list(paths, [&](const std::string& path) { return what + cli::printable_line(path); });
+    add_list(paths, [&](const std::string& path) { return what + text::printable_line(path); });
   }
 
   template <class Item, class Line>

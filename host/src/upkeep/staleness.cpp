@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "text/printable.h"
 #include "upkeep/tree_changes.h"
 #include "velmora/host/indexing/languages.h"
 
@@ -46,8 +47,7 @@ Staleness staleness(const std::filesystem::path& root, const index::TreeState& t
 std::string to_text(const Staleness& staleness) {
   if (staleness.other_extraction) return "Another version of velmora made the index";
   const std::size_t changes = staleness.changes();
-  if (changes == 0) return "";
-  return std::to_string(changes) + (changes == 1 ? " file" : " files") + " changed since";
+  return changes == 0 ? "" : text::counted(changes, "file") + " changed since";
 }
 
 }  // namespace velmora::host::upkeep

@@ -70,8 +70,8 @@ TEST(NamePattern, MatchesAsThePlainWayDoes) {
 
 TEST(NamePattern, KnowsQualifiedNamesAndItsLimit) {
   const std::vector<std::tuple<std::string, std::string, bool>> cases = {
-      {"Parse*", "parseConfig", true},  {"store.*", "app::Store::size", true},
-      {"*::get?", "app.Box.get\u00E9", true}, {"ore.*", "app::Store::size", false},
+      {"Parse*", "parseConfig", true},          {"store.*", "app::Store::size", true},
+      {"*::get?", "app.Box.get\u00E9", true},   {"ore.*", "app::Store::size", false},
       {"app::*::size", "app.Store.size", true}, {"get?", "get", false},
   };
   for (const auto& [pattern, fqn, matches] : cases) {

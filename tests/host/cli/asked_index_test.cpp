@@ -12,11 +12,13 @@
 #include <string>
 #include <vector>
 
+#include "index/connection.h"
 #include "indexing/git_program.h"
 #include "support/process.h"
 #include "support/temporary_folder.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/index/writer_lock.h"
+#include "velmora/storage/sqlite.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -54,7 +56,7 @@ TEST_F(AskedIndex, IsMadeByTheFirstQuestionAndFollowsTheFiles) {
   const auto made = explore("first_one");
   EXPECT_EQ(made.exit_code, 0);
   EXPECT_TRUE(
-      has(made.errors, "There was no index of " + root.string() + ". Indexed 1 file, 1 sy"));
+      has(made.errors, "The index of " + root.string() + " is new. Indexed 1 file, 1 symbol"));
   EXPECT_TRUE(fs::exists(root / ".velmora/index.db"));
 
   folder.write("b.py", "def second_one(): pass\n");
@@ -76,10 +78,15 @@ TEST_F(AskedIndex, IsMadeByTheFirstQuestionAndFollowsTheFiles) {
   folder.write("c.py", "def third_one(): pass\n");
   EXPECT_EQ(explore("third_one", {"--index", root / "named.db"}).exit_code, 1);
   EXPECT_EQ(explore("third_one", {"--index", root / "none.db"}).exit_code, 3);
-  // One that nothing was ever written to is none.
+  // One that nothing was ever written to is none, and one that this program cannot use either.
   fs::remove_all(root / ".velmora");
   folder.write(".velmora/index.db", "");
   EXPECT_EQ(explore("third_one").exit_code, 0);
+  index::connect(root / ".velmora/index.db", 0).execute("PRAGMA user_version = 3");
+  const auto old = explore("third_one", {"--no-index"});
+  EXPECT_TRUE(old.exit_code == 3 && has(old.errors, "has format 3")) << old.errors;
+  const auto remade = explore("third_one");
+  EXPECT_TRUE(remade.exit_code == 0 && has(remade.errors, "It is made anew\n")) << remade.errors;
 }
 
 TEST_F(AskedIndex, OfAHomeFolderWantsConsent) {

@@ -1,18 +1,24 @@
 // What show, outline, status and clean tell of a small repository.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "browse/definition.h"
 #include "browse/outline.h"
+#include "index/connection.h"
 #include "support/files.h"
 #include "support/process.h"
 #include "support/temporary_folder.h"
 #include "velmora/host/index/index.h"
+#include "velmora/host/index/writer_lock.h"
+#include "velmora/storage/sqlite.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -38,7 +44,8 @@ class Browse : public ::testing::Test {
   void SetUp() override {
     folder_.write("repo/app/store.py", STORE);
     folder_.write("repo/app/deep/other.py", "def size():\n    pass\n");
-    folder_.write("repo/app/pair.c", "// Adds.\nint a(int n) { return n; } int b(void) { return 1; }\n");
+    folder_.write("repo/app/pair.c",
+                  "// Adds.\nint a(int n) { return n; } int b(void) { return 1; }\n");
     folder_.write("repo/notes.md", "");
     folder_.write("repo/binary.py", std::string("\0", 1));
     ASSERT_EQ(run_velmora({"index", repo_}).exit_code, 0);
@@ -54,7 +61,7 @@ class Browse : public ::testing::Test {
 
 // Without the numbers of symbols.
 std::string without_ids(std::string text) {
-  for (std::size_t at = 0; (at = text.find("  #", at)) != std::string::npos;) {
+  for (std::size_t at = 0; (at = text.find("  @", at)) != std::string::npos;) {
     text.erase(at, text.find('\n', at) - at);
   }
   return text;
@@ -68,25 +75,49 @@ TEST_F(Browse, ShowsTheDefinitionThatIsMeant) {
       " 8          \"\"\"Reads a file.\"\"\"\n"
       " 9          class Line:\n"
       "10              def end(self): pass\n";
-  for (const std::string what : {"Load", "load", "Store.load", "app.store.Store.Load()",
-                                 "app/store.py:8", "app/store.py:7:3", "store.py:8"}) {
-    const auto shown = run({"show", what});
+  const fs::path link = folder_.path() / "link";
+  fs::create_directory_symlink(repo_, link);
+  const std::string id = std::to_string(
+      json::parse(run({"show", "--json", "Load"}).output)["symbols"][0]["id"].get<std::int64_t>());
+  for (const auto& [what, at] : std::vector<std::pair<std::string, std::string>>{
+           {"Load", "."},
+           {"load", "."},
+           {"Store.load", "app/deep"},
+           {"app.store.Store.Load()", "."},
+           {id, "."},
+           {"@" + id, "."},
+           {"app/store.py:8", "."},
+           {"app/store.py:7:3:", "."},
+           {"app/store.py:7-10", "."},
+           {"app/store.py:8-9", "."},
+           {"app/store.py:8", "app/deep"},
+           {"../store.py:8", "app/deep"},
+           {"store.py:8", "app/deep"},
+           {repo_ + "/app/./store.py:8", "."},
+           {link / "app/store.py:8", "app"},
+       }) {
+    const auto shown = run({"show", what}, at);
     EXPECT_EQ(shown.exit_code, 0);
     EXPECT_EQ(without_ids(shown.output), load) << what << shown.errors;
   }
-  EXPECT_EQ(without_ids(run({"show", "other.py:1"}, "app").output).find("app/deep/other.py:1-2"), 0U);
-  EXPECT_EQ(run({"show", "other.py:1"}, "app/deep").output,
-            run({"show", repo_ + "/app/deep/other.py:1"}).output);
+  // From outside a folder is named, and paths are as the user sees them or as the index has them.
+  for (const std::string what : {"repo/app/store.py:8", "app/store.py:8"}) {
+    EXPECT_EQ(without_ids(run({"show", "--repo", "repo/app", what}, "..").output), load) << what;
+  }
   EXPECT_NE(run({"show", "Line"}).output.find("\n    in method app.store.Store.Load, lines 7-10\n"),
             std::string::npos);
   // A docstring that its lines do not show.
   EXPECT_EQ(without_ids(run({"show", "a"}).output).find("app/pair.c:2  function a  "), 0U);
   EXPECT_NE(run({"show", "a"}).output.find("\n    Adds.\n2  int a(int n)"), std::string::npos);
   folder_.write("repo/app/store.py", "# New.\n" + std::string(STORE));
-  EXPECT_NE(run({"show", "Load"}).output.find("The file changed since it was indexed: these"),
+  const std::string left = run({"show", "--no-refresh", "Load"}).output;
+  EXPECT_NE(left.find("The file changed since it was indexed: these"), std::string::npos);
+  EXPECT_NE(run({"show", "Load"}).output.find("\n 8      def Load(self, path):"),
             std::string::npos);
   fs::remove(fs::path(repo_) / "app/store.py");
-  EXPECT_NE(run({"show", "Load"}).output.find("The source cannot be read."), std::string::npos);
+  EXPECT_NE(run({"show", "--no-refresh", "Load"}).output.find("The source cannot be read."),
+            std::string::npos);
+  EXPECT_EQ(run({"show", "Load"}).exit_code, 1);
 }
 
 TEST_F(Browse, ListsWhatAnUnclearNameMayMean) {
@@ -111,6 +142,8 @@ TEST_F(Browse, ListsWhatAnUnclearNameMayMean) {
       {{"show"}, 2, "velmora: symbol is required"},
       {{"outline", "missing"}, 1, "velmora: The index has nothing at missing\n"},
       {{"outline", ".."}, 1, "velmora: The index has nothing at ..\n"},
+      {{"outline", "binary.py"}, 1, "velmora: binary.py is left out: it is binary\n"},
+      {{"outline", "--repo", "none"}, 3, "velmora: none does not exist\n"},
   };
   for (const auto& [arguments, exit_code, error] : nothing) {
     const auto result = run(arguments);
@@ -132,6 +165,9 @@ TEST_F(Browse, OutlinesNested) {
   EXPECT_EQ(run({"outline", "store.py"}, "app/deep").output, store);
   const std::string other = "app/deep/other.py\n  1-2  function size()\n";
   EXPECT_EQ(run({"outline"}, "app/deep").output, other);
+  EXPECT_EQ(run({"outline", "deep/"}, "app").output, other);
+  fs::create_directory(fs::path(repo_) / "empty");
+  EXPECT_EQ(run({"outline"}, "empty").exit_code, 1);
   const auto all = run({"outline", "--limit", "2"});
   // Two on one line stand beside each other.
   EXPECT_EQ(all.output.find(other + "app/pair.c\n  2  function "), 0U) << all.output;
@@ -166,7 +202,8 @@ TEST_F(Browse, TellsWhatAnIndexHoldsAndWhatChanged) {
   EXPECT_EQ(status["changes"], json::parse(R"({"added":["new.go"],"removed":["app/store.py"],
                                                "changed":["app/deep/other.py"]})"));
   EXPECT_EQ(status["symbols_by_language"], json::parse(R"({"python":6,"c":2})"));
-  EXPECT_EQ(status["models"][0]["vectors"].get<int>() + status["models"][0]["without"].get<int>(), 8);
+  EXPECT_EQ(status["models"][0]["vectors"].get<int>() + status["models"][0]["without"].get<int>(),
+            8);
   EXPECT_EQ(status["made_here"], true);
   EXPECT_NE(run({"status"}).output.find("Since then 1 added, 1 changed, 1 removed\n  added new.go"),
             std::string::npos);
@@ -178,9 +215,15 @@ TEST_F(Browse, TellsWhatAnIndexHoldsAndWhatChanged) {
 TEST_F(Browse, RemovesAnIndexAndNothingElse) {
   const fs::path at = fs::path(repo_) / ".velmora";
   EXPECT_EQ(run({"clean"}).exit_code, 2) << "there is no terminal to ask on";
+  {
+    const auto watched = index::WriterLock::try_take(at / "watch.lock");
+    EXPECT_NE(run({"clean", "-y"}).errors.find("velmora: The files are watched by process "),
+              std::string::npos);
+  }
   EXPECT_TRUE(fs::exists(at / "index.db"));
-  EXPECT_EQ(run({"clean", "--yes"}, "app").errors.find("velmora: There is no index in " + repo_ +
-                                                       "/app. The nearest is removed by: velm"),
+  EXPECT_EQ(run({"clean", "--yes"}, "app")
+                .errors.find("velmora: There is no index in " + repo_ +
+                             "/app. The nearest is removed by: velm"),
             0U);
   folder_.write("repo/.velmora/theirs", "kept");
   fs::create_symlink(folder_.write("victim", "kept"), at / "tuned.model");
@@ -209,6 +252,34 @@ TEST_F(Browse, RemovesAnIndexAndNothingElse) {
   fs::create_symlink(folder_.path() / "elsewhere", at);
   EXPECT_EQ(run({"clean", "--yes"}).exit_code, 3);
   EXPECT_TRUE(fs::is_symlink(folder_.path() / "elsewhere" / "index.db"));
+}
+
+// What a repository that was cloned with its index can say at worst.
+TEST_F(Browse, BelievesNoIndexThatCameFromElsewhere) {
+  const std::string large = std::to_string(std::numeric_limits<std::int64_t>::max());
+  const std::string small = std::to_string(std::numeric_limits<std::int64_t>::min());
+  index::connect(fs::path(repo_) / ".velmora" / "index.db", 0)
+      .execute("UPDATE meta SET largest_file = " + large + ", written = " + large +
+               ", version = char(27) || '[2J';"
+               "UPDATE symbols SET start_line = " +
+               small + ", end_line = " + large +
+               ", fqn = 'a.' || char(27) || ']0;', signature = 'f(' || char(10) || 'x)'");
+  fs::copy(repo_, folder_.path() / "clone", fs::copy_options::recursive);
+  folder_.write("clone/large.py", std::string(std::size_t{3} << 20, '#'));
+  const std::string lines = small + "-" + large;
+  for (const std::vector<std::string>& command : {std::vector<std::string>{"show", "Load"},
+                                                  {"show", "store.py:8"},
+                                                  {"outline"},
+                                                  {"status"}}) {
+    const auto told = run(command, "../clone");
+    EXPECT_EQ(told.exit_code, 0) << told.errors;
+    EXPECT_EQ(told.output.find('\33'), std::string::npos) << told.output;
+    EXPECT_NE((told.output + told.errors).find("was not made here by you"), std::string::npos);
+    EXPECT_EQ(told.output.find(lines) != std::string::npos, command[0] != "status");
+  }
+  EXPECT_EQ(json::parse(run({"status", "--json"}, "../clone").output)["changes"]["added"].size(),
+            0U)
+      << "the limit is not theirs to set";
 }
 
 }  // namespace

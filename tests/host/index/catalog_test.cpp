@@ -72,8 +72,8 @@ std::vector<SymbolId> expected(std::vector<Symbol> symbols, const Choice& choice
   };
   std::erase_if(symbols, [&](const Symbol& symbol) {
     const bool kind = choice.kinds.empty() || std::ranges::count(choice.kinds, symbol.kind) > 0;
-    const bool line = !choice.line || (symbol.start_line <= *choice.line &&
-                                       *choice.line <= symbol.end_line);
+    const bool line =
+        !choice.line || (symbol.start_line <= *choice.line && *choice.line <= symbol.end_line);
     return !kind || !line || !grade(symbol) || !is_in(choice.place, symbol.path);
   });
   std::ranges::sort(symbols, {}, [&](const Symbol& symbol) {

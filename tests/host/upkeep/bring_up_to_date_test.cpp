@@ -109,7 +109,7 @@ TEST_F(BringUpToDate, KnowsWhatIsLeftOut) {
   settle();
   EXPECT_TRUE(found().is_fresh());
   folder.write("a.py", std::string(100, '#'));
-  EXPECT_EQ(found().changed, 1U);
+  EXPECT_EQ(found().removed, 1U);
   fs::remove(root / "link.py");
   EXPECT_EQ(found().unproven, 1U);
   EXPECT_EQ(to_text(found()), "1 file changed since");
