@@ -1,7 +1,6 @@
 #include "browse/source.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <utility>
@@ -9,6 +8,7 @@
 #include "index/catalog.h"
 #include "indexing/bounded_file.h"
 #include "indexing/source_file.h"
+#include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::browse {
 namespace {
@@ -16,43 +16,24 @@ namespace {
 namespace fs = std::filesystem;
 using indexing::BoundedFile;
 
-// A folder that is open, closed with it.
-class Folder {
- public:
-  explicit Folder(int descriptor) : descriptor_(descriptor) {}
-  Folder(Folder&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-  Folder& operator=(Folder&& other) noexcept {
-    std::swap(descriptor_, other.descriptor_);
-    return *this;
-  }
-  ~Folder() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-  }
-
-  [[nodiscard]] int descriptor() const { return descriptor_; }
-  [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
-
- private:
-  int descriptor_;
-};
-
 // The text of the file at `path` below `root`. An index may come from anybody, and what it says of
-// paths is believed no further than to a regular file that is reached from the root through folders.
+// paths is believed no further than to a regular file that is reached from the root through
+// folders.
 std::optional<std::string> read_below(const fs::path& root, std::string_view path) {
   constexpr int FLAGS = O_PATH | O_DIRECTORY | O_CLOEXEC;
   if (path.find('\0') != std::string_view::npos) return std::nullopt;
-  Folder folder(::open(root.c_str(), FLAGS));
-  while (folder.is_open()) {
+  std::optional<index::OpenFile> folder(std::in_place, ::open(root.c_str(), FLAGS));
+  while (folder->descriptor() >= 0) {
     const std::size_t slash = path.find('/');
     const std::string part(path.substr(0, slash));
     if (part.empty() || part == "." || part == "..") return std::nullopt;
     if (slash == std::string_view::npos) {
-      BoundedFile file = indexing::read_bounded(folder.descriptor(), part, MOST_SOURCE_BYTES,
+      BoundedFile file = indexing::read_bounded(folder->descriptor(), part, MOST_SOURCE_BYTES,
                                                 indexing::Links::refuse);
       if (file.state != BoundedFile::State::read) return std::nullopt;
       return std::move(file.text);
     }
-    folder = Folder(::openat(folder.descriptor(), part.c_str(), FLAGS | O_NOFOLLOW));
+    folder.emplace(::openat(folder->descriptor(), part.c_str(), FLAGS | O_NOFOLLOW));
     path.remove_prefix(slash + 1);
   }
   return std::nullopt;

@@ -12,12 +12,13 @@
 #include "cli/answer_json.h"
 #include "cli/answer_lines.h"
 #include "cli/answer_text.h"
+#include "cli/asked_index.h"
 #include "cli/batch.h"
 #include "cli/embedding_options.h"
-#include "cli/index_location.h"
 #include "cli/input.h"
 #include "cli/output.h"
 #include "cli/pager.h"
+#include "cli/progress_line.h"
 #include "cli/rerank_options.h"
 #include "cli/terminal.h"
 #include "cli/words_option.h"
@@ -46,7 +47,7 @@ struct Form {
 struct ExploreOptions {
   std::optional<std::string> question;
   std::optional<std::string> batch;
-  IndexLocation location;
+  AskedIndex location;
   int limit = 10;
   std::optional<std::string> scope;
   bool include_tests = false;
@@ -71,12 +72,6 @@ RetrieveOptions retrieve_options(const ExploreOptions& options) {
   return retrieve;
 }
 
-// Where the repository of an index is; empty when the index stands somewhere else.
-fs::path repository_of(const fs::path& index_file) {
-  const fs::path folder = fs::absolute(index_file).parent_path();
-  return folder.filename() == index::INDEX_FOLDER ? folder.parent_path() : fs::path();
-}
-
 void write_answer(const Answer& answer, const ExploreOptions& options, const fs::path& root) {
   const Form& form = options.form;
   if (form.json) return write_output(answer_json(answer, options.details));
@@ -98,19 +93,23 @@ ExitCode explore(const ExploreOptions& options) {
   }
   require_whole_server(options.embedding);
   const fs::path file = options.location.file();
-  const auto index = open_index(options.location);  // first: what is wrong with it matters most
+  // First: what is wrong with it matters most.
+  const auto index = options.location.open(options.embedding);
   HybridRetriever retriever(
       index, {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
   AnswerDetails details = options.details;
   if (options.form.vimgrep) details.context = 0;  // the line that it shows
-  const fs::path root = repository_of(file);
+  const fs::path root = index::repository_of(file);
   const Answerer answerer(index, retriever, root, details);
   if (options.batch) {
     Input input(*options.batch);
     answer_batch(input, answerer, retrieve_options(options));
     return ExitCode::answered;
   }
-  const Answer answer = answerer.answer(*options.question, retrieve_options(options));
+  const Answer answer = [&] {
+    const ProgressLine line("Answering");
+    return answerer.answer(*options.question, retrieve_options(options));
+  }();
   write_answer(answer, options, root);
   return answer.hits.empty() ? ExitCode::nothing_found : ExitCode::answered;
 }
@@ -129,8 +128,7 @@ void add_choice(CLI::App& command, ExploreOptions& options) {
       ->type_name("N")
       ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
       ->capture_default_str();
-  command
-      .add_option("--scope", options.scope, "Only in this folder or file of the repository")
+  command.add_option("--scope", options.scope, "Only in this folder or file of the repository")
       ->type_name("PATH");
   CLI::Option* include = command.add_flag("--include-tests", options.include_tests,
                                           "Those of tests too; else the question's words decide");
@@ -198,7 +196,8 @@ void add_explore_command(CLI::App& app, ExitCode& exit_code) {
       "  velmora --files -0 open a connection | xargs -0 wc -l\n"
       "  echo '{\"query\": \"retries\", \"limit\": 3}' | velmora explore --batch -\n"
       "\n"
-      "Words need no quotes; behind -- every one is a word. Colour: --color, NO_COLOR, FORCE_COLOR,\n"
+      "Words need no quotes; behind -- every one is a word. Colour: --color, NO_COLOR, "
+      "FORCE_COLOR,\n"
       "TERM, in this order. A long answer goes through $PAGER. A line of --batch may have the\n"
       "fields limit, scope, include_tests and rerank.\n"
       "Exit status: 0 with hits, 1 without any, 2 for wrong usage, 3 for any failure.");

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/end_signals.h"
 #include "cli/implied_command.h"
 #include "cli/output.h"
 #include "velmora/host/cli/commands.h"
@@ -41,11 +42,15 @@ void reserve_standard_streams() {
 
 ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   ExitCode exit_code = ExitCode::answered;
+  add_clean_command(app, exit_code);
   add_embed_command(app, exit_code);
   add_explore_command(app, exit_code);
   add_import_command(app, exit_code);
   add_index_command(app, exit_code);
+  add_outline_command(app, exit_code);
   add_search_command(app, exit_code);
+  add_show_command(app, exit_code);
+  add_status_command(app, exit_code);
   std::vector<std::string> arguments(argv + 1, argv + std::max(argc, 1));
   if (arguments.empty()) {
     write_output(SHORT_HELP);
@@ -75,6 +80,7 @@ int run(int argc, const char* const* argv) {
   std::signal(SIGPIPE, SIG_IGN);
   // So does one that makes a file larger than the user's limit.
   std::signal(SIGXFSZ, SIG_IGN);
+  end_at_signals();
 
   CLI::App app("Velmora finds the code that answers a question.", "velmora");
   app.set_version_flag("--version", "velmora " VELMORA_VERSION);
@@ -84,10 +90,13 @@ int run(int argc, const char* const* argv) {
   app.fallthrough();  // these flags may stand behind the command too
   app.require_subcommand(1);
   app.footer(
-      "velmora QUESTION... is velmora explore QUESTION...: where the first word is no command, all\n"
+      "velmora QUESTION... is velmora explore QUESTION...: where the first word is no command, "
+      "all\n"
       "are the words of a question, and explore's options may stand among them.");
   try {
     return static_cast<int>(parse_and_run(app, argc, argv));
+  } catch (const Interrupted& end) {
+    return static_cast<int>(end.exit_code());
   } catch (const NobodyReads&) {
     return static_cast<int>(ExitCode::failed);
   } catch (const std::bad_alloc&) {

@@ -14,9 +14,10 @@
 #include <utility>
 #include <vector>
 
+#include "cli/asked_index.h"
 #include "cli/embedding_options.h"
-#include "cli/index_location.h"
 #include "cli/output.h"
+#include "cli/progress_line.h"
 #include "cli/words_option.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
@@ -28,7 +29,7 @@ using nlohmann::ordered_json;
 
 struct SearchOptions {
   std::optional<std::string> query;
-  IndexLocation location;
+  AskedIndex location;
   int limit = 10;
   bool json = false;
   EmbeddingOptions embedding;
@@ -55,7 +56,8 @@ ordered_json json_hit(const storage::SymbolRow& symbol, double similarity) {
 ExitCode search_semantic(const SearchOptions& options) {
   require_whole_server(options.embedding);
   const std::filesystem::path file = options.location.file();
-  const auto index = open_index(options.location);
+  const auto index = options.location.open(options.embedding);
+  const ProgressLine line("Answering");
   const auto engine = question_engine(options.embedding, file);
   const auto model = engine->wait_ready(std::chrono::milliseconds::zero());
   const auto vectors = model->embed(std::array{std::string_view(*options.query)});

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <tuple>
 #include <unordered_map>
 #include <utility>
 
+#include "index/read_tree_state.h"
 #include "index/symbol_ids.h"
+#include "velmora/host/index/update.h"
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::index {
@@ -15,10 +15,6 @@ namespace {
 
 using storage::Database;
 using storage::Statement;
-
-// What a record of a file has, in the order of `file_record`.
-constexpr std::string_view SELECT_FILES =
-    "SELECT path, language, expected, size, modified, changed, inode, hash, skipped FROM files";
 
 // The condition that a path is ?1 or in the folder ?1.
 constexpr std::string_view IN_PLACE =
@@ -29,18 +25,6 @@ std::string text(const Statement& row, int column) { return std::string(row.colu
 std::optional<std::string> optional_text(const Statement& row, int column) {
   const std::optional<std::string_view> text = row.column_optional_text(column);
   return text ? std::optional<std::string>(*text) : std::nullopt;
-}
-
-FileRecord file_record(const Statement& row) {
-  return {.path = text(row, 0),
-          .language = text(row, 1),
-          .expected = text(row, 2),
-          .size = row.column_int64(3),
-          .modified = row.column_int64(4),
-          .changed = row.column_int64(5),
-          .inode = std::bit_cast<std::uint64_t>(row.column_int64(6)),
-          .hash = std::bit_cast<std::uint64_t>(row.column_int64(7)),
-          .skipped = text(row, 8)};
 }
 
 // Reads whole symbols by their ids.
@@ -90,8 +74,8 @@ using Files = std::unordered_map<std::int64_t, std::size_t>;
 
 Files files_in(const Database& database, const std::string& place) {
   Files files;
-  Statement select = database.prepare("SELECT id FROM files" + std::string(IN_PLACE) +
-                                      " ORDER BY path");
+  Statement select =
+      database.prepare("SELECT id FROM files" + std::string(IN_PLACE) + " ORDER BY path");
   select.bind(1, place);
   while (select.step()) files.emplace(select.column_int64(0), files.size());
   return files;
@@ -109,7 +93,7 @@ std::pair<SymbolId, SymbolId> ids_in(const Database& database, const Files& file
     return {std::numeric_limits<SymbolId>::min(), std::numeric_limits<SymbolId>::max()};
   }
   const std::int64_t file = files.begin()->first;
-  return {symbol_id(file, 0), symbol_id(file + 1, 0) - 1};
+  return {symbol_id(file, 0), symbol_id(file, static_cast<std::int64_t>(MOST_SYMBOLS))};
 }
 
 // All that fit, in no order.
@@ -132,7 +116,7 @@ std::vector<Place> places(const Database& database, const Choice& choice) {
     if (choice.line && (*choice.line < start || *choice.line > select.column_int64(4))) continue;
     const SymbolId id = select.column_int64(0);
     std::optional<int> grade = 0;
-    if (choice.grade) grade = choice.grade(id, select.column_text(5), select.column_text(6));
+    if (choice.grade) grade = choice.grade(select.column_text(5), select.column_text(6));
     if (grade) found.push_back({.grade = *grade, .file = file->second, .line = start, .id = id});
   }
   return found;
@@ -167,8 +151,8 @@ std::vector<ModelCount> models(const Database& database) {
       " LIMIT " +
       std::to_string(MOST_COUNTS));
   while (select.step()) {
-    list.push_back({text(select, 0), text(select, 1), select.column_int64(2),
-                    select.column_int64(3)});
+    list.push_back(
+        {text(select, 0), text(select, 1), select.column_int64(2), select.column_int64(3)});
   }
   return list;
 }
@@ -176,15 +160,10 @@ std::vector<ModelCount> models(const Database& database) {
 }  // namespace
 
 std::optional<FileRecord> Catalog::file(std::string_view path) const {
-  Statement select = database_.prepare(std::string(SELECT_FILES) + " WHERE path = ?");
-  select.bind(1, path);
-  return select.step() ? std::optional(file_record(select)) : std::nullopt;
+  return read_file_record(database_, path);
 }
 
-void Catalog::each_file(const std::function<void(FileRecord)>& see) const {
-  Statement select = database_.prepare(std::string(SELECT_FILES) + " ORDER BY path");
-  while (select.step()) see(file_record(select));
-}
+TreeState Catalog::tree_state() const { return read_tree_state(database_); }
 
 bool Catalog::has_place(std::string_view path) const {
   Statement select = database_.prepare("SELECT 1 FROM files" + std::string(IN_PLACE) + " LIMIT 1");

@@ -17,6 +17,7 @@
 
 #include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
+#include "velmora/host/index/tree_state.h"
 
 namespace velmora::storage {
 class Database;
@@ -26,8 +27,7 @@ namespace velmora::host::index {
 
 // How well a symbol fits, 0 best; nothing when it does not. Called once for each symbol in
 // question; the texts live for the call.
-using Grade =
-    std::function<std::optional<int>(SymbolId id, std::string_view name, std::string_view fqn)>;
+using Grade = std::function<std::optional<int>(std::string_view name, std::string_view fqn)>;
 
 // Which symbols are meant, and how many of them.
 struct Choice {
@@ -81,8 +81,8 @@ class Catalog {
   // What is known of the file at `path`.
   [[nodiscard]] std::optional<FileRecord> file(std::string_view path) const;
 
-  // Every file, by path.
-  void each_file(const std::function<void(FileRecord)>& see) const;
+  // What is known of all files.
+  [[nodiscard]] TreeState tree_state() const;
 
   // Whether the index has something at `path`: a file, or a folder with one. "" is the root.
   [[nodiscard]] bool has_place(std::string_view path) const;

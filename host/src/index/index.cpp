@@ -11,6 +11,7 @@
 #include "index/connection.h"
 #include "index/index_errors.h"
 #include "index/index_file.h"
+#include "index/read_tree_state.h"
 #include "index/reader_pool.h"
 #include "index/row_cursor.h"
 #include "index/symbol_writer.h"
@@ -95,17 +96,25 @@ Index::~Index() {
 }
 
 std::shared_ptr<Index> Index::open(const std::filesystem::path& file) {
+  std::shared_ptr<Index> index = find(file);
+  if (!index) throw no_index(resolved(file));
+  return index;
+}
+
+std::shared_ptr<Index> Index::find(const std::filesystem::path& file) {
   // Absolute, so that a later change of the working folder changes nothing.
   const std::filesystem::path path = resolved(file);
   std::shared_ptr<Index> index(new Index(std::make_unique<Parts>(path)));
-  with_index_errors(path, [&] {
-    const ReaderPool::Lease reader = index->parts_->readers.borrow();
-    if (inspect(reader->database, path) != Content::filled) {
-      throw IndexError(no_index_message(path));
-    }
-    // Pages that refer to one another in circles have an end only here.
-    if (!was_made_here(reader->database, path)) verify(reader->database, path);
-  });
+  try {
+    with_index_errors(path, [&] {
+      const ReaderPool::Lease reader = index->parts_->readers.borrow();
+      if (inspect(reader->database, path) != Content::filled) throw no_index(path);
+      // Pages that refer to one another in circles have an end only here.
+      if (!was_made_here(reader->database, path)) verify(reader->database, path);
+    });
+  } catch (const NoIndexError&) {
+    return nullptr;
+  }
   return index;
 }
 
@@ -141,6 +150,14 @@ std::shared_ptr<Index> Index::open_or_remake(const std::filesystem::path& file, 
 bool Index::made_here() {
   return with_index_errors(parts_->file, [&] {
     return was_made_here(parts_->readers.borrow()->database, parts_->file);
+  });
+}
+
+TreeState Index::tree_state() {
+  return with_index_errors(parts_->file, [&] {
+    const ReaderPool::Lease reader = parts_->readers.borrow();
+    const storage::Transaction one_state(reader->database);
+    return read_tree_state(reader->database);
   });
 }
 

@@ -1,6 +1,6 @@
 #include "index/row_cursor.h"
 
-#include <cstddef>
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -9,13 +9,14 @@
 namespace velmora::host::index {
 namespace {
 
-std::string parameters(std::size_t count) {
-  std::string list;
-  for (std::size_t i = 0; i < count; ++i) list += i == 0 ? "?" : ",?";
-  return list;
-}
+constexpr int LANGUAGE = 9;  // its column, behind those of symbol_row
 
 }  // namespace
+
+bool OneOf::operator()(std::string_view word) {
+  if (last_ == words_.end() || *last_ != word) last_ = std::ranges::find(words_, word);
+  return last_ != words_.end();
+}
 
 storage::SymbolRow symbol_row(const storage::Statement& select) {
   return {.id = select.column_int64(0),
@@ -31,22 +32,19 @@ storage::SymbolRow symbol_row(const storage::Statement& select) {
 
 RowCursor::RowCursor(ReaderPool::Lease reader, std::span<const std::string_view> languages,
                      std::span<const std::string_view> kinds)
-    : reader_(std::move(reader)) {
-  select_ = reader_->database.prepare(std::string(SELECT_SYMBOL_ROWS) + " WHERE s.language IN (" +
-                                      parameters(languages.size()) +
-                                      ")"
-                                      " AND s.kind IN (" +
-                                      parameters(kinds.size()) + ") ORDER BY s.id");
-  int parameter = 0;
-  for (const std::string_view language : languages) select_.bind(++parameter, language);
-  for (const std::string_view kind : kinds) select_.bind(++parameter, kind);
+    : reader_(std::move(reader)), language_wanted_(languages), kind_wanted_(kinds) {
+  std::string sql(SELECT_SYMBOL_ROWS);
+  sql.insert(sql.find(" FROM "), ", s.language");
+  select_ = reader_->database.prepare(sql + " ORDER BY s.id");
 }
 
 const storage::SymbolRow* RowCursor::next() {
   return with_index_errors(reader_->file, [&]() -> const storage::SymbolRow* {
-    if (!select_.step()) return nullptr;
-    row_ = symbol_row(select_);
-    return &row_;
+    while (select_.step()) {
+      row_ = symbol_row(select_);
+      if (language_wanted_(select_.column_text(LANGUAGE)) && kind_wanted_(row_.kind)) return &row_;
+    }
+    return nullptr;
   });
 }
 

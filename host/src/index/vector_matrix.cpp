@@ -23,13 +23,25 @@ constexpr std::size_t CACHE_LINE = 64;
 double number(float value) { return value; }
 double number(Half value) { return to_float(value); }
 // Sums of whole numbers are exact in any order, and so several are added at a time.
-std::int64_t number(std::int8_t value) { return value; }
 std::int64_t number(std::int16_t value) { return value; }
 
 template <class Number>
 double norm(const Number* numbers, std::size_t length) {
   decltype(number(*numbers)) sum = 0;
   for (std::size_t i = 0; i < length; ++i) sum += number(numbers[i]) * number(numbers[i]);
+  return std::sqrt(static_cast<double>(sum));
+}
+
+// The squares of so many bytes fit a small sum, of which a processor adds more at a time.
+double norm(const std::int8_t* numbers, std::size_t length) {
+  constexpr std::size_t BYTES = std::size_t{1} << 16;
+  std::int64_t sum = 0;
+  for (std::size_t begin = 0; begin < length; begin += BYTES) {
+    const std::size_t end = std::min(length, begin + BYTES);
+    std::int32_t part = 0;
+    for (std::size_t i = begin; i < end; ++i) part += numbers[i] * numbers[i];
+    sum += part;
+  }
   return std::sqrt(static_cast<double>(sum));
 }
 

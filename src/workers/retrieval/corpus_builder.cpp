@@ -129,9 +129,12 @@ class CorpusBuilder {
                               std::string(row.kind) + "\", which is not retrievable");
     }
     const std::uint32_t file = file_of(row.path);
-    const std::string_view name = corpus_->texts.store(row.name);
+    const std::string_view fqn = corpus_->texts.store(row.fqn);
+    const std::string_view name = row.fqn.ends_with(row.name)
+                                      ? fqn.substr(fqn.size() - row.name.size())
+                                      : corpus_->texts.store(row.name);
     CorpusSymbol symbol{.id = row.id,
-                        .fqn = corpus_->texts.store(row.fqn),
+                        .fqn = fqn,
                         .name = name,
                         .signature = std::nullopt,
                         .start_line = row.start_line,

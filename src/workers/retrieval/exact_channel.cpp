@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -71,38 +72,40 @@ ExactNames exact_names(const Corpus& corpus, std::string_view query, const Admis
                        std::int64_t depth) {
   // A word of the question in any case.
   struct Name {
-    std::string lower;
     std::span<const SymbolId> symbols;
-    bool is_looked_up = false;
-    std::int64_t prefixed = 0;  // how many symbols came for the names that it starts
+    std::optional<std::int64_t> prefixed;  // once looked up: how many symbols its prefix brought
   };
   const std::vector<std::string> words = query_names(query);
   std::vector<Name> names;
-  names.reserve(words.size());  // so that none moves
+  names.reserve(words.size());
   std::vector<std::uint32_t> name_of;
+  name_of.reserve(words.size());
+  std::string lowered;
+  lowered.reserve(query.size());  // names are ASCII, so that none moves
   utils::Interner numbers;
   FirstIds ids(admit, depth);
   for (const std::string& word : words) {
     name_of.push_back(numbers.add(utils::lowercase(word), [&](std::string_view lower) {
-      return std::string_view(names.emplace_back(Name{std::string(lower), {}}).lower);
+      lowered += lower;
+      return std::string_view(lowered).substr(lowered.size() - lower.size());
     }));
-    Name& name = names[name_of.back()];
-    if (!name.symbols.empty()) continue;
-    name.symbols = corpus.named(name.lower);
-    ids.add(name.symbols);
+    if (name_of.back() < names.size()) continue;
+    names.push_back({corpus.named(numbers.text(name_of.back())), std::nullopt});
+    ids.add(names.back().symbols);
   }
   std::vector<SymbolId> pinned;
   std::int64_t prefixed = 0;  // repeats count
   for (std::size_t i = 0; i < words.size(); ++i) {
     if (words.size() > 1 && !reads_as_code(words[i])) continue;
     Name& name = names[name_of[i]];
-    if (!std::exchange(name.is_looked_up, true)) {
+    if (!name.prefixed) {
+      name.prefixed = 0;
       std::copy_if(name.symbols.begin(), name.symbols.end(), std::back_inserter(pinned), admit);
       if (words[i].size() >= MIN_PREFIX && !ids.is_full()) {
-        name.prefixed = add_prefixed(ids, corpus, name.lower, depth - prefixed);
+        name.prefixed = add_prefixed(ids, corpus, numbers.text(name_of[i]), depth - prefixed);
       }
     }
-    prefixed += name.prefixed;
+    prefixed += *name.prefixed;
   }
   std::sort(pinned.begin(), pinned.end());
   return {ids.take(), std::move(pinned)};

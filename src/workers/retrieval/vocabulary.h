@@ -82,7 +82,7 @@ class Vocabulary {
     };
     const std::uint64_t head = lower(word.data());
     const std::uint64_t tail = lower(word.data() + word.size() - sizeof(Bytes));
-    Recent& seen = recent_[((head ^ std::rotl(tail, 29)) * 0x9E3779B97F4A7C15u) >> 49];  // 15 bits
+    Recent& seen = recent_[((head ^ std::rotl(tail, 29)) * 0x9E3779B97F4A7C15u) >> 51];  // 13 bits
     if (seen.head != head || seen.tail != tail || seen.size != word.size()) {
       seen = {head, tail, word.size(), add_lowercase(word)};
     }
@@ -92,7 +92,7 @@ class Vocabulary {
   utils::Interner words_;
   utils::TextArena texts_;
   std::string lower_;  // reused
-  std::vector<Recent> recent_ = std::vector<Recent>(std::size_t{1} << 15);
+  std::vector<Recent> recent_ = std::vector<Recent>(std::size_t{1} << 13);
 };
 
 }  // namespace velmora::workers::retrieval::internal

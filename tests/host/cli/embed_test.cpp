@@ -124,7 +124,7 @@ TEST_F(EmbedCommand, LosesNoMoreThanTheBatchesInFlight) {
       // The server is waited for, and nobody is kept from writing meanwhile.
       EXPECT_EQ(run_velmora({"index", at, "--no-wait"}).exit_code, 0);
     }
-    EXPECT_EQ(program.end(signal), signal == SIGKILL ? -SIGKILL : 3);
+    EXPECT_EQ(program.end(signal), signal == SIGKILL ? -SIGKILL : 128 + signal);
     const Texts asked = server.take_texts();
     EXPECT_EQ(asked.size(), 6U);
     all.insert(all.end(), asked.begin(), asked.end());

@@ -262,8 +262,8 @@ TEST_F(Explore, ExitCodeTellsWrongUsageFromFailure) {
       {{"explore", "a", "--embeddings-url", "u"}, 2, "velmora: the embedding server u needs a m"},
       {{"explore", "a", "--embeddings-model", "m"}, 2, "velmora: the embedding model m needs its "},
       {{"import", "rows.jsonl"}, 2, "velmora: --index is required"},
-      {{"explore", "a"}, 3, no_index + "in " + empty.path().string()},
-      {{"explore", "a", "--repo", "."}, 3, no_index + "at " + empty.path().string()},
+      {{"explore", "a", "--no-index"}, 3, no_index + "at " + empty.path().string()},
+      {{"explore", "a", "--repo", ".", "--no-index"}, 3, no_index + "at " + empty.path().string()},
       {{"explore", "import", "--repo", repo}, 1, ""},  // a question like any other
       {{"--repo", repo, "indx"}, 1, ""},               // as is what follows an option
       {{"heap", "--repo", repo}, 1, ""},

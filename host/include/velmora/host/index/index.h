@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "velmora/host/index/symbol.h"
+#include "velmora/host/index/tree_state.h"
 #include "velmora/host/index/update.h"
 #include "velmora/host/index/vector_kind.h"
 #include "velmora/storage/repository_retrieval.h"
@@ -48,6 +49,9 @@ class Index final : public storage::Repository {
   // the file is something else.
   [[nodiscard]] static std::shared_ptr<Index> open(const std::filesystem::path& file);
 
+  // The same, but null when there is none, or none that was ever filled.
+  [[nodiscard]] static std::shared_ptr<Index> find(const std::filesystem::path& file);
+
   // Opens the index at `file` for writing; makes it, and the folders above it, when it is missing.
   // An index made here that was not filled is removed again with its Index. Throws IndexError when
   // the file is something else or of another format: nothing is overwritten.
@@ -66,6 +70,9 @@ class Index final : public storage::Repository {
   // Whether the index was made where it is, by this user or the system's administrator. One that
   // was not came with a clone, an archive or a copy, and says what somebody else wanted it to say.
   [[nodiscard]] bool made_here();
+
+  // What the index knows of the files that it was made of, of one state.
+  [[nodiscard]] TreeState tree_state();
 
   // Replaces everything by the symbols that `next` yields until it returns nothing, and returns how
   // many those were. All or nothing: an error leaves the index as it was, an error of `next`
