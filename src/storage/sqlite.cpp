@@ -71,8 +71,10 @@ Statement& Statement::bind_pointer(int index, void* pointer, const char* type) {
 bool Statement::step() {
   const int code = sqlite3_step(statement_.get());
   if (code == SQLITE_ROW) return true;
-  if (code == SQLITE_DONE) return false;
-  check(code);
+  if (code != SQLITE_DONE) {
+    reset();
+    check(code);
+  }
   return false;
 }
 

@@ -53,7 +53,7 @@ class Statement {
   // `type` names what the pointer points at and must have static storage.
   Statement& bind_pointer(int index, void* pointer, const char* type);
 
-  // Moves to the next row; false when there is none left.
+  // Moves to the next row; false when there is none left. An error resets the statement.
   bool step();
   // Closes the cursor, so that the statement can run again. Keeps the bound values.
   void reset() noexcept;

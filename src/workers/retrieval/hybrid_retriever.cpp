@@ -18,12 +18,6 @@ namespace {
 
 using internal::Channel;
 
-void require_limit(int limit) {
-  if (limit < 1) {
-    throw std::invalid_argument("limit must be at least 1, not " + std::to_string(limit));
-  }
-}
-
 // The fused ranking, with the pinned symbols moved in front in their fused order.
 std::vector<FusedSymbol> fused(const ChannelMap<Channel>& channels, int rrf_k,
                                const internal::ExactNames& exact) {
@@ -71,12 +65,15 @@ HybridRetriever::HybridRetriever(std::shared_ptr<storage::Repository> repository
 HybridRetriever::~HybridRetriever() = default;
 
 RetrievalResult HybridRetriever::retrieve(std::string_view query, RetrieveOptions options) {
-  require_limit(options.limit);
+  const std::int64_t limit = options.limit;
+  if (limit < 1) {
+    throw std::invalid_argument("limit must be at least 1, not " + std::to_string(limit));
+  }
   const std::vector<std::string> terms = query_terms(query);
   const bool tests_allowed = options.include_tests.value_or(is_test_query(terms));
   const std::shared_ptr<const internal::Corpus> corpus = this->corpus();
   const internal::Admission admit(corpus, tests_allowed, internal::normalize_scope(options.scope));
-  const std::int64_t depth = std::max(settings_.depth, options.limit);
+  const std::int64_t depth = std::max<std::int64_t>(settings_.depth, limit);
 
   const internal::ExactNames exact = internal::exact_names(*corpus, query, admit, depth);
   ChannelMap<Channel> channels;
@@ -89,7 +86,6 @@ RetrievalResult HybridRetriever::retrieve(std::string_view query, RetrieveOption
 
   const std::vector<FusedSymbol> ordered = fused(channels, settings_.rrf_k, exact);
   const bool reranking = options.rerank && internal::rerank_allowed(decisions_);
-  const std::int64_t limit = options.limit;
   internal::Reranked answer = {
       first_hits(*corpus, ordered, reranking ? limit + RERANK_DEPTH : limit), std::nullopt};
   if (reranking) {

@@ -16,15 +16,11 @@ namespace {
 // The factor by which the search widens.
 constexpr std::int64_t WIDENING = 4;
 
-Channel without_ranks(std::string_view status, std::string problem) {
-  return {{}, status, std::move(problem)};
-}
-
 // Logs the error that is being handled.
 Channel failed(std::string_view warning, std::string problem) {
   logger.log(
       logging::Level::warning, [&] { return warning; }, std::current_exception());
-  return without_ranks(FAILED, std::move(problem));
+  return {{}, FAILED, std::move(problem)};
 }
 
 Channel nearest(storage::Repository& repository, const RetrievalSettings& settings,
@@ -36,7 +32,7 @@ Channel nearest(storage::Repository& repository, const RetrievalSettings& settin
     const std::vector<storage::NearestPair> pairs =
         repository.nearest_symbol_ids(vector.values, vector.model, {.top_k = searched});
     if (pairs.empty()) {
-      return without_ranks(UNAVAILABLE, "the index has no symbol embeddings of " + vector.model);
+      return {{}, UNAVAILABLE, "the index has no symbol embeddings of " + vector.model};
     }
     admitted.clear();
     for (const storage::NearestPair& pair : pairs) {
@@ -51,7 +47,7 @@ Channel nearest(storage::Repository& repository, const RetrievalSettings& settin
     }
   }
   if (admitted.empty()) {
-    return without_ranks(UNAVAILABLE, "no symbol in scope has an embedding of " + vector.model);
+    return {{}, UNAVAILABLE, "no symbol in scope has an embedding of " + vector.model};
   }
   const auto count = std::min<std::int64_t>(depth, static_cast<std::int64_t>(admitted.size()));
   return {.ranks = ranks_in_order(std::span(admitted).first(static_cast<std::size_t>(count)))};
@@ -62,12 +58,12 @@ Channel nearest(storage::Repository& repository, const RetrievalSettings& settin
 Channel semantic_channel(storage::Repository& repository, const QueryEmbedder& embedder,
                          const RetrievalSettings& settings, std::string_view query,
                          const Admission& admit, std::int64_t depth) {
-  if (!embedder) return without_ranks(UNAVAILABLE, "no embedding model is configured");
+  if (!embedder) return {{}, UNAVAILABLE, "no embedding model is configured"};
   QueryVector vector;
   try {
     vector = embedder(query);
   } catch (const TryAgainLaterError& error) {
-    return without_ranks(UNAVAILABLE, utils::lowercase_first(error.what()));
+    return {{}, UNAVAILABLE, utils::lowercase_first(error.what())};
   } catch (const std::exception&) {
     return failed("Embedding the query failed; ranking without meaning",
                   "embedding the query failed (see the log)");

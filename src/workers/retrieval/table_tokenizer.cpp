@@ -69,13 +69,7 @@ TableTokenizer::TableTokenizer(const storage::Database& database, const std::str
 bool TableTokenizer::run(const std::function<void(const Tokenize&)>& use) {
   Work work{use, nullptr};
   statement_.bind_pointer(1, &work, POINTER_TYPE);
-  bool ran = false;
-  try {
-    ran = statement_.step();
-  } catch (...) {
-    statement_.reset();
-    throw;
-  }
+  const bool ran = statement_.step();
   statement_.reset();
   if (work.error) std::rethrow_exception(work.error);
   return ran;
