@@ -98,7 +98,8 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
       }
       if (first) write_output("Watching " + printable(name) + "; Ctrl-C ends it\n");
       first = false;
-      if (!lock) lock.emplace(take_watch_lock(upkeep::index_of_repository(options.folder), false, check));
+      if (!lock)
+        lock.emplace(take_watch_lock(upkeep::index_of_repository(options.folder), false, check));
     } catch (const NobodyReads&) {
       throw;
     } catch (const std::exception& error) {
