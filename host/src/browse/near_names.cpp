@@ -29,7 +29,8 @@ std::u32string folded(std::string_view text) {
 }
 
 bool is_ascii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<signed char>(c) >= 0; });
 }
 
 std::vector<std::string> sorted(std::vector<std::string> words) {

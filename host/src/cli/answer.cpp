@@ -52,10 +52,7 @@ bool found_by(const std::vector<AnsweredHit>& hits, std::string_view channel) {
 Answerer::Answerer(std::shared_ptr<index::Index> index,
                    workers::retrieval::HybridRetriever& retriever, std::filesystem::path root,
                    AnswerDetails details)
-    : index_(std::move(index)),
-      retriever_(retriever),
-      root_(std::move(root)),
-      details_(details) {}
+    : index_(std::move(index)), retriever_(retriever), root_(std::move(root)), details_(details) {}
 
 Answer Answerer::answer(std::string_view question, const RetrieveOptions& options) const {
   RetrievalResult result = retriever_.retrieve(question, options);

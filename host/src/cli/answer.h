@@ -39,7 +39,7 @@ struct Answer {
   std::vector<AnsweredHit> hits = {};
   workers::retrieval::ChannelMap<std::string_view> channels = {};
   std::optional<std::string> note = {};
-  bool guesses = false;                       // there are hits, and none matches by name or text
+  bool guesses = false;                        // there are hits, and none matches by name or text
   std::vector<std::string> did_you_mean = {};  // names of the index near to one that it lacks
 };
 

@@ -99,7 +99,8 @@ std::string answer_text(const Answer& answer, const AnswerDetails& details,
   for (const AnsweredHit& answered : answer.hits) {
     text += hit_text(answered, details, ++place, root, look) + "\n";
   }
-  if (answer.note) text += look.painted(Ink::notice, "Note:") + " " + printable(*answer.note) + "\n";
+  if (answer.note)
+    text += look.painted(Ink::notice, "Note:") + " " + printable(*answer.note) + "\n";
   return text;
 }
 

@@ -16,7 +16,8 @@ std::string excerpt(const browse::SourceLines& source, std::int64_t definition,
             "\n";
   }
   const auto count = static_cast<std::int64_t>(source.lines.size());
-  const std::size_t width = std::to_string(source.first + std::max<std::int64_t>(count, 1) - 1).size();
+  const std::size_t width =
+      std::to_string(source.first + std::max<std::int64_t>(count, 1) - 1).size();
   std::int64_t number = source.first;
   for (const std::string& line : source.lines) {
     std::string digits = std::to_string(number);

@@ -12,7 +12,7 @@ namespace velmora::host::cli {
 // The url of a place in a file, as an editor or a file manager wants it.
 class HyperlinkFormat {
  public:
-  // `choice` is a name of HYPERLINK_ALIASES or a format with {path}, and if wanted {line}, {column}
+  // `choice` is one of hyperlink_aliases() or a format with {path}, and if wanted {line}, {column}
   // and {host}. Nothing for "none". Throws std::invalid_argument, which says what is wrong with it.
   [[nodiscard]] static std::optional<HyperlinkFormat> of(std::string_view choice);
 

@@ -40,7 +40,8 @@ std::optional<std::string> almost(const CLI::App& app, const std::string& word) 
   };
   for (const CLI::App* command : app.get_subcommands({})) {
     const std::string& name = command->get_name();
-    const bool lower = std::all_of(word.begin(), word.end(), [](char c) { return c >= 'a' && c <= 'z'; });
+    const bool lower =
+        std::all_of(word.begin(), word.end(), [](char c) { return c >= 'a' && c <= 'z'; });
     if (lower && std::min(word.size(), name.size()) >= SHORTEST_MISTYPED &&
         browse::is_one_edit(wide(word), wide(name))) {
       return name;

@@ -82,8 +82,8 @@ std::string Look::painted(Ink ink, std::string_view text) const {
 
 std::string Look::place(const std::filesystem::path& root, std::string_view path,
                         std::int64_t line) const {
-  const std::string text = painted(Ink::path, printable_line(path)) + ":" +
-                           painted(Ink::line, std::to_string(line));
+  const std::string text =
+      painted(Ink::path, printable_line(path)) + ":" + painted(Ink::line, std::to_string(line));
   return links && !root.empty() ? linked(text, links->url(root / path, line, 1)) : text;
 }
 

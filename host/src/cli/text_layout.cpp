@@ -81,7 +81,8 @@ std::string on_one_line(std::string_view text) {
 
 std::string cut_to(std::string_view line, std::size_t most) {
   if (columns(line) <= most) return std::string(line);
-  const std::string_view kept = line.substr(0, most > 1 ? line_end(line, most - 1, most * 3 / 4) : 0);
+  const std::string_view kept =
+      line.substr(0, most > 1 ? line_end(line, most - 1, most * 3 / 4) : 0);
   return std::string(without_end_spaces(kept)).append(ELLIPSIS);
 }
 

@@ -31,11 +31,11 @@ using Grade = std::function<std::optional<int>(std::string_view name, std::strin
 
 // Which symbols are meant, and how many of them.
 struct Choice {
-  Grade grade = {};                          // empty: every symbol fits
-  std::string place = {};                    // a file, or a folder with all in it; "": everywhere
-  std::vector<std::string> kinds = {};       // empty: every kind
-  std::optional<std::int64_t> line = {};     // only those whose lines include this one
-  std::size_t offset = 0;                    // how many of the first are passed over
+  Grade grade = {};                       // empty: every symbol fits
+  std::string place = {};                 // a file, or a folder with all in it; "": everywhere
+  std::vector<std::string> kinds = {};    // empty: every kind
+  std::optional<std::int64_t> line = {};  // only those whose lines include this one
+  std::size_t offset = 0;                 // how many of the first are passed over
   std::size_t limit = std::numeric_limits<std::size_t>::max();
 };
 
@@ -54,21 +54,21 @@ struct Count {
 
 struct ModelCount {
   std::string name;
-  std::string kind;           // what its vectors are: float32, float16 or int8
-  std::int64_t vectors = 0;   // symbols that have one
-  std::int64_t waiting = 0;   // symbols that changed since the model had its turn
+  std::string kind;          // what its vectors are: float32, float16 or int8
+  std::int64_t vectors = 0;  // symbols that have one
+  std::int64_t waiting = 0;  // symbols that changed since the model had its turn
 };
 
 // What the index is as a whole. The lists begin with the largest count, equal ones by name, and
 // have MOST_COUNTS entries at most, since an index may come from anybody.
 inline constexpr std::int64_t MOST_COUNTS = 100;
 struct Summary {
-  std::int64_t written = 0;    // when its content changed last, in seconds since 1970
-  std::string version = {};    // of the velmora that did this
-  std::string extraction = {}; // the version of what made the symbols; empty: an import
-  std::int64_t files = 0;      // that were read
+  std::int64_t written = 0;     // when its content changed last, in seconds since 1970
+  std::string version = {};     // of the velmora that did this
+  std::string extraction = {};  // the version of what made the symbols; empty: an import
+  std::int64_t files = 0;       // that were read
   std::int64_t symbols = 0;
-  std::vector<Count> file_languages = {};    // an import's files have the language ""
+  std::vector<Count> file_languages = {};  // an import's files have the language ""
   std::vector<Count> symbol_languages = {};
   std::vector<Count> symbol_kinds = {};
   std::vector<ModelCount> models = {};

@@ -216,8 +216,7 @@ bool says_index(int descriptor) {
   struct stat status {};
   if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return false;
   if (status.st_size == 0) return true;
-  if (::pread(descriptor, header.data(), header.size(), 0) !=
-          static_cast<ssize_t>(header.size()) ||
+  if (::pread(descriptor, header.data(), header.size(), 0) != static_cast<ssize_t>(header.size()) ||
       !std::string_view(header.data(), header.size()).starts_with(MAGIC)) {
     return false;
   }

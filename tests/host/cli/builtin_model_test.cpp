@@ -101,10 +101,12 @@ TEST_F(BuiltinModel, SaysThatMeaningAloneIsAGuess) {
             "a.py:1  function a.download\n    def download(page): pass\n\n");
   EXPECT_EQ(text("download page").find("a.py:1  function a.download\n"), 0U);
   const auto lines = run({"fetch", "--repo", repo, "--files"});
-  EXPECT_EQ(lines.errors, "velmora: Nothing matches by name or text; these are guesses by meaning.\n");
+  EXPECT_EQ(lines.errors,
+            "velmora: Nothing matches by name or text; these are guesses by meaning.\n");
   EXPECT_NE(ask("fetch").find(R"("guesses":true,"did_you_mean":[]})"), std::string::npos);
-  EXPECT_EQ(text("dwonload").find("No symbol of the index answers this question.\n"
-                                  "Did you mean: download?\nNote: "),
+  EXPECT_EQ(text("dwonload")
+                .find("No symbol of the index answers this question.\n"
+                      "Did you mean: download?\nNote: "),
             0U);
 }
 

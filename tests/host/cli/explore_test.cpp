@@ -136,7 +136,8 @@ TEST_F(Explore, TakesAQuestionAsItIsTyped) {
   EXPECT_EQ(query({"explore", "index", "this"}), R"({"query":"index this")");
   EXPECT_EQ(query({"--verbose", "two  spaces", "{}"}), R"({"query":"two  spaces {}")");
   EXPECT_EQ(query({"{}"}), R"({"query":"{}")");
-  const std::vector<std::string> dashes = {"--repo", repo, "--json", "where", "is", "--", "--json", "-x", "--"};
+  const std::vector<std::string> dashes = {"--repo", repo,     "--json", "where", "is",
+                                           "--",     "--json", "-x",     "--"};
   EXPECT_EQ(run_velmora(dashes).output.find(R"({"query":"where is --json -x --")"), 0U);
   EXPECT_NE(run_velmora({}).output.find("velmora explore --help"), std::string::npos);
 }
@@ -144,45 +145,58 @@ TEST_F(Explore, TakesAQuestionAsItIsTyped) {
 TEST_F(Explore, ShowsSourceFromTheWorkTree) {
   const TemporaryFolder tree;
   const std::string at = tree.path();
-  tree.write("src/a b.py", "import os\n\n# Deep.\ndef deep_name(\n  x):\n\treturn\x1B x\n\nlast = 1\n");
+  tree.write("src/a b.py",
+             "import os\n\n# Deep.\ndef deep_name(\n  x):\n\treturn\x1B x\n\nlast = 1\n");
   ASSERT_EQ(run_velmora({"index", at, "--no-embeddings"}).exit_code, 0);
   const auto ask = [&](std::vector<std::string> arguments) {
     arguments.insert(arguments.end(), {"deep_name", "--no-embeddings", "-n", "1"});
     return run_velmora(arguments, "", tree.path() / "src");
   };
-  const std::string head = "src/a b.py:4  function a b.deep_name\n    def deep_name( x):\n    Deep.\n";
-  EXPECT_EQ(ask({"-C", "1"}).output.find(
-                head + "    3  # Deep.\n    4  def deep_name(\n    5    x):\n\nNote:"),
+  const std::string head =
+      "src/a b.py:4  function a b.deep_name\n    def deep_name( x):\n    Deep.\n";
+  EXPECT_EQ(ask({"-C", "1"})
+                .output.find(head + "    3  # Deep.\n    4  def deep_name(\n    5    x):\n\nNote:"),
             0U)
       << ask({"-C", "1"}).output;
-  EXPECT_EQ(ask({"--body"}).output.find(
-                head + "    4  def deep_name(\n    5    x):\n    6  \treturn\uFFFD x\n\nNote:"),
+  EXPECT_EQ(ask({"--body"})
+                .output.find(
+                    head + "    4  def deep_name(\n    5    x):\n    6  \treturn\uFFFD x\n\nNote:"),
             0U);
-  EXPECT_NE(ask({"--body", "-C", "9", "--jsonl"}).output.find(R"("source":{"first_line":1,"lines":["import os","",)"),
+  EXPECT_NE(ask({"--body", "-C", "9", "--jsonl"})
+                .output.find(R"("source":{"first_line":1,"lines":["import os","",)"),
             std::string::npos);
   EXPECT_EQ(ask({"--vimgrep"}).output, "a b.py:4:5:def deep_name(\n");
   EXPECT_EQ(ask({"--files"}).output, "a b.py\n");
   EXPECT_EQ(ask({"--files", "-0"}).output, std::string("a b.py\0", 7));
-  EXPECT_EQ(ask({"--why"}).output.find(head + "    exact #1, text #1, file #1; first because it is named deep_name\n"), 0U);
-  tree.write("src/a b.py", "def other(): pass\n");
-  EXPECT_EQ(ask({"-C", "0"}).output.find(
-                head + "    The file changed since it was indexed; the definition may have moved.\n\n"),
+  EXPECT_EQ(ask({"--why"}).output.find(
+                head + "    exact #1, text #1, file #1; first because it is named deep_name\n"),
             0U);
+  tree.write("src/a b.py", "def other(): pass\n");
+  EXPECT_EQ(
+      ask({"-C", "0"})
+          .output.find(
+              head +
+              "    The file changed since it was indexed; the definition may have moved.\n\n"),
+      0U);
   EXPECT_EQ(ask({"--vimgrep"}).output, "a b.py:4:1:def deep_name( x):\n");
   std::filesystem::remove_all(tree.path() / "src");
-  EXPECT_EQ(run_velmora({"--repo", at, "--body", "deep_name"}).output.find(head + "    The source cannot be read.\n"), 0U);
+  EXPECT_EQ(run_velmora({"--repo", at, "--body", "deep_name"})
+                .output.find(head + "    The source cannot be read.\n"),
+            0U);
 }
 
 TEST_F(Explore, KnowsWhatATerminalCanDo) {
-  const auto ask = [&](std::vector<std::string> environment, unsigned short rows, const std::vector<std::string>& more = {}) {
+  const auto ask = [&](std::vector<std::string> environment, unsigned short rows,
+                       const std::vector<std::string>& more = {}) {
     std::vector<std::string> arguments = {"parse_config", "--no-embeddings"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     environment.emplace_back("TERM=xterm");
     return run_on_terminal(arguments, environment, rows, 30, folder.path());
   };
-  EXPECT_EQ(ask({"PAGER="}, 3).find(
-                "\033[35msrc/config.py\033[0m:\033[32m3\033[0m  function \033[1mpkg.parse_config\033[0m\n"
-                "    def parse_config(text):\n      more\n    Reads settings.\n\n"),
+  EXPECT_EQ(ask({"PAGER="}, 3)
+                .find("\033[35msrc/config.py\033[0m:\033[32m3\033[0m  function "
+                      "\033[1mpkg.parse_config\033[0m\n"
+                      "    def parse_config(text):\n      more\n    Reads settings.\n\n"),
             0U)
       << ask({"PAGER="}, 3);
   const std::vector<std::string> pager = {"PAGER=sed s/^/paged:/", "NO_COLOR=1"};
@@ -191,7 +205,8 @@ TEST_F(Explore, KnowsWhatATerminalCanDo) {
   EXPECT_EQ(ask(pager, 99).find("src/config.py:3  function"), 0U);
   EXPECT_NE(ask({"PAGER=/nowhere/pager"}, 3).find("pkg.parse_config"), std::string::npos);
   EXPECT_EQ(ask(pager, 99, {"--hyperlink-format", "vscode"})
-                .find("\033]8;;vscode://file" + repo + "/src/config.py:3:1\033\\src/config.py:3\033]8;;\033\\"),
+                .find("\033]8;;vscode://file" + repo +
+                      "/src/config.py:3:1\033\\src/config.py:3\033]8;;\033\\"),
             0U);
 }
 

@@ -49,8 +49,8 @@ TEST(Terminal, LinksToPlacesInFiles) {
   EXPECT_TRUE(url("auto").starts_with("file://"));
   EXPECT_TRUE(url("auto").ends_with("/a%20b/%C3%A9%1B.c"));
   EXPECT_FALSE(HyperlinkFormat::of("none"));
-  for (const char* wrong : {"", "emax", "{path}:1", "x:{line}", "x:{path}{row}", "x:{path}{line", "x:{path}}",
-                            "x:{path}\x1B", "x:{path} "}) {
+  for (const char* wrong : {"", "emax", "{path}:1", "x:{line}", "x:{path}{row}", "x:{path}{line",
+                            "x:{path}}", "x:{path}\x1B", "x:{path} "}) {
     EXPECT_THROW(static_cast<void>(HyperlinkFormat::of(wrong)), std::invalid_argument) << wrong;
   }
   Look look{.color = true, .links = HyperlinkFormat::of("x:{path}:{line}")};

@@ -94,8 +94,8 @@ class Index final : public storage::Repository {
   // Changes the vectors of texts alone, otherwise as update does.
   void update_vectors(const std::function<void(TextVectors&)>& change);
 
-  // Calls `read` with what the index knows (index/catalog.h), all of one state of it. The catalog is
-  // of no use afterwards. What `read` throws reaches the caller.
+  // Calls `read` with what the index knows (index/catalog.h), all of one state of it. The catalog
+  // is of no use afterwards. What `read` throws reaches the caller.
   void read(const std::function<void(Catalog&)>& read);
 
   // A text that names this state of this file, among all states of all files.
