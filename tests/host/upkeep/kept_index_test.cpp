@@ -86,7 +86,7 @@ TEST_F(Kept, SaysWhatItIsAtMeanwhile) {
   lock.reset();
   EXPECT_EQ(files(kept), "a.py 14 ");
   // Once there is one, it answers though another process is at it.
-  lock = WriterLock::try_take(writer_lock_of(file));
+  lock.emplace(*WriterLock::try_take(writer_lock_of(file)));
   folder.write("b.py", "");
   const KeptState busy = kept.wait(LONG);
   EXPECT_NE(busy.index, nullptr);
