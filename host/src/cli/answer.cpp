@@ -1,85 +1,116 @@
 #include "cli/answer.h"
 
-#include <nlohmann/json.hpp>
-#include <optional>
+#include <algorithm>
+#include <limits>
+#include <unordered_map>
+#include <utility>
 
-#include "cli/output.h"
+#include "browse/near_names.h"
+#include "cli/text_layout.h"
 
 namespace velmora::host::cli {
 namespace {
 
-using nlohmann::ordered_json;
-using workers::retrieval::ChannelMap;
 using workers::retrieval::Hit;
 using workers::retrieval::RetrievalResult;
-using workers::retrieval::RetrievedSymbol;
+using workers::retrieval::RetrieveOptions;
 
-// The channel as people know it.
-std::string_view channel_word(std::string_view channel) {
-  if (channel == workers::retrieval::LEXICAL) return "text";
-  if (channel == workers::retrieval::SEMANTIC) return "meaning";
-  return channel;
+char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool same_but_for_case(std::string_view left, std::string_view right) {
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](char a, char b) { return lower(a) == lower(b); });
 }
 
-// A signature may have more lines than there is room for.
-std::string first_line(std::string_view text) {
-  return printable_line(text.substr(0, text.find_first_of("\r\n")));
+// The word of the question that put the hit above the fused ranking, if one did.
+std::optional<std::string> pin(const std::vector<std::string>& words, const Hit& hit) {
+  for (const std::string& word : words) {
+    const bool pins = words.size() == 1 || workers::retrieval::reads_as_code(word);
+    if (pins && same_but_for_case(word, hit.symbol.name)) return word;
+  }
+  return std::nullopt;
 }
 
-template <class Value>
-ordered_json by_channel(const ChannelMap<Value>& map) {
-  ordered_json object = ordered_json::object();
-  for (const auto& [channel, value] : map) object[std::string(channel)] = value;
-  return object;
+// The one name that the question consists of, without what it is qualified by; empty when it is
+// something else.
+std::string_view only_name(std::string_view question) {
+  constexpr std::string_view SPACES = " \t\r\n";
+  question.remove_prefix(std::min(question.find_first_not_of(SPACES), question.size()));
+  question = question.substr(0, question.find_last_not_of(SPACES) + 1);
+  if (question.find_first_of(" \t\r\n/") != std::string_view::npos) return {};
+  return question.substr(question.find_last_of(".:") + 1);
 }
 
-ordered_json or_null(const std::optional<std::string>& text) {
-  return text ? ordered_json(*text) : ordered_json(nullptr);
-}
-
-ordered_json hit_json(const Hit& hit) {
-  const RetrievedSymbol& symbol = hit.symbol;
-  return {{"id", symbol.id},
-          {"fqn", symbol.fqn},
-          {"name", symbol.name},
-          {"kind", symbol.kind},
-          {"path", symbol.path},
-          {"start_line", symbol.start_line},
-          {"end_line", symbol.end_line},
-          {"signature", or_null(symbol.signature)},
-          {"score", hit.score},
-          {"ranks", by_channel(hit.ranks)}};
+bool found_by(const std::vector<AnsweredHit>& hits, std::string_view channel) {
+  return std::any_of(hits.begin(), hits.end(), [&](const AnsweredHit& answered) {
+    return answered.hit.ranks.contains(channel);
+  });
 }
 
 }  // namespace
 
-std::string answer_text(const RetrievalResult& answer) {
-  std::string text;
-  for (const Hit& hit : answer.hits) {
-    const RetrievedSymbol& symbol = hit.symbol;
-    text += printable_line(symbol.path) + ":" + std::to_string(symbol.start_line) + "  " +
-            printable_line(symbol.kind) + " " + printable_line(symbol.fqn) + "\n";
-    if (symbol.signature) text += "    " + first_line(*symbol.signature) + "\n";
-    std::string why;
-    for (const auto& [channel, rank] : hit.ranks) {
-      if (!why.empty()) why += ", ";
-      why += std::string(channel_word(channel)) + " #" + std::to_string(rank);
+Answerer::Answerer(std::shared_ptr<index::Index> index,
+                   workers::retrieval::HybridRetriever& retriever, std::filesystem::path root,
+                   AnswerDetails details)
+    : index_(std::move(index)), retriever_(retriever), root_(std::move(root)), details_(details) {}
+
+Answer Answerer::answer(std::string_view question, const RetrieveOptions& options) const {
+  RetrievalResult result = retriever_.retrieve(question, options);
+  Answer answer{.question = std::string(question),
+                .channels = result.channels,
+                .note = std::move(result.note)};
+  std::vector<models::SymbolId> ids;
+  for (const Hit& hit : result.hits) ids.push_back(hit.symbol.id);
+  const auto stored = index_->get_symbols_by_ids(ids);
+  const std::vector<std::string> words = workers::retrieval::query_names(question);
+  for (Hit& hit : result.hits) {
+    AnsweredHit answered{.hit = std::move(hit)};
+    const auto symbol = stored.find(answered.hit.symbol.id);
+    if (symbol != stored.end() && symbol->second.docstring) {
+      std::string sentence = first_sentence(*symbol->second.docstring);
+      if (!sentence.empty()) answered.summary = std::move(sentence);
     }
-    text += "    " + why + "\n\n";
+    answered.pinned_by = pin(words, answered.hit);
+    if (details_.source()) answered.source = source(answered.hit.symbol);
+    answer.hits.push_back(std::move(answered));
   }
-  if (answer.hits.empty()) text += "No symbol of the index answers this question.\n";
-  if (answer.note) text += "Note: " + printable(*answer.note) + "\n";
-  return text;
+  if (details_.why && options.rerank) add_places(answer, options);
+
+  const bool by_text = found_by(answer.hits, workers::retrieval::LEXICAL) ||
+                       found_by(answer.hits, workers::retrieval::FILE);
+  const bool by_name = found_by(answer.hits, workers::retrieval::EXACT);
+  answer.guesses = !answer.hits.empty() && !by_name && !by_text;
+  const std::string_view name = only_name(question);
+  // A word of prose that the texts hold is no mistyped name.
+  if (!name.empty() && !by_name && (!by_text || workers::retrieval::reads_as_code(name))) {
+    answer.did_you_mean = browse::near_names(name, *index_);
+  }
+  return answer;
 }
 
-std::string answer_json(std::string_view query, const RetrievalResult& answer) {
-  ordered_json hits = ordered_json::array();
-  for (const Hit& hit : answer.hits) hits.push_back(hit_json(hit));
-  const ordered_json object = {{"query", query},
-                               {"hits", std::move(hits)},
-                               {"channels", by_channel(answer.channels)},
-                               {"note", or_null(answer.note)}};
-  return object.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+std::optional<browse::SourceLines> Answerer::source(
+    const workers::retrieval::RetrievedSymbol& symbol) const {
+  if (root_.empty()) return std::nullopt;
+  constexpr std::int64_t MOST = std::numeric_limits<std::int64_t>::max();
+  const std::int64_t around = details_.context.value_or(0);
+  const std::int64_t end = details_.body ? symbol.end_line : symbol.start_line;
+  return browse::read_source(root_, *index_, symbol.path,
+                             symbol.start_line > around ? symbol.start_line - around : 1,
+                             end > MOST - around ? MOST : end + around);
+}
+
+// The rerank reorders hits among more than are shown, so as many are asked for.
+void Answerer::add_places(Answer& answer, RetrieveOptions options) const {
+  options.rerank = false;
+  options.limit += static_cast<int>(std::min<std::int64_t>(
+      workers::retrieval::RERANK_DEPTH, std::numeric_limits<int>::max() - options.limit));
+  const RetrievalResult before = retriever_.retrieve(answer.question, options);
+  std::unordered_map<models::SymbolId, std::size_t> places;
+  for (const Hit& hit : before.hits) places.emplace(hit.symbol.id, places.size() + 1);
+  for (AnsweredHit& answered : answer.hits) {
+    const auto place = places.find(answered.hit.symbol.id);
+    if (place != places.end()) answered.place_before_rerank = place->second;
+  }
 }
 
 }  // namespace velmora::host::cli

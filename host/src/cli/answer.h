@@ -1,18 +1,72 @@
-// How an answer of the retriever is written.
+// An answer of the retriever with what people and programs want to know of it besides. The forms in
+// which it is written are answer_text.h, answer_json.h and answer_lines.h.
 #pragma once
 
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "browse/source.h"
+#include "velmora/host/index/index.h"
 #include "velmora/workers/retrieval.h"
 
 namespace velmora::host::cli {
 
-// For people: a block of lines for each hit, and the note last.
-[[nodiscard]] std::string answer_text(const workers::retrieval::RetrievalResult& answer);
+// What is told of each hit.
+struct AnswerDetails {
+  bool why = false;
+  std::optional<std::int64_t> context = {};  // source lines on both sides of the definition
+  bool body = false;                         // the whole definition, not its first line alone
 
-// For programs: one JSON object on one line.
-[[nodiscard]] std::string answer_json(std::string_view query,
-                                      const workers::retrieval::RetrievalResult& answer);
+  [[nodiscard]] bool source() const { return context || body; }
+};
+
+struct AnsweredHit {
+  workers::retrieval::Hit hit;
+  std::optional<std::string> summary = {};    // the docstring's first sentence
+  std::optional<std::string> pinned_by = {};  // the word of the question that put it first
+  // Its place, from 1, before the decision model had its say; where that is asked for and known.
+  std::optional<std::size_t> place_before_rerank = {};
+  std::optional<browse::SourceLines> source = {};  // where asked for and readable
+};
+
+struct Answer {
+  std::string question;
+  std::vector<AnsweredHit> hits = {};
+  workers::retrieval::ChannelMap<std::string_view> channels = {};
+  std::optional<std::string> note = {};
+  bool guesses = false;                        // there are hits, and none matches by name or text
+  std::vector<std::string> did_you_mean = {};  // names of the index near to one that it lacks
+};
+
+// Answers questions about one index.
+class Answerer {
+ public:
+  // `root` is where the repository is; empty: nowhere, and no source is read. `retriever` outlives
+  // the answerer.
+  Answerer(std::shared_ptr<index::Index> index, workers::retrieval::HybridRetriever& retriever,
+           std::filesystem::path root, AnswerDetails details);
+
+  // Throws what the retriever and the index throw. To tell what a rerank did, the retriever is
+  // asked a second time, without it.
+  [[nodiscard]] Answer answer(std::string_view question,
+                              const workers::retrieval::RetrieveOptions& options) const;
+
+  [[nodiscard]] const AnswerDetails& details() const { return details_; }
+
+ private:
+  [[nodiscard]] std::optional<browse::SourceLines> source(
+      const workers::retrieval::RetrievedSymbol& symbol) const;
+  void add_places(Answer& answer, workers::retrieval::RetrieveOptions options) const;
+
+  const std::shared_ptr<index::Index> index_;
+  workers::retrieval::HybridRetriever& retriever_;
+  const std::filesystem::path root_;
+  const AnswerDetails details_;
+};
 
 }  // namespace velmora::host::cli

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "cli/answer.h"
+#include "cli/answer_json.h"
 #include "cli/json_fields.h"
 #include "cli/output.h"
 
@@ -15,11 +15,10 @@ namespace {
 
 using nlohmann::json;
 using nlohmann::ordered_json;
-using workers::retrieval::HybridRetriever;
 using workers::retrieval::RetrieveOptions;
 
 // Answers the question in `value`.
-std::string answer(const json& value, HybridRetriever& retriever, RetrieveOptions options) {
+std::string answer(const json& value, const Answerer& answerer, RetrieveOptions options) {
   const JsonFields fields(value, {"query", "limit", "scope", "include_tests", "rerank"});
   const std::string query = fields.text("query");
   if (const std::optional<std::int64_t> limit = fields.optional_integer("limit")) {
@@ -35,12 +34,12 @@ std::string answer(const json& value, HybridRetriever& retriever, RetrieveOption
     options.include_tests = include_tests;
   }
   options.rerank = fields.optional_boolean("rerank").value_or(options.rerank);
-  return answer_json(query, retriever.retrieve(query, options));
+  return answer_json(answerer.answer(query, options), answerer.details());
 }
 
 }  // namespace
 
-void answer_batch(Input& input, HybridRetriever& retriever, const RetrieveOptions& defaults) {
+void answer_batch(Input& input, const Answerer& answerer, const RetrieveOptions& defaults) {
   while (const std::optional<std::string> line = input.next_line()) {
     ordered_json query = nullptr;
     std::string written;
@@ -49,7 +48,7 @@ void answer_batch(Input& input, HybridRetriever& retriever, const RetrieveOption
       if (value.is_object() && value.contains("query") && value["query"].is_string()) {
         query = value["query"];
       }
-      written = answer(value, retriever, defaults);
+      written = answer(value, answerer, defaults);
     } catch (const std::exception& error) {
       const ordered_json failure = {{"query", query}, {"error", error.what()}};
       written = failure.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";

@@ -7,10 +7,10 @@
 #include <stop_token>
 
 #include "cli/end_signals.h"
-#include "cli/index_location.h"
 #include "cli/index_lock.h"
 #include "cli/output.h"
 #include "cli/progress_line.h"
+#include "upkeep/index_place.h"
 #include "velmora/host/embedding/server_vectors.h"
 #include "velmora/host/index/index.h"
 
@@ -35,24 +35,23 @@ std::string summary(const embedding::ServerEmbedReport& report, const std::strin
 
 void embed_folder(const std::string& folder, const ServerEmbeddingOptions& options,
                   const std::function<void()>& check) {
-  const std::filesystem::path file = index_of_repository(folder);
+  const std::filesystem::path file = upkeep::index_of_repository(folder);
   const auto index = index::Index::open(file);
   if (!index->made_here()) {
     throw std::runtime_error("The index at " + file.string() +
                              " was not made here by you. Make it anew with: velmora index " +
                              folder);
   }
-  const auto lock = take_embed_lock(file, check);
+  const auto lock = take_embed_lock(file, false, check);
   const Clock::time_point start = Clock::now();
-  ProgressLine line;
+  ProgressLine line("Embedding");
   std::int64_t before = -1;
   const auto show = [&](const embedding::ServerEmbedProgress& now) {
     check();
     if (before < 0 && now.total > 0) before = now.done;
     if (before < 0 || now.done == before) return;
     line.show([&](double seconds) {
-      return "Embedding: " + std::to_string(now.done) + " of " + std::to_string(now.total) +
-             " symbols, " +
+      return std::to_string(now.done) + " of " + std::to_string(now.total) + " symbols, " +
              rate_text(static_cast<double>(now.done - before),
                        static_cast<double>(now.total - now.done), "symbols", seconds);
     });
@@ -84,8 +83,8 @@ void embed_folder(const std::string& folder, const ServerEmbeddingOptions& optio
   try {
     embed_folder(folder, options, [&] { signals.check(); });
   } catch (const Interrupted&) {
-    throw std::runtime_error(
-        "Stopped. What was embedded is kept; the same command goes on from there");
+    tell("Stopped. What was embedded is kept; the same command goes on from there");
+    throw;
   }
 }
 

@@ -13,7 +13,7 @@ namespace velmora::host::cli {
 void embed_folder(const std::string& folder, const ServerEmbeddingOptions& options,
                   const std::function<void()>& check);
 
-// The same until the user ends it: Ctrl-C becomes a std::runtime_error that tells what is kept.
+// The same until the user ends it, by Ctrl-C, which tells what is kept and throws Interrupted.
 void embed_folder(const std::string& folder, const ServerEmbeddingOptions& options);
 
 }  // namespace velmora::host::cli

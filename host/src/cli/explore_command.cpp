@@ -1,5 +1,7 @@
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -7,38 +9,57 @@
 #include <utility>
 
 #include "cli/answer.h"
+#include "cli/answer_json.h"
+#include "cli/answer_lines.h"
+#include "cli/answer_text.h"
+#include "cli/asked_index.h"
 #include "cli/batch.h"
 #include "cli/embedding_options.h"
-#include "cli/index_location.h"
 #include "cli/input.h"
 #include "cli/output.h"
+#include "cli/pager.h"
+#include "cli/progress_line.h"
 #include "cli/rerank_options.h"
+#include "cli/terminal.h"
+#include "cli/words_option.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
+#include "velmora/host/index/index_folder.h"
 #include "velmora/workers/retrieval.h"
 
 namespace velmora::host::cli {
 namespace {
 
+namespace fs = std::filesystem;
 using workers::retrieval::HybridRetriever;
 using workers::retrieval::QueryEmbedder;
-using workers::retrieval::RetrievalResult;
 using workers::retrieval::RetrieveOptions;
+
+// At most one; without any the answer is for people.
+struct Form {
+  bool files = false;
+  bool null = false;  // with files
+  bool vimgrep = false;
+  bool json = false;
+  bool json_lines = false;
+};
 
 struct ExploreOptions {
   std::optional<std::string> question;
   std::optional<std::string> batch;
-  IndexLocation location;
+  AskedIndex location;
   int limit = 10;
   std::optional<std::string> scope;
   bool include_tests = false;
   bool exclude_tests = false;
+  AnswerDetails details;
+  Form form;
+  TerminalOptions terminal;
   RerankOptions rerank;
-  bool json = false;
   EmbeddingOptions embedding;
 };
 
-QueryEmbedder embedder(const ExploreOptions& options, const std::filesystem::path& index_file) {
+QueryEmbedder embedder(const ExploreOptions& options, const fs::path& index_file) {
   auto engine = question_engine(options.embedding, index_file);
   return engine ? workers::retrieval::engine_query_embedder(std::move(engine)) : QueryEmbedder();
 }
@@ -51,23 +72,104 @@ RetrieveOptions retrieve_options(const ExploreOptions& options) {
   return retrieve;
 }
 
+void write_answer(const Answer& answer, const ExploreOptions& options, const fs::path& root) {
+  const Form& form = options.form;
+  if (form.json) return write_output(answer_json(answer, options.details));
+  if (!form.files && !form.vimgrep && !form.json_lines) {
+    const Terminal terminal = output_terminal(options.terminal);
+    return show_paged(answer_text(answer, options.details, root, terminal.look), terminal);
+  }
+  for (const std::string& remark : remarks(answer)) tell(remark);
+  if (answer.note) tell(*answer.note);
+  if (form.json_lines) return write_output(answer_json_lines(answer, options.details));
+  const fs::path from = fs::current_path();
+  write_output(form.files ? answer_files(answer, root, from, form.null)
+                          : answer_vimgrep(answer, root, from));
+}
+
 ExitCode explore(const ExploreOptions& options) {
   if (options.question.has_value() == options.batch.has_value()) {
     throw CLI::ValidationError("explore needs either a question or --batch");
   }
   require_whole_server(options.embedding);
-  const std::filesystem::path file = options.location.file();
-  const auto index = open_index(options.location);  // first: what is wrong with it matters most
+  const fs::path file = options.location.file();
+  // First: what is wrong with it matters most.
+  const auto index = options.location.open(options.embedding);
   HybridRetriever retriever(
       index, {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
+  AnswerDetails details = options.details;
+  if (options.form.vimgrep) details.context = 0;  // the line that it shows
+  const fs::path root = index::repository_of(file);
+  const Answerer answerer(index, retriever, root, details);
   if (options.batch) {
     Input input(*options.batch);
-    answer_batch(input, retriever, retrieve_options(options));
+    answer_batch(input, answerer, retrieve_options(options));
     return ExitCode::answered;
   }
-  const RetrievalResult answer = retriever.retrieve(*options.question, retrieve_options(options));
-  write_output(options.json ? answer_json(*options.question, answer) : answer_text(answer));
+  const Answer answer = [&] {
+    const ProgressLine line("Answering");
+    return answerer.answer(*options.question, retrieve_options(options));
+  }();
+  write_answer(answer, options, root);
   return answer.hits.empty() ? ExitCode::nothing_found : ExitCode::answered;
+}
+
+void exclude_one_another(std::initializer_list<CLI::Option*> options) {
+  for (CLI::Option* const option : options) {
+    for (CLI::Option* const other : options) {
+      if (option != other) option->excludes(other);
+    }
+  }
+}
+
+void add_choice(CLI::App& command, ExploreOptions& options) {
+  command.option_defaults()->group("Which symbols");
+  command.add_option("-n,--limit", options.limit, "The most hits to show")
+      ->type_name("N")
+      ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
+      ->capture_default_str();
+  command.add_option("--scope", options.scope, "Only in this folder or file of the repository")
+      ->type_name("PATH");
+  CLI::Option* include = command.add_flag("--include-tests", options.include_tests,
+                                          "Those of tests too; else the question's words decide");
+  CLI::Option* exclude =
+      command.add_flag("--exclude-tests", options.exclude_tests, "None of tests");
+  exclude_one_another({include, exclude});
+}
+
+// What is told of hits and the forms in which it is; a form that has no place for something
+// refuses it.
+void add_forms(CLI::App& command, ExploreOptions& options) {
+  command.option_defaults()->group("What is shown");
+  CLI::Option* context =
+      command
+          .add_option("-C,--context", options.details.context,
+                      "N source lines before and after each definition's first line")
+          ->type_name("N")
+          ->check(CLI::Range(0, 1'000'000).description(""));
+  CLI::Option* body =
+      command.add_flag("--body", options.details.body, "The whole source of each definition");
+  CLI::Option* why = command.add_flag("--why", options.details.why,
+                                      "Each hit's rank in each channel, and what moved it");
+  options.terminal.add_to(command);
+
+  command.option_defaults()->group("For other programs");
+  Form& form = options.form;
+  CLI::Option* files = command.add_flag("--files", form.files, "Paths alone, each once");
+  command.add_flag("-0,--null", form.null, "End paths with NUL, with --files")->needs(files);
+  CLI::Option* vimgrep =
+      command.add_flag("--vimgrep", form.vimgrep, "path:line:column:text for each hit");
+  CLI::Option* json = command.add_flag("--json", form.json, "One JSON object");
+  CLI::Option* json_lines =
+      command.add_flag("--jsonl", form.json_lines, "One JSON object for each hit, on a line");
+  CLI::Option* batch =
+      command
+          .add_option("--batch", options.batch,
+                      "Answer the questions of FILE, or - for standard input, in JSON")
+          ->type_name("FILE");
+  exclude_one_another({files, vimgrep, json, json_lines});
+  for (CLI::Option* const form_option : {files, vimgrep, json_lines}) form_option->excludes(batch);
+  for (CLI::Option* const detail : {context, body, why}) detail->excludes(files)->excludes(vimgrep);
 }
 
 }  // namespace
@@ -75,33 +177,30 @@ ExitCode explore(const ExploreOptions& options) {
 void add_explore_command(CLI::App& app, ExitCode& exit_code) {
   CLI::App* command = app.add_subcommand("explore", "Find the symbols that best answer a question");
   const auto options = std::make_shared<ExploreOptions>();
-  command
-      ->add_option("question", options->question, "A sentence, keywords or a name, as one argument")
+  add_words(*command, "question", options->question, "A sentence, keywords or a name")
       ->type_name("QUESTION");
+  add_choice(*command, *options);
+  add_forms(*command, *options);
+  command->option_defaults()->group("Which index");
   options->location.add_to(*command);
-  command->add_option("--limit", options->limit, "The most hits to show")
-      ->type_name("N")
-      ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
-      ->capture_default_str();
-  command
-      ->add_option("--scope", options->scope,
-                   "Only symbols in this folder or file, relative to the repository")
-      ->type_name("PATH");
-  CLI::Option* include_tests =
-      command->add_flag("--include-tests", options->include_tests,
-                        "Show symbols of tests too; otherwise the question's words decide");
-  command->add_flag("--exclude-tests", options->exclude_tests, "Show no symbols of tests")
-      ->excludes(include_tests);
-  add_rerank_options(*command, options->rerank);
-  command->add_flag("--json", options->json, "Write the answer as one JSON object");
-  command
-      ->add_option("--batch", options->batch,
-                   "Answer many questions, one JSON object a line: query, and optionally limit,"
-                   " scope, include_tests and rerank. - is standard input")
-      ->type_name("FILE");
+  command->option_defaults()->group("Meaning");
   add_embedding_options(*command, options->embedding, "Rank by names and text only");
   add_server_options(*command, options->embedding);
-  command->footer("Exit status: 0 with hits, 1 without any, 2 for wrong usage, 3 for any failure.");
+  command->option_defaults()->group("Rerank");
+  add_rerank_options(*command, options->rerank);
+  command->footer(
+      "Examples:\n"
+      "  velmora where are retries delayed\n"
+      "  velmora parse_config --body\n"
+      "  velmora explore --scope src -C 3 index of a page    any first word is a question's here\n"
+      "  velmora --files -0 open a connection | xargs -0 wc -l\n"
+      "  echo '{\"query\": \"retries\", \"limit\": 3}' | velmora explore --batch -\n"
+      "\n"
+      "Words need no quotes; behind -- every one is a word. Colour: --color, NO_COLOR, "
+      "FORCE_COLOR,\n"
+      "TERM, in this order. A long answer goes through $PAGER. A line of --batch may have the\n"
+      "fields limit, scope, include_tests and rerank.\n"
+      "Exit status: 0 with hits, 1 without any, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] { exit_code = explore(*options); });
 }
 

@@ -1,6 +1,9 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <map>
 #include <memory>
 #include <optional>
@@ -10,6 +13,7 @@
 #include "cli/input.h"
 #include "cli/json_fields.h"
 #include "cli/output.h"
+#include "cli/progress_line.h"
 #include "cli/symbol_row.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
@@ -51,16 +55,30 @@ void import_rows(const ImportOptions& options) {
   const auto at_line = [&](const std::exception& error) {
     return std::runtime_error("line " + std::to_string(input.line_number()) + ": " + error.what());
   };
-  const auto next = [&, rows = false]() mutable -> std::optional<index::Symbol> {
-    const std::optional<std::string> line = input.next_line();
-    if (!line && !rows && !options.allow_empty) {
+  ProgressLine line("Importing");
+  std::size_t rows = 0;
+  const std::optional<std::uintmax_t> size = input.size();
+  const auto progress_text = [&](double seconds) {
+    std::string text = counted(rows, "row");
+    if (!size) return text;
+    constexpr double MEBIBYTE = 1 << 20;
+    const auto done = static_cast<double>(input.bytes_read()) / MEBIBYTE;
+    const auto all = std::max(done, static_cast<double>(*size) / MEBIBYTE);
+    std::array<char, 64> sizes{};
+    std::snprintf(sizes.data(), sizes.size(), ", %.0f of %.0f MiB, ", done, all);
+    return text + sizes.data() + rate_text(done, all - done, "MiB", seconds);
+  };
+  const auto next = [&]() -> std::optional<index::Symbol> {
+    const std::optional<std::string> row = input.next_line();
+    if (!row && rows == 0 && !options.allow_empty) {
       throw std::runtime_error(
           "The input has no row. Use --allow-empty if the index is to have none");
     }
-    if (!line) return std::nullopt;
-    rows = true;
-    index::Symbol symbol = parse_symbol_row(*line);
+    if (!row) return std::nullopt;
+    ++rows;
+    index::Symbol symbol = parse_symbol_row(*row);
     lengths.check(symbol);
+    line.show(progress_text);
     return symbol;
   };
   try {

@@ -1,7 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -15,14 +14,12 @@
 #include "cli/embed_folder.h"
 #include "cli/embedding_options.h"
 #include "cli/end_signals.h"
-#include "cli/index_location.h"
 #include "cli/index_lock.h"
 #include "cli/output.h"
-#include "cli/progress_line.h"
+#include "cli/refresh_folder.h"
 #include "indexing/folder_watch.h"
+#include "upkeep/index_place.h"
 #include "velmora/host/cli/commands.h"
-#include "velmora/host/index/index.h"
-#include "velmora/host/index/index_folder.h"
 #include "velmora/host/indexing/languages.h"
 #include "velmora/host/indexing/refresh.h"
 
@@ -30,7 +27,6 @@ namespace velmora::host::cli {
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 // "Skipped 3 (2: it is a link, 1: it is binary); --verbose lists them"
 std::string skipped_summary(const std::vector<indexing::Skipped>& skipped) {
@@ -44,28 +40,14 @@ std::string skipped_summary(const std::vector<indexing::Skipped>& skipped) {
 }
 
 // "Indexed 3 files, 9 symbols, in 0.1 s: 1 added, 0 changed, 0 removed, 2 unchanged"
-std::string summary(const indexing::RefreshReport& report, Clock::duration time) {
-  char seconds[32];
-  std::snprintf(seconds, sizeof seconds, "%.1f s", std::chrono::duration<double>(time).count());
-  std::string text = "Indexed " + counted(report.indexed(), "file") + ", " +
-                     counted(static_cast<std::size_t>(report.symbols), "symbol") + ", in " +
-                     seconds + ": " + std::to_string(report.added) + " added, " +
+std::string summary(const RefreshedFolder& done) {
+  const indexing::RefreshReport& report = done.report;
+  std::string text = done.headline + ": " + std::to_string(report.added) + " added, " +
                      std::to_string(report.changed) + " changed, " +
                      std::to_string(report.removed) + " removed, " +
                      std::to_string(report.unchanged) + " unchanged\n";
   if (!report.skipped.empty()) text += skipped_summary(report.skipped);
   return text;
-}
-
-std::string progress_text(const indexing::RefreshProgress& progress, double seconds) {
-  if (progress.files_done == 0) return {};
-  if (progress.embedded > 0) return "Embedding: " + std::to_string(progress.embedded) + " symbols";
-  return "Indexing: " + std::to_string(progress.files_done) + " of " +
-         std::to_string(progress.file_count) + " files, " + std::to_string(progress.symbols) +
-         " symbols, " +
-         rate_text(static_cast<double>(progress.files_done),
-                   static_cast<double>(progress.file_count - progress.files_done), "files",
-                   seconds);
 }
 
 struct IndexOptions {
@@ -75,49 +57,22 @@ struct IndexOptions {
   bool watch = false;
   bool retry = false;
   bool rebuild = false;
+  bool yes = false;
   EmbeddingOptions embedding;
   bool embed = false;
   ServerEmbeddingOptions server;
 };
 
-// The model that embeds the symbols; null when they are not to be embedded, or cannot be.
-std::shared_ptr<const embedding::WordModel> embedding_model(const EmbeddingOptions& options,
-                                                            const fs::path& index_file) {
-  if (options.none) return nullptr;
-  try {
-    return builtin_engine(options, index_file)->model();
-  } catch (const engines::EmbeddingNotReadyError& error) {
-    if (chosen_model_file(options, index_file)) throw;
-    tell(std::string(error.what()) + ". Indexing without embeddings");
-    return nullptr;
-  }
-}
-
-// Brings the index of a folder up to date. `check` is called often; what it throws ends the work.
-std::pair<indexing::RefreshReport, Clock::duration> refresh_folder(
-    const IndexOptions& options, bool rebuild, std::shared_ptr<const embedding::WordModel> model,
-    const std::function<void()>& check) {
-  const fs::path folder = options.folder;
-  const fs::file_status status = fs::status(folder);
-  if (!fs::exists(status)) throw std::runtime_error(folder.string() + " does not exist");
-  if (!fs::is_directory(status)) throw std::runtime_error(folder.string() + " is not a folder");
-
-  const fs::path file = index_of_repository(folder);
-  index::make_index_folder(folder);
-  const auto lock = take_index_lock(file, options.no_wait, check);
-  const Clock::time_point start = Clock::now();
-  ProgressLine line;
-  const auto show = [&](const indexing::RefreshProgress& now) {
-    check();
-    line.show([&](double seconds) { return progress_text(now, seconds); });
-  };
-  indexing::RefreshReport report =
-      indexing::refresh(folder, *index::Index::open_or_remake(file, rebuild, tell),
+RefreshedFolder refresh(const IndexOptions& options, bool rebuild,
+                        std::shared_ptr<const embedding::WordModel> model,
+                        const std::function<void()>& check) {
+  return refresh_folder(options.folder,
                         {.largest_file = options.largest_file,
                          .retry = options.retry,
-                         .model = std::move(model),
-                         .progress = show});
-  return {std::move(report), Clock::now() - start};
+                         .rebuild = rebuild,
+                         .consent = options.yes,
+                         .model = std::move(model)},
+                        options.no_wait, check);
 }
 
 // Brings the index up to date whenever something changes, until the user ends it.
@@ -129,20 +84,22 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
   const EndSignals signals;
   const auto check = [&] { signals.check(); };
   indexing::FolderWatch watch(options.folder, signals.descriptor());
+  std::optional<index::WriterLock> lock;
   bool first = true;
   do {
     try {
       // Watched before they are read: what changes in between makes another round.
       watch.watch_folders();
-      const auto [report, time] = refresh_folder(options, first && options.rebuild, model, check);
+      const RefreshedFolder done = refresh(options, first && options.rebuild, model, check);
+      const indexing::RefreshReport& report = done.report;
       if (first || report.added + report.changed + report.removed > 0) {
-        write_output(summary(report, time));
+        write_output(summary(done));
         if (options.embed) embed_folder(options.folder, options.server, check);
       }
       if (first) write_output("Watching " + printable(name) + "; Ctrl-C ends it\n");
       first = false;
-    } catch (const Interrupted&) {
-      return;
+      if (!lock)
+        lock.emplace(take_watch_lock(upkeep::index_of_repository(options.folder), false, check));
     } catch (const NobodyReads&) {
       throw;
     } catch (const std::exception& error) {
@@ -150,14 +107,14 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
       tell(error.what());
     }
   } while (watch.wait(QUIET, LONGEST));
+  check();
 }
 
 void index_folder(const IndexOptions& options) {
   if (options.embed) require_server(options.server);
-  const auto model = embedding_model(options.embedding, index_of_repository(options.folder));
+  const auto model = indexing_model(options.embedding, upkeep::index_of_repository(options.folder));
   if (options.watch) return watch_folder(options, model);
-  const auto [report, time] = refresh_folder(options, options.rebuild, model, [] {});
-  write_output(summary(report, time));
+  write_output(summary(refresh(options, options.rebuild, model, [] {})));
   if (options.embed) embed_folder(options.folder, options.server);
 }
 
@@ -187,6 +144,8 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
                     "Read files again that were left out because parsing them took too much");
   command->add_flag("--watch", options->watch,
                     "Go on: bring the index up to date whenever files change, until Ctrl-C");
+  command->add_flag("-y,--yes", options->yes,
+                    "Index your home folder, / or a folder of more than 200,000 files too");
   command->add_flag(
       "--rebuild", options->rebuild,
       "Make the index anew, as if there were none; what velmora embed stored is gone");

@@ -1,6 +1,7 @@
 #include "cli/input.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,6 +39,12 @@ std::optional<std::string> Input::next_line() {
   return std::nullopt;
 }
 
+std::optional<std::uintmax_t> Input::size() const {
+  struct stat status {};
+  if (::fstat(file_, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return static_cast<std::uintmax_t>(status.st_size);
+}
+
 // Reads on; false at the end of the input. A stream of the standard library would take an error for
 // the end.
 bool Input::fill() {
@@ -62,6 +69,7 @@ bool Input::read_line(std::string& line) {
     any = true;
     const std::size_t stop = std::min(buffer_.find('\n', at_), buffer_.size());
     line.append(buffer_, at_, stop - at_);
+    bytes_read_ += stop - at_;
     at_ = stop;
     if (line.size() > LONGEST_LINE) {
       throw std::runtime_error("line " + std::to_string(line_number_ + 1) + " is longer than " +
@@ -69,6 +77,7 @@ bool Input::read_line(std::string& line) {
     }
     if (at_ == buffer_.size()) continue;
     ++at_;
+    ++bytes_read_;
     return true;
   }
   return any;

@@ -24,6 +24,10 @@ class Input {
   // so far is not all of it then.
   [[nodiscard]] std::optional<std::string> next_line();
 
+  // The bytes of the lines so far, and of the whole input if that is known: it is a file.
+  [[nodiscard]] std::uintmax_t bytes_read() const { return bytes_read_; }
+  [[nodiscard]] std::optional<std::uintmax_t> size() const;
+
   // The number of the line that was read last; every line counts, from 1.
   [[nodiscard]] std::int64_t line_number() const { return line_number_; }
 
@@ -34,6 +38,7 @@ class Input {
   const std::string name_;  // as messages call it
   const int file_;
   std::int64_t line_number_ = 0;
+  std::uintmax_t bytes_read_ = 0;
   std::string buffer_;
   std::size_t at_ = 0;  // in the buffer
 };

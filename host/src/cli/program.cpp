@@ -4,17 +4,31 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <new>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
+#include "cli/end_signals.h"
+#include "cli/implied_command.h"
 #include "cli/output.h"
 #include "velmora/host/cli/commands.h"
 
 namespace velmora::host::cli {
 namespace {
+
+constexpr std::string_view SHORT_HELP =
+    "Velmora finds the code that answers a question.\n"
+    "\n"
+    "  velmora where are retries delayed    ask about the repository that you are in\n"
+    "  velmora index                        index it, or bring its index up to date\n"
+    "  velmora explore --help               what a question may say besides\n"
+    "  velmora --help                       all commands\n";
 
 // A file opened later must not get the number of a closed standard stream: what is printed would
 // end up in it. What takes the place of a closed one cannot be used: reading from it, or writing to
@@ -28,13 +42,24 @@ void reserve_standard_streams() {
 
 ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   ExitCode exit_code = ExitCode::answered;
+  add_clean_command(app, exit_code);
   add_embed_command(app, exit_code);
   add_explore_command(app, exit_code);
   add_import_command(app, exit_code);
   add_index_command(app, exit_code);
+  add_outline_command(app, exit_code);
   add_search_command(app, exit_code);
+  add_show_command(app, exit_code);
+  add_status_command(app, exit_code);
+  std::vector<std::string> arguments(argv + 1, argv + std::max(argc, 1));
+  if (arguments.empty()) {
+    write_output(SHORT_HELP);
+    return ExitCode::answered;
+  }
   try {
-    app.parse(argc, argv);
+    arguments = with_command(app, std::move(arguments));
+    std::reverse(arguments.begin(), arguments.end());  // as the parser wants them
+    app.parse(std::move(arguments));
     return exit_code;
   } catch (const CLI::Success& answered) {  // --help or --version
     std::ostringstream text;
@@ -55,6 +80,7 @@ int run(int argc, const char* const* argv) {
   std::signal(SIGPIPE, SIG_IGN);
   // So does one that makes a file larger than the user's limit.
   std::signal(SIGXFSZ, SIG_IGN);
+  end_at_signals();
 
   CLI::App app("Velmora finds the code that answers a question.", "velmora");
   app.set_version_flag("--version", "velmora " VELMORA_VERSION);
@@ -63,8 +89,14 @@ int run(int argc, const char* const* argv) {
   app.parse_complete_callback([&verbose] { log_to_standard_error(verbose); });
   app.fallthrough();  // these flags may stand behind the command too
   app.require_subcommand(1);
+  app.footer(
+      "velmora QUESTION... is velmora explore QUESTION...: where the first word is no command, "
+      "all\n"
+      "are the words of a question, and explore's options may stand among them.");
   try {
     return static_cast<int>(parse_and_run(app, argc, argv));
+  } catch (const Interrupted& end) {
+    return static_cast<int>(end.exit_code());
   } catch (const NobodyReads&) {
     return static_cast<int>(ExitCode::failed);
   } catch (const std::bad_alloc&) {

@@ -7,15 +7,18 @@
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "cli/asked_index.h"
 #include "cli/embedding_options.h"
-#include "cli/index_location.h"
 #include "cli/output.h"
+#include "cli/progress_line.h"
+#include "cli/words_option.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
 
@@ -25,8 +28,8 @@ namespace {
 using nlohmann::ordered_json;
 
 struct SearchOptions {
-  std::string query;
-  IndexLocation location;
+  std::optional<std::string> query;
+  AskedIndex location;
   int limit = 10;
   bool json = false;
   EmbeddingOptions embedding;
@@ -53,10 +56,11 @@ ordered_json json_hit(const storage::SymbolRow& symbol, double similarity) {
 ExitCode search_semantic(const SearchOptions& options) {
   require_whole_server(options.embedding);
   const std::filesystem::path file = options.location.file();
-  const auto index = open_index(options.location);
+  const auto index = options.location.open(options.embedding);
+  const ProgressLine line("Answering");
   const auto engine = question_engine(options.embedding, file);
   const auto model = engine->wait_ready(std::chrono::milliseconds::zero());
-  const auto vectors = model->embed(std::array{std::string_view(options.query)});
+  const auto vectors = model->embed(std::array{std::string_view(*options.query)});
   const auto pairs = index->nearest_symbol_ids(vectors.at(0), model->name(),
                                                {.top_k = std::int64_t{options.limit}});
   if (pairs.empty()) {
@@ -72,7 +76,7 @@ ExitCode search_semantic(const SearchOptions& options) {
   }
   if (options.json) {
     const ordered_json answer = {
-        {"query", options.query}, {"model", model->name()}, {"hits", std::move(hits)}};
+        {"query", *options.query}, {"model", model->name()}, {"hits", std::move(hits)}};
     text = answer.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
   }
   write_output(text);
@@ -87,7 +91,7 @@ void add_search_command(CLI::App& app, ExitCode& exit_code) {
   CLI::App* semantic = command->add_subcommand(
       "semantic", "The symbols whose vectors are nearest to a question's, with their cosines");
   const auto options = std::make_shared<SearchOptions>();
-  semantic->add_option("query", options->query, "A sentence, keywords or a name, as one argument")
+  add_words(*semantic, "query", options->query, "A sentence, keywords or a name")
       ->type_name("QUERY")
       ->required();
   options->location.add_to(*semantic);

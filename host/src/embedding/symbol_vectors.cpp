@@ -8,10 +8,11 @@
 namespace velmora::host::embedding {
 
 std::int64_t embed_symbols(index::Update& update, const WordModel& model,
-                           const std::function<void(std::int64_t)>& progress) {
+                           const std::function<void(std::int64_t, std::int64_t)>& progress) {
   std::int64_t read = 0;
+  const std::int64_t all = update.waiting_for(model.name());
   const auto vector_of = [&](const storage::SymbolRow& symbol, std::span<float> vector) {
-    progress(read++);
+    progress(read++, all);
     if (!workers::retrieval::RETRIEVABLE_KINDS.contains(symbol.kind)) return false;
     model.embed_symbol({.name = symbol.name,
                         .fqn = symbol.fqn,

@@ -76,7 +76,7 @@ bool may_write(const fs::path& file) {
 
 FileIdentity file_identity(const fs::path& file) {
   struct stat status {};
-  if (!require_plain_file(file)) throw IndexError(no_index_message(file));
+  if (!require_plain_file(file)) throw no_index(file);
   if (::lstat(file.c_str(), &status) != 0) {
     throw IndexError("The index at " + file.string() +
                      " cannot be read: " + std::generic_category().message(errno));

@@ -1,14 +1,17 @@
 #include "velmora/host/index/index.h"
 
 #include <atomic>
+#include <ctime>
 #include <map>
 #include <mutex>
 #include <string>
 #include <utility>
 
+#include "index/catalog.h"
 #include "index/connection.h"
 #include "index/index_errors.h"
 #include "index/index_file.h"
+#include "index/read_tree_state.h"
 #include "index/reader_pool.h"
 #include "index/row_cursor.h"
 #include "index/symbol_writer.h"
@@ -93,17 +96,25 @@ Index::~Index() {
 }
 
 std::shared_ptr<Index> Index::open(const std::filesystem::path& file) {
+  std::shared_ptr<Index> index = find(file);
+  if (!index) throw no_index(resolved(file));
+  return index;
+}
+
+std::shared_ptr<Index> Index::find(const std::filesystem::path& file) {
   // Absolute, so that a later change of the working folder changes nothing.
   const std::filesystem::path path = resolved(file);
   std::shared_ptr<Index> index(new Index(std::make_unique<Parts>(path)));
-  with_index_errors(path, [&] {
-    const ReaderPool::Lease reader = index->parts_->readers.borrow();
-    if (inspect(reader->database, path) != Content::filled) {
-      throw IndexError(no_index_message(path));
-    }
-    // Pages that refer to one another in circles have an end only here.
-    if (!was_made_here(reader->database, path)) verify(reader->database, path);
-  });
+  try {
+    with_index_errors(path, [&] {
+      const ReaderPool::Lease reader = index->parts_->readers.borrow();
+      if (inspect(reader->database, path) != Content::filled) throw no_index(path);
+      // Pages that refer to one another in circles have an end only here.
+      if (!was_made_here(reader->database, path)) verify(reader->database, path);
+    });
+  } catch (const NoIndexError&) {
+    return nullptr;
+  }
   return index;
 }
 
@@ -142,6 +153,14 @@ bool Index::made_here() {
   });
 }
 
+TreeState Index::tree_state() {
+  return with_index_errors(parts_->file, [&] {
+    const ReaderPool::Lease reader = parts_->readers.borrow();
+    const storage::Transaction one_state(reader->database);
+    return read_tree_state(reader->database);
+  });
+}
+
 void Index::write(const std::function<bool(storage::Database&)>& work) {
   write_to_disk(parts_->file, [&] {
     const FileIdentity identity = file_identity(parts_->file);
@@ -156,8 +175,13 @@ void Index::write(const std::function<bool(storage::Database&)>& work) {
     }
     make_private(parts_->file);
     if (work(database) || content == Content::unfilled) {
-      database.execute(
-          "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16)))");
+      database
+          .prepare(
+              "UPDATE meta SET generation = generation + 1, state = lower(hex(randomblob(16))),"
+              " written = ?, version = ?")
+          .bind(1, std::int64_t{std::time(nullptr)})
+          .bind(2, std::string_view(VELMORA_VERSION))
+          .run();
     }
     transaction.commit();
     parts_->remove_at_end = false;
@@ -192,6 +216,15 @@ void Index::update_vectors(const std::function<void(TextVectors&)>& change) {
     TextVectors vectors(database);
     change(vectors);
     return vectors.changed();
+  });
+}
+
+void Index::read(const std::function<void(Catalog&)>& read) {
+  with_index_errors(parts_->file, [&] {
+    const ReaderPool::Lease reader = parts_->readers.borrow();
+    const storage::Transaction one_state(reader->database);
+    Catalog catalog(reader->database);
+    read(catalog);
   });
 }
 

@@ -7,13 +7,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The folder of the repository whose index stands at `file`; empty when it is no repository's.
-std::string repository_of(const fs::path& file) {
-  const fs::path folder = file.parent_path();
-  if (file.filename() != "index.db" || folder.filename() != INDEX_FOLDER) return {};
-  return folder.parent_path().string();
-}
-
 std::string import_command(const fs::path& file) {
   return "velmora import --index " + file.string() + " ROWS.jsonl";
 }
@@ -21,16 +14,17 @@ std::string import_command(const fs::path& file) {
 }  // namespace
 
 std::string making_command(const fs::path& file) {
-  const std::string repository = repository_of(file);
+  const std::string repository = repository_of(file).string();
   return repository.empty() ? import_command(file) : "velmora index " + repository;
 }
 
-std::string no_index_message(const fs::path& file) {
-  return "There is no index at " + file.string() + ". Make one with: " + making_command(file);
+NoIndexError no_index(const fs::path& file) {
+  return NoIndexError("There is no index at " + file.string() +
+                      ". Make one with: " + making_command(file));
 }
 
 std::string remaking_advice(const fs::path& file) {
-  const std::string repository = repository_of(file);
+  const std::string repository = repository_of(file).string();
   if (!repository.empty()) return "Make it anew with: velmora index --rebuild " + repository;
   return "Remove the file and make it anew with: " + import_command(file);
 }

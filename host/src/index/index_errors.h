@@ -24,10 +24,16 @@ class UnusableIndexError : public IndexError {
   std::string fault_;
 };
 
-[[nodiscard]] UnusableIndexError damaged(const std::filesystem::path& file);
+// There is no index at the path, or one that was never filled.
+class NoIndexError : public IndexError {
+ public:
+  using IndexError::IndexError;
+};
 
-// The sentence that there is no index at `file`, and the command that makes one.
-[[nodiscard]] std::string no_index_message(const std::filesystem::path& file);
+// Names the command that makes one.
+[[nodiscard]] NoIndexError no_index(const std::filesystem::path& file);
+
+[[nodiscard]] UnusableIndexError damaged(const std::filesystem::path& file);
 
 // The command that makes an index at `file`.
 [[nodiscard]] std::string making_command(const std::filesystem::path& file);

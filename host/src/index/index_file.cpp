@@ -1,5 +1,10 @@
 #include "index/index_file.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -18,7 +23,7 @@ using storage::DatabaseError;
 using storage::Statement;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 6;
+constexpr std::int64_t FORMAT = 7;
 
 constexpr const char* TABLES = R"sql(
 CREATE TABLE meta(
@@ -26,7 +31,10 @@ CREATE TABLE meta(
   generation INTEGER NOT NULL,  -- grows with every committed change
   state TEXT NOT NULL,          -- random, drawn for every generation: copies of a file part ways
   extraction TEXT NOT NULL,     -- the version of what made the symbols; empty: an import
-  mark TEXT NOT NULL DEFAULT '' -- of the file in which the index was made
+  largest_file INTEGER NOT NULL DEFAULT 0,  -- in bytes; what is larger was left out
+  mark TEXT NOT NULL DEFAULT '',            -- of the file in which the index was made
+  written INTEGER NOT NULL DEFAULT 0,       -- when the generation grew last, in seconds since 1970
+  version TEXT NOT NULL DEFAULT ''          -- of the velmora that did this
 );
 -- What is known of a file that nobody read: its path.
 CREATE TABLE files(
@@ -82,7 +90,8 @@ CREATE TABLE vectors(
   numbers BLOB NOT NULL   -- of the model's kind, little-endian
 );
 CREATE UNIQUE INDEX vectors_by_text ON vectors(model, text) WHERE text IS NOT NULL;
-INSERT INTO meta VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), '', '');
+INSERT INTO meta(identity, generation, state, extraction)
+  VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), '');
 )sql";
 
 std::int64_t number(Database& database, std::string_view sql) {
@@ -196,6 +205,26 @@ void verify(Database& database, const std::filesystem::path& file) {
 bool was_made_here(Database& database, const std::filesystem::path& file) {
   Statement select = database.prepare("SELECT mark FROM meta");
   return select.step() && is_marked(file, std::string(select.column_text(0)));
+}
+
+bool says_index(int descriptor) {
+  // By the format of SQLite's files, the application's number is at the 68th byte, big-endian. It
+  // is zero until the log that says otherwise is worked in.
+  constexpr std::string_view MAGIC("SQLite format 3\0", 16);
+  constexpr std::size_t AT = 68;
+  std::array<char, 100> header{};
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  if (status.st_size == 0) return true;
+  if (::pread(descriptor, header.data(), header.size(), 0) != static_cast<ssize_t>(header.size()) ||
+      !std::string_view(header.data(), header.size()).starts_with(MAGIC)) {
+    return false;
+  }
+  std::int64_t application = 0;
+  for (std::size_t i = AT; i < AT + 4; ++i) {
+    application = application << 8 | static_cast<unsigned char>(header[i]);
+  }
+  return application == APPLICATION_ID || (application == 0 && status.st_size <= PAGE_SIZE);
 }
 
 void create_tables(Database& database, const std::filesystem::path& file) {

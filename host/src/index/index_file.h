@@ -27,6 +27,10 @@ void verify(storage::Database& database, const std::filesystem::path& file);
 // with a clone, an archive or a copy.
 [[nodiscard]] bool was_made_here(storage::Database& database, const std::filesystem::path& file);
 
+// Whether the open file says that it is an index, of any format, whole or damaged, or that it was
+// to become one.
+[[nodiscard]] bool says_index(int descriptor);
+
 // Makes an unfilled index of a blank database. Leaves one that is an index by now as it is.
 void create_tables(storage::Database& database, const std::filesystem::path& file);
 

@@ -74,6 +74,12 @@ OpenFile::~OpenFile() {
   if (descriptor_ >= 0) ::close(descriptor_);
 }
 
+fs::path repository_of(const fs::path& file) {
+  const fs::path folder = file.parent_path();
+  if (file.filename() != "index.db" || folder.filename() != INDEX_FOLDER) return {};
+  return folder.parent_path();
+}
+
 void make_index_folder(const fs::path& repository) {
   const fs::path folder = repository / INDEX_FOLDER;
   if (!require_folder(folder)) {

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t MOST_IDLE = 8;
 
 storage::Database inspected(storage::Database database, const std::filesystem::path& file) {
-  if (inspect(database, file) == Content::blank) throw IndexError(no_index_message(file));
+  if (inspect(database, file) == Content::blank) throw no_index(file);
   database.execute("PRAGMA query_only = ON");
   return database;
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "index/embedding_writer.h"
+#include "index/read_tree_state.h"
 #include "index/renumber.h"
 #include "index/row_cursor.h"
 #include "index/stored_vector.h"
@@ -17,8 +18,6 @@ namespace velmora::host::index {
 namespace {
 
 using storage::Statement;
-
-using Files = std::map<std::string, FileRecord>;
 
 // What the index holds under the id of a symbol.
 struct Stored {
@@ -44,33 +43,13 @@ std::string column(const Statement& statement, int number) {
   return std::string(statement.column_text(number));
 }
 
-Files read_files(storage::Database& database) {
-  Files files;
-  Statement select = database.prepare(
-      "SELECT path, language, expected, size, modified, changed, inode, hash, skipped FROM files");
-  while (select.step()) {
-    FileRecord file{.path = column(select, 0),
-                    .language = column(select, 1),
-                    .expected = column(select, 2),
-                    .size = select.column_int64(3),
-                    .modified = select.column_int64(4),
-                    .changed = select.column_int64(5),
-                    .inode = std::bit_cast<std::uint64_t>(select.column_int64(6)),
-                    .hash = std::bit_cast<std::uint64_t>(select.column_int64(7)),
-                    .skipped = column(select, 8)};
-    std::string path = file.path;
-    files.emplace(std::move(path), std::move(file));
-  }
-  return files;
-}
-
 }  // namespace
 
 class Update::Impl {
  public:
   explicit Impl(storage::Database& database)
       : database_(database),
-        files_(read_files(database)),
+        tree_(read_tree_state(database)),
         store_file_(database.prepare(
             "INSERT OR REPLACE INTO files(id, path, language, expected, size, modified, changed,"
             " inode, hash, skipped) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
@@ -94,18 +73,16 @@ class Update::Impl {
         wait_no_more_(database.prepare(
             "DELETE FROM waiting WHERE model IN (SELECT id FROM models) AND symbol = ?")),
         text_vectors_(database) {
-    if (extraction().empty()) changed_ = renumber_import(database);
+    if (tree_.extraction.empty()) changed_ = renumber_import(database);
   }
 
-  const Files& files() const { return files_; }
+  const TreeState& tree() const { return tree_; }
 
-  std::string extraction() const {
-    Statement select = database_.prepare("SELECT extraction FROM meta");
-    return select.step() ? column(select, 0) : std::string();
-  }
-
-  void set_extraction(std::string_view version) {
-    database_.prepare("UPDATE meta SET extraction = ?").bind(1, version).run();
+  void set_made_by(std::string_view extraction, std::uintmax_t largest_file) {
+    database_.prepare("UPDATE meta SET extraction = ?, largest_file = ?")
+        .bind(1, extraction)
+        .bind(2, static_cast<std::int64_t>(largest_file))
+        .run();
   }
 
   void note(const FileRecord& file) { store(file_number(file.path), file); }
@@ -163,6 +140,13 @@ class Update::Impl {
     return stored;
   }
 
+  std::int64_t waiting_for(std::string_view name) const {
+    Statement select = database_.prepare("SELECT id FROM models WHERE name = ? AND kind = 'int8'");
+    if (!select.bind(1, name).step()) return symbol_count();
+    return number("SELECT count(*) FROM waiting WHERE model = " +
+                  std::to_string(select.column_int64(0)));
+  }
+
   std::int64_t symbol_count() const { return number("SELECT count(*) FROM symbols"); }
   TextVectors& text_vectors() { return text_vectors_; }
   bool changed() const { return changed_ || text_vectors_.changed(); }
@@ -172,7 +156,7 @@ class Update::Impl {
   }
 
  private:
-  std::int64_t number(std::string_view sql) const {
+  std::int64_t number(const std::string& sql) const {
     Statement select = database_.prepare(sql);
     return select.step() ? select.column_int64(0) : 0;
   }
@@ -281,7 +265,7 @@ class Update::Impl {
   }
 
   storage::Database& database_;
-  const Files files_;
+  const TreeState tree_;
   Statement store_file_;
   Statement select_file_;
   Statement select_number_;
@@ -301,9 +285,10 @@ class Update::Impl {
 Update::Update(storage::Database& database) : impl_(std::make_unique<Impl>(database)) {}
 Update::~Update() = default;
 
-const Files& Update::files() const { return impl_->files(); }
-std::string Update::extraction() const { return impl_->extraction(); }
-void Update::set_extraction(std::string_view version) { impl_->set_extraction(version); }
+const TreeState& Update::tree() const { return impl_->tree(); }
+void Update::set_made_by(std::string_view extraction, std::uintmax_t largest_file) {
+  impl_->set_made_by(extraction, largest_file);
+}
 void Update::put(const FileRecord& file, const std::vector<Symbol>& symbols) {
   impl_->put(file, symbols);
 }
@@ -314,6 +299,7 @@ std::int64_t Update::embed(std::string_view model, std::size_t dimensions,
   return impl_->embed(model, dimensions, vector_of);
 }
 std::int64_t Update::symbol_count() const { return impl_->symbol_count(); }
+std::int64_t Update::waiting_for(std::string_view model) const { return impl_->waiting_for(model); }
 TextVectors& Update::text_vectors() { return impl_->text_vectors(); }
 bool Update::changed() const { return impl_->changed(); }
 void Update::finish() { impl_->finish(); }

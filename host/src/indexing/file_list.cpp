@@ -80,14 +80,15 @@ void add_tracked(const fs::path& root, const std::string& prefix, const TrackedP
   }
 }
 
-Walked find_in_work_tree(const fs::path& root, const fs::path& absolute, const WorkTree& tree) {
+Walked find_in_work_tree(const fs::path& root, const fs::path& absolute, const WorkTree& tree,
+                         std::size_t most_files) {
   std::string prefix = absolute.lexically_relative(tree.top).string() + "/";
   if (prefix == "./") prefix.clear();
   const std::optional<TrackedPaths> index = read_git_index(tree.git_folder);
   const TrackedPaths tracked = index.value_or(TrackedPaths{});
   const OuterRules outer = outer_rules(tree, prefix);
   Walked found;
-  if (!outer.ignore_all) found = FolderWalk(root, prefix, &tracked).run(outer.rules);
+  if (!outer.ignore_all) found = FolderWalk(root, prefix, &tracked, most_files).run(outer.rules);
   add_tracked(root, prefix, tracked, found.list);
   if (!index) {
     found.list.skipped.push_back(
@@ -96,36 +97,37 @@ Walked find_in_work_tree(const fs::path& root, const fs::path& absolute, const W
   return found;
 }
 
-Walked find(const fs::path& root) {
+Walked find(const fs::path& root, std::size_t most_files) {
   std::error_code error;
   const fs::path absolute = fs::canonical(root, error);
   if (error) throw fs::filesystem_error("cannot list files", root, error);
   std::vector<Skipped> notes;
   if (const std::optional<WorkTree> tree = work_tree_around(absolute)) {
-    Walked found = find_in_work_tree(root, absolute, *tree);
+    Walked found = find_in_work_tree(root, absolute, *tree, most_files);
     const bool is_empty =
         found.list.files.empty() && std::ranges::none_of(found.list.skipped, &Skipped::is_folder);
     if (!is_empty) return found;
     notes = std::move(found.list.skipped);
   }
-  Walked found = FolderWalk(root, "", nullptr).run(nullptr);
+  Walked found = FolderWalk(root, "", nullptr, most_files).run(nullptr);
   std::ranges::move(notes, std::back_inserter(found.list.skipped));
   return found;
 }
 
 }  // namespace
 
-FileList list_files(const fs::path& root) {
-  FileList list = find(root).list;
+FileList list_files(const fs::path& root, std::size_t most_files) {
+  FileList list = find(root, most_files).list;
   std::ranges::sort(list.files);
   // Most files are found both ways, and one with merge conflicts is tracked once a side.
   list.files.erase(std::unique(list.files.begin(), list.files.end()), list.files.end());
+  if (list.files.size() > most_files) refuse_so_many(root, most_files);
   std::ranges::sort(list.skipped, {}, &Skipped::path);
   return list;
 }
 
 std::vector<std::string> list_folders(const fs::path& root) {
-  Walked found = find(root);
+  Walked found = find(root, ANY_NUMBER_OF_FILES);
   std::set<std::string> folders(std::make_move_iterator(found.folders.begin()),
                                 std::make_move_iterator(found.folders.end()));
   folders.insert("");

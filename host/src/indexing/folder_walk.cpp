@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -54,8 +55,17 @@ bool is_too_long(const fs::path& root, std::string_view path) {
   return root.native().size() + 1 + path.size() >= PATH_MAX;
 }
 
-FolderWalk::FolderWalk(fs::path root, std::string prefix, const TrackedPaths* tracked)
-    : root_(std::move(root)), prefix_(std::move(prefix)), tracked_(tracked) {}
+void refuse_so_many(const fs::path& root, std::size_t most_files) {
+  throw TooManyFilesError(root.string() + " has more than " + std::to_string(most_files) +
+                          " files");
+}
+
+FolderWalk::FolderWalk(fs::path root, std::string prefix, const TrackedPaths* tracked,
+                       std::size_t most_files)
+    : root_(std::move(root)),
+      prefix_(std::move(prefix)),
+      tracked_(tracked),
+      most_files_(most_files) {}
 
 Walked FolderWalk::run(Rules above) {
   waiting_.push_back({prefix_, std::move(above)});
@@ -67,6 +77,7 @@ Walked FolderWalk::run(Rules above) {
     } else {
       visit(folder);
     }
+    if (walked_.list.files.size() > most_files_) refuse_so_many(root_, most_files_);
   }
   return std::move(walked_);
 }

@@ -1,6 +1,7 @@
 // Finds what stands in a tree of folders and is not ignored.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -27,10 +28,12 @@ class FolderWalk {
   // With `tracked`, relative to the top, the walk is one of a work tree: it leaves the folders
   // alone that are other repositories. Null: those are folders like others. `tracked` outlives the
   // walk.
-  FolderWalk(std::filesystem::path root, std::string prefix, const TrackedPaths* tracked);
+  FolderWalk(std::filesystem::path root, std::string prefix, const TrackedPaths* tracked,
+             std::size_t most_files);
 
   // Reads every folder from `root` down, under the rules `above`, which may be null, and those that
-  // it finds. Throws std::filesystem::filesystem_error when `root` cannot be read.
+  // it finds. Throws std::filesystem::filesystem_error when `root` cannot be read,
+  // TooManyFilesError as soon as there are more than `most_files`.
   [[nodiscard]] Walked run(std::shared_ptr<const IgnoreRules> above);
 
  private:
@@ -53,10 +56,14 @@ class FolderWalk {
   const std::filesystem::path root_;
   const std::string prefix_;
   const TrackedPaths* const tracked_;
+  const std::size_t most_files_;
   std::vector<Folder> waiting_;
   std::uint64_t steps_ = 0;  // what the ignore rules took
   Walked walked_;
 };
+
+// Throws TooManyFilesError.
+[[noreturn]] void refuse_so_many(const std::filesystem::path& root, std::size_t most_files);
 
 // Whether a path below `root` is longer than the system takes.
 [[nodiscard]] bool is_too_long(const std::filesystem::path& root, std::string_view path);

@@ -96,8 +96,14 @@ bool FolderWatch::wait(milliseconds quiet, milliseconds longest) {
     const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
     if (left <= milliseconds(0)) return true;
     event = next(std::min(quiet, left));
+    untold_ = event == Event::wake;
   }
   return event != Event::wake;
+}
+
+bool FolderWatch::take_change() {
+  const bool before = std::exchange(untold_, false);
+  return read_changes() || before;
 }
 
 FolderWatch::Event FolderWatch::next(milliseconds timeout) {

@@ -30,6 +30,11 @@ class FolderWatch {
   // the caller's descriptor became readable.
   [[nodiscard]] bool wait(std::chrono::milliseconds quiet, std::chrono::milliseconds longest);
 
+  // Whether there was a change that no wait has told of: one that the caller's descriptor cut
+  // short, or one since. Does not wait. The system tells of a change before the call returns that
+  // made it.
+  [[nodiscard]] bool take_change();
+
  private:
   enum class Event { change, wake, timeout };
   [[nodiscard]] Event next(std::chrono::milliseconds timeout);
@@ -42,6 +47,7 @@ class FolderWatch {
   int inotify_ = -1;
   // What is watched above the root, and the names in it that lead there.
   std::unordered_map<int, std::unordered_set<std::string>> ways_;
+  bool untold_ = false;       // a change came, and then the caller's descriptor
   bool way_changed_ = false;  // what is watched may no longer be what stands at the root
 };
 

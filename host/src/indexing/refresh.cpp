@@ -61,15 +61,15 @@ RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::
     std::optional<ScannedFile> scanned = scan.next();
     if (!scanned) break;
     limit_symbols(*scanned);
-    const auto known = update.files().find(scanned->file.path);
-    const bool is_known = known != update.files().end();
+    const auto known = update.tree().files.find(scanned->file.path);
+    const bool is_known = known != update.tree().files.end();
     count(*scanned, is_known && known->second.skipped.empty(), report);
     store(*scanned, update);
     if (is_known) seen.insert(scanned->file.path);
     progress.files_done = scan.files_done();
     progress.symbols += scanned->symbols.size();
   }
-  for (const auto& [path, file] : update.files()) {
+  for (const auto& [path, file] : update.tree().files) {
     if (seen.contains(path)) continue;
     update.remove(path);
     if (!file.skipped.empty()) continue;
@@ -85,10 +85,12 @@ RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::
   report.symbols = update.symbol_count();
   embedding::link_known_vectors(update.text_vectors());
   if (options.model) {
-    report.embedded = embedding::embed_symbols(update, *options.model, [&](std::int64_t embedded) {
-      progress.embedded = embedded;
-      if (options.progress) options.progress(progress);
-    });
+    report.embedded = embedding::embed_symbols(update, *options.model,
+                                               [&](std::int64_t embedded, std::int64_t to_embed) {
+                                                 progress.embedded = embedded;
+                                                 progress.to_embed = to_embed;
+                                                 if (options.progress) options.progress(progress);
+                                               });
   }
   return report;
 }
@@ -99,13 +101,16 @@ RefreshReport refresh(const std::filesystem::path& root, index::Index& index,
                       const RefreshOptions& options) {
   RefreshReport report;
   index.update([&](index::Update& update) {
-    const bool same_extraction = update.extraction() == EXTRACTION_VERSION;
+    const bool same_extraction = update.tree().extraction == EXTRACTION_VERSION;
     RepositoryScan scan(root, {.largest_file = options.largest_file,
-                               .known = &update.files(),
+                               .most_files = options.most_files,
+                               .known = &update.tree().files,
                                .parse_known = !same_extraction,
                                .retry = options.retry});
     report = apply(scan, options, update);
-    if (!same_extraction) update.set_extraction(EXTRACTION_VERSION);
+    if (!same_extraction || update.tree().largest_file != options.largest_file) {
+      update.set_made_by(EXTRACTION_VERSION, options.largest_file);
+    }
   });
   return report;
 }

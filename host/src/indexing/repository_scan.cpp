@@ -7,14 +7,12 @@
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <thread>
 #include <utility>
 
-#include "indexing/header_language.h"
-#include "indexing/language_names.h"
 #include "indexing/parse_worker.h"
 #include "indexing/source_file.h"
+#include "indexing/source_list.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -23,11 +21,6 @@ namespace fs = std::filesystem;
 
 // How many files each thread may be ahead of the reader.
 constexpr std::size_t FILES_AHEAD = 64;
-
-bool is_link_to_folder(const fs::path& file) {
-  std::error_code gone;
-  return fs::is_symlink(fs::symlink_status(file, gone)) && fs::is_directory(file, gone);
-}
 
 struct Outcome {
   bool done = false;
@@ -39,17 +32,8 @@ struct Outcome {
 
 class RepositoryScan::Impl {
  public:
-  Impl(const fs::path& root, const ScanOptions& options) : root_(root), options_(options) {
-    FileList list = list_files(root);
-    files_ = std::move(list.files);
-    skipped_folders_ = std::move(list.skipped);
-    std::erase_if(files_, [&](const std::string& file) {
-      if (!language_of(file).empty()) return false;
-      if (is_link_to_folder(root / file)) {
-        skipped_folders_.push_back({file, reason_of_link(root, file), true});
-      }
-      return true;
-    });
+  Impl(const fs::path& root, const ScanOptions& options)
+      : root_(root), options_(options), sources_(root, options.most_files) {
     if (options.retry && options.known != nullptr) {
       // What is not known is read.
       retried_ = *options.known;
@@ -57,8 +41,7 @@ class RepositoryScan::Impl {
                     [](const auto& file) { return is_parse_verdict(file.second.skipped); });
       options_.known = &retried_;
     }
-    headers_.emplace(files_);
-    outcomes_.resize(files_.size());
+    outcomes_.resize(files().size());
     unsigned threads = options.threads;
     if (threads == 0) threads = std::max(1U, std::thread::hardware_concurrency());
     ahead_ = FILES_AHEAD * threads;
@@ -68,7 +51,7 @@ class RepositoryScan::Impl {
   }
 
   std::optional<ScannedFile> next() {
-    while (reading_ < files_.size()) {
+    while (reading_ < files().size()) {
       Outcome outcome = take(reading_++);
       if (outcome.error) std::rethrow_exception(outcome.error);
       if (outcome.scanned) return std::move(outcome.scanned);
@@ -76,11 +59,13 @@ class RepositoryScan::Impl {
     return std::nullopt;
   }
 
-  std::size_t file_count() const { return files_.size(); }
+  std::size_t file_count() const { return files().size(); }
   std::size_t files_done() const { return reading_; }
-  const std::vector<Skipped>& skipped_folders() const { return skipped_folders_; }
+  const std::vector<Skipped>& skipped_folders() const { return sources_.skipped(); }
 
  private:
+  const std::vector<std::string>& files() const { return sources_.files(); }
+
   Outcome take(std::size_t file) {
     std::unique_lock lock(mutex_);
     wanted_ = file;
@@ -96,11 +81,11 @@ class RepositoryScan::Impl {
       {
         std::unique_lock lock(mutex_);
         const bool more = changed_.wait(
-            lock, stop, [&] { return started_ == files_.size() || started_ < wanted_ + ahead_; });
-        if (!more || started_ == files_.size()) return;
+            lock, stop, [&] { return started_ == files().size() || started_ < wanted_ + ahead_; });
+        if (!more || started_ == files().size()) return;
         file = started_++;
       }
-      Outcome outcome = read(files_[file], worker);
+      Outcome outcome = read(files()[file], worker);
       {
         const std::lock_guard lock(mutex_);
         outcomes_[file] = std::move(outcome);
@@ -113,13 +98,11 @@ class RepositoryScan::Impl {
   Outcome read(const std::string& file, ParseWorker& worker) const {
     Outcome outcome;
     try {
-      const std::string_view language = language_of(file);
-      const bool header = is_built_in("cpp") && file.ends_with(".h");
-      const std::string_view expected = header && headers_->among_cpp(file) ? "cpp" : language;
-      std::optional<LookedAt> looked = look_at(root_, file, expected, options_);
+      std::optional<LookedAt> looked =
+          look_at(root_, file, sources_.expected_language(file), options_);
       if (looked) {
         outcome.scanned = std::move(looked->scanned);
-        parse(looked->content, header, *outcome.scanned, worker);
+        parse(looked->content, SourceList::is_header(file), *outcome.scanned, worker);
       }
     } catch (...) {
       outcome.error = std::current_exception();
@@ -143,13 +126,10 @@ class RepositoryScan::Impl {
   const fs::path root_;
   ScanOptions options_;
   std::map<std::string, index::FileRecord> retried_;  // the known ones but for these
-  std::vector<std::string> files_;
-  std::optional<HeaderLanguage> headers_;
+  const SourceList sources_;
   std::size_t ahead_ = 0;
 
-  // The reader's own.
-  std::vector<Skipped> skipped_folders_;
-  std::size_t reading_ = 0;
+  std::size_t reading_ = 0;  // the reader's own
 
   std::mutex mutex_;
   std::condition_variable_any changed_;

@@ -24,6 +24,8 @@ constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 // that shortly before it is read may be modified again without a new time.
 constexpr std::int64_t CLOCK_TICK = NANOSECONDS / 50;
 
+constexpr const char* UNREADABLE = "it cannot be read";
+
 // People break lines; generators and minifiers need not.
 constexpr std::size_t LONG_LINE = 2000;
 
@@ -55,11 +57,6 @@ bool has_same_identity(const FileRecord& left, const FileRecord& right) {
          left.changed == right.changed && left.inode == right.inode;
 }
 
-// Never 0, which stands for no hash.
-std::uint64_t hash_of(std::string_view content) {
-  return std::max<std::uint64_t>(index::content_hash(content), 1);
-}
-
 // Whether most of the content stands in long lines.
 bool is_generated(std::string_view content) {
   std::size_t in_long_lines = 0;
@@ -82,6 +79,10 @@ std::string reason_in(const struct stat& status, std::uintmax_t largest) {
 
 }  // namespace
 
+std::uint64_t hash_of(std::string_view content) {
+  return std::max<std::uint64_t>(index::content_hash(content), 1);
+}
+
 std::string reason_of_link(const std::filesystem::path& root, const std::string& path) {
   std::error_code error;
   const std::filesystem::path tree = std::filesystem::canonical(root, error);
@@ -91,45 +92,55 @@ std::string reason_of_link(const std::filesystem::path& root, const std::string&
   return inside ? "it is a link within the tree" : "it is a link that leaves the tree";
 }
 
-std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::string& path,
+std::optional<Glance> glance_at(const std::filesystem::path& root, const std::string& path,
                                 std::string_view expected, const ScanOptions& options) {
-  using State = ScannedFile::State;
-  const FileRecord* known = nullptr;
-  if (options.known != nullptr) {
-    const auto found = options.known->find(path);
-    if (found != options.known->end()) known = &found->second;
-  }
-  LookedAt result;
-  FileRecord& file = result.scanned.file;
+  Glance seen;
+  FileRecord& file = seen.file;
   file.path = path;
   file.expected = expected;
-  const auto leave_out = [&](std::string reason) {
-    file.skipped = std::move(reason);
-    if (known != nullptr && *known == file) result.scanned.state = State::unchanged;
-    return std::move(result);
-  };
-
+  if (options.known != nullptr) {
+    const auto found = options.known->find(path);
+    if (found != options.known->end()) seen.known = &found->second;
+  }
   const std::int64_t looked = now();
   struct stat status {};
   if (::lstat((root / path).c_str(), &status) != 0) {
     if (errno == ENOENT || errno == ENOTDIR) return std::nullopt;
-    return leave_out("it cannot be read");
+    file.skipped = UNREADABLE;
+    return seen;
   }
-  if (S_ISLNK(status.st_mode)) return leave_out(reason_of_link(root, path));
-  if (std::string reason = reason_in(status, options.largest_file); !reason.empty()) {
-    return leave_out(std::move(reason));
-  }
+  file.skipped = S_ISLNK(status.st_mode) ? reason_of_link(root, path)
+                                         : reason_in(status, options.largest_file);
+  if (!file.skipped.empty()) return seen;
   note_identity(status, file);
   // A record without a hash is of a file that was not read.
-  const bool comparable = known != nullptr && !options.parse_known && known->hash != 0 &&
-                          known->expected == expected && known->size == file.size;
-  if (comparable && has_same_identity(*known, file)) {
-    result.scanned.file = *known;
-    result.scanned.state = State::unchanged;
-    return result;
-  }
+  seen.same_if_hash = seen.known != nullptr && !options.parse_known && seen.known->hash != 0 &&
+                      seen.known->expected == expected && seen.known->size == file.size;
+  seen.is_same = seen.same_if_hash && has_same_identity(*seen.known, file);
   if (!is_past(status.st_mtim, looked) || !is_past(status.st_ctim, looked)) {
     file.modified = file.changed = -1;
+  }
+  return seen;
+}
+
+std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::string& path,
+                                std::string_view expected, const ScanOptions& options) {
+  using State = ScannedFile::State;
+  std::optional<Glance> seen = glance_at(root, path, expected, options);
+  if (!seen) return std::nullopt;
+  const FileRecord* const known = seen->known;
+  LookedAt result;
+  FileRecord& file = result.scanned.file;
+  file = std::move(seen->file);
+  const auto leave_out = [&] {
+    if (known != nullptr && *known == file) result.scanned.state = State::unchanged;
+    return std::move(result);
+  };
+  if (!file.skipped.empty()) return leave_out();
+  if (seen->is_same) {
+    file = *known;
+    result.scanned.state = State::unchanged;
+    return result;
   }
   // By now something else may stand there.
   BoundedFile read =
@@ -137,10 +148,11 @@ std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::st
   if (read.state != BoundedFile::State::read) {
     file.size = file.modified = file.changed = -1;
     file.inode = 0;
-    return leave_out("it cannot be read");
+    file.skipped = UNREADABLE;
+    return leave_out();
   }
   file.hash = hash_of(read.text);
-  if (comparable && known->hash == file.hash) {
+  if (seen->same_if_hash && known->hash == file.hash) {
     file.language = known->language;
     file.skipped = known->skipped;
     result.scanned.state = *known == file ? State::unchanged : State::noted;

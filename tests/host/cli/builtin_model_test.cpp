@@ -27,7 +27,7 @@ using test::run_velmora;
 using test::TemporaryFolder;
 
 constexpr std::string_view ALL_OK =
-    R"("channels":{"exact":"ok","lexical":"ok","file":"ok","semantic":"ok"},"note":null})";
+    R"("channels":{"exact":"ok","lexical":"ok","file":"ok","semantic":"ok"},"note":null,)";
 
 // A repository of two functions and a model to which "fetch" means what "download" does.
 class BuiltinModel : public ::testing::Test {
@@ -84,10 +84,30 @@ TEST_F(BuiltinModel, AnswersOnAllFourChannels) {
   EXPECT_NE(answer.find(R"("ranks":{"semantic":1})"), std::string::npos) << answer;
   EXPECT_NE(answer.find(ALL_OK), std::string::npos) << answer;
   EXPECT_NE(ask("unheard").find(R"("note":"Ranked by name and text only: the embedding model)"
-                                R"( knows none of the question's words."})"),
+                                R"( knows none of the question's words.",)"),
             std::string::npos);
   const auto without = run({"explore", "--repo", repo, "--json", "--no-embeddings", "paint"});
   EXPECT_NE(without.output.find("only: no embedding model is configured.\""), std::string::npos);
+}
+
+TEST_F(BuiltinModel, SaysThatMeaningAloneIsAGuess) {
+  ASSERT_EQ(index().exit_code, 0);
+  const auto text = [&](const std::string& question) {
+    return run({"--repo", repo, "--limit", "1", question}).output;
+  };
+  // "fetch" stands nowhere; it means what "download" does.
+  EXPECT_EQ(text("fetch"),
+            "Nothing matches by name or text; these are guesses by meaning.\n\n"
+            "a.py:1  function a.download\n    def download(page): pass\n\n");
+  EXPECT_EQ(text("download page").find("a.py:1  function a.download\n"), 0U);
+  const auto lines = run({"fetch", "--repo", repo, "--files"});
+  EXPECT_EQ(lines.errors,
+            "velmora: Nothing matches by name or text; these are guesses by meaning.\n");
+  EXPECT_NE(ask("fetch").find(R"("guesses":true,"did_you_mean":[]})"), std::string::npos);
+  EXPECT_EQ(text("dwonload")
+                .find("No symbol of the index answers this question.\n"
+                      "Did you mean: download?\nNote: "),
+            0U);
 }
 
 TEST_F(BuiltinModel, SearchShowsTheNearestAlone) {
@@ -173,7 +193,7 @@ TEST_F(BuiltinModel, SaysWhatIsWrongWithItsFile) {
                                  path + fault),
               std::string::npos)
         << answer.output;
-    EXPECT_TRUE(answer.output.ends_with(".\"}\n"));
+    EXPECT_NE(answer.output.find(".\",\"guesses\":false"), std::string::npos);
     const auto refused = run({"index", repo}, path);
     EXPECT_EQ(refused.exit_code, 3);
     EXPECT_EQ(refused.errors.find("velmora: The model file " + path + fault), 0U);

@@ -72,7 +72,8 @@ TEST_F(EmbedCommand, AsksForATextOnceWhateverBecomesOfItsSymbol) {
   const auto note = [&] {
     const auto answer = run_velmora(command({"explore", "--repo", at, "--json", "first"}, server));
     server.take_texts();
-    return answer.output.substr(answer.output.find("\"semantic\":", answer.output.find("nels\"")));
+    const std::size_t start = answer.output.find("\"semantic\":", answer.output.find("nels\""));
+    return answer.output.substr(start, answer.output.find(",\"guesses\"") - start);
   };
   folder.write("a.py", "def first(): pass\n");
   folder.write("b.py", "def second(): pass\n");
@@ -80,10 +81,10 @@ TEST_F(EmbedCommand, AsksForATextOnceWhateverBecomesOfItsSymbol) {
   EXPECT_EQ(names(), "") << "no server is asked without --embed";
   EXPECT_EQ(note(),
             "\"semantic\":\"unavailable\"},\"note\":\"Ranked by name and text only: the "
-            "index has no symbol embeddings of m.\"}\n");
+            "index has no symbol embeddings of m.\"");
   EXPECT_NE(index("--embed").find("Embedded 2 texts for 2 symbols with m, in "), std::string::npos);
   EXPECT_EQ(names(), "function a.first;function b.second;");
-  EXPECT_EQ(note(), "\"semantic\":\"ok\"},\"note\":null}\n");
+  EXPECT_EQ(note(), "\"semantic\":\"ok\"},\"note\":null");
 
   folder.write("a.py", "\n\ndef renamed(): pass\ndef first(): pass\n");
   index("--embed");
@@ -123,7 +124,7 @@ TEST_F(EmbedCommand, LosesNoMoreThanTheBatchesInFlight) {
       // The server is waited for, and nobody is kept from writing meanwhile.
       EXPECT_EQ(run_velmora({"index", at, "--no-wait"}).exit_code, 0);
     }
-    EXPECT_EQ(program.end(signal), signal == SIGKILL ? -SIGKILL : 3);
+    EXPECT_EQ(program.end(signal), signal == SIGKILL ? -SIGKILL : 128 + signal);
     const Texts asked = server.take_texts();
     EXPECT_EQ(asked.size(), 6U);
     all.insert(all.end(), asked.begin(), asked.end());

@@ -11,11 +11,13 @@
 #include "support/http_server.h"
 #include "support/process.h"
 #include "support/temporary_folder.h"
+#include "support/terminal_process.h"
 
 namespace velmora::host::cli {
 namespace {
 
 using test::HttpServer;
+using test::run_on_terminal;
 using test::run_velmora;
 using test::TemporaryFolder;
 
@@ -61,17 +63,19 @@ TEST_F(Explore, AnswersInJson) {
             R"({"id":5,"fqn":"pkg.parse_config","name":"parse_config","kind":"function",)"
             R"("path":"src/config.py","start_line":3,"end_line":9,)"
             R"("signature":"def parse_config(text):\n  more","score":0.06530936012691697,)"
-            R"("ranks":{"exact":1,"lexical":1,"file":1,"semantic":2}},)"
+            R"("ranks":{"exact":1,"lexical":1,"file":1,"semantic":2},"summary":"Reads settings.",)"
+            R"("pinned_by":"parse_config"},)"
             R"({"id":6,"fqn":"pkg.Server","name":"Server","kind":"class","path":"src/server.py",)"
             R"("start_line":1,"end_line":2,"signature":null,"score":0.01639344262295082,)"
-            R"("ranks":{"semantic":1}}],)"
-            R"("channels":{"exact":"ok","lexical":"ok","file":"ok","semantic":"ok"},"note":null})"
+            R"("ranks":{"semantic":1},"summary":null,"pinned_by":null}],)"
+            R"("channels":{"exact":"ok","lexical":"ok","file":"ok","semantic":"ok"},"note":null,)"
+            R"("guesses":false,"did_you_mean":[]})"
             "\n");
   response = HttpServer::response("", "404 None");
   const auto failed = ask();
   EXPECT_EQ(failed.exit_code, 0);
   EXPECT_NE(failed.output.find(R"("semantic":"unavailable"},"note":"Ranked by name and text only:)"
-                               R"( the embedding server answered with status 404."})"),
+                               R"( the embedding server answered with status 404.",)"),
             std::string::npos);
 }
 
@@ -95,6 +99,9 @@ TEST_F(Explore, LetsAServerReorderHits) {
   EXPECT_EQ(server.requests().at(0).find("Reads settings"), std::string::npos);
   EXPECT_NE(first(ask({"--share-source"})), ranked);
   EXPECT_NE(server.requests().at(1).find("Reads settings"), std::string::npos);
+  const std::string why = ask({"--why"}).output;
+  EXPECT_NE(why.find(R"("place_before_rerank":2)"), std::string::npos) << why;
+  EXPECT_LT(why.find(R"("place_before_rerank":2)"), why.find(R"("place_before_rerank":1)"));
   response = HttpServer::response("", "500 Broken");
   const auto failed = ask({});
   EXPECT_EQ(failed.exit_code, 0);
@@ -103,17 +110,104 @@ TEST_F(Explore, LetsAServerReorderHits) {
   EXPECT_NE(failed.errors.find("The rerank server answered with status 500"), std::string::npos);
 }
 
-TEST_F(Explore, ShowsPeopleWhereAndWhy) {
+TEST_F(Explore, ShowsPeopleWhereAndWhat) {
   std::filesystem::create_directories(folder.path() / "src" / "deep");
   const auto result = run_velmora({"explore", "parse_config"}, "", folder.path() / "src" / "deep");
   EXPECT_EQ(result.exit_code, 0);
   EXPECT_EQ(result.output.find("src/config.py:3  function pkg.parse_config\n"
-                               "    def parse_config(text):\n"
-                               "    exact #1, text #1, file #1\n\nNote: "),
-            0U);
+                               "    def parse_config(text): more\n"
+                               "    Reads settings.\n\nNote: "),
+            0U)
+      << result.output;
   const auto nothing = run_velmora({"explore", "--repo", repo, "zebra"});
   EXPECT_EQ(nothing.exit_code, 1);
   EXPECT_EQ(nothing.output.find("No symbol of the index answers this question.\n"), 0U);
+}
+
+TEST_F(Explore, TakesAQuestionAsItIsTyped) {
+  const auto query = [&](std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), {"--repo", repo, "--json", "--no-embeddings"});
+    const std::string answer = run_velmora(arguments).output;
+    return answer.substr(0, answer.find(",\"hits\""));
+  };
+  EXPECT_EQ(query({"how", "is", "config", "--limit", "2", "[a,b]"}),
+            R"({"query":"how is config [a,b]")");
+  EXPECT_EQ(query({"--limit", "2", "index", "of"}), R"({"query":"index of")");
+  EXPECT_EQ(query({"explore", "index", "this"}), R"({"query":"index this")");
+  EXPECT_EQ(query({"--verbose", "two  spaces", "{}"}), R"({"query":"two  spaces {}")");
+  EXPECT_EQ(query({"{}"}), R"({"query":"{}")");
+  const std::vector<std::string> dashes = {"--repo", repo,     "--json", "where", "is",
+                                           "--",     "--json", "-x",     "--"};
+  EXPECT_EQ(run_velmora(dashes).output.find(R"({"query":"where is --json -x --")"), 0U);
+  EXPECT_NE(run_velmora({}).output.find("velmora explore --help"), std::string::npos);
+}
+
+TEST_F(Explore, ShowsSourceFromTheWorkTree) {
+  const TemporaryFolder tree;
+  const std::string at = tree.path();
+  tree.write("src/a b.py",
+             "import os\n\n# Deep.\ndef deep_name(\n  x):\n\treturn\x1B x\n\nlast = 1\n");
+  ASSERT_EQ(run_velmora({"index", at, "--no-embeddings"}).exit_code, 0);
+  const auto ask = [&](std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), {"deep_name", "--no-embeddings", "-n", "1"});
+    return run_velmora(arguments, "", tree.path() / "src");
+  };
+  const std::string head =
+      "src/a b.py:4  function a b.deep_name\n    def deep_name( x):\n    Deep.\n";
+  EXPECT_EQ(ask({"-C", "1"})
+                .output.find(head + "    3  # Deep.\n    4  def deep_name(\n    5    x):\n\nNote:"),
+            0U)
+      << ask({"-C", "1"}).output;
+  EXPECT_EQ(ask({"--body"})
+                .output.find(
+                    head + "    4  def deep_name(\n    5    x):\n    6  \treturn\uFFFD x\n\nNote:"),
+            0U);
+  EXPECT_NE(ask({"--body", "-C", "9", "--jsonl"})
+                .output.find(R"("source":{"first_line":1,"lines":["import os","",)"),
+            std::string::npos);
+  EXPECT_EQ(ask({"--vimgrep"}).output, "a b.py:4:5:def deep_name(\n");
+  EXPECT_EQ(ask({"--files"}).output, "a b.py\n");
+  EXPECT_EQ(ask({"--files", "-0"}).output, std::string("a b.py\0", 7));
+  EXPECT_EQ(ask({"--why"}).output.find(
+                head + "    exact #1, text #1, file #1; first because it is named deep_name\n"),
+            0U);
+  tree.write("src/a b.py", "def other(): pass\n");
+  EXPECT_EQ(
+      ask({"-C", "0"})
+          .output.find(
+              head +
+              "    The file changed since it was indexed; the definition may have moved.\n\n"),
+      0U);
+  EXPECT_EQ(ask({"--vimgrep"}).output, "a b.py:4:1:def deep_name( x):\n");
+  std::filesystem::remove_all(tree.path() / "src");
+  EXPECT_EQ(run_velmora({"--repo", at, "--body", "deep_name"})
+                .output.find(head + "    The source cannot be read.\n"),
+            0U);
+}
+
+TEST_F(Explore, KnowsWhatATerminalCanDo) {
+  const auto ask = [&](std::vector<std::string> environment, unsigned short rows,
+                       const std::vector<std::string>& more = {}) {
+    std::vector<std::string> arguments = {"parse_config", "--no-embeddings"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    environment.emplace_back("TERM=xterm");
+    return run_on_terminal(arguments, environment, rows, 30, folder.path());
+  };
+  EXPECT_EQ(ask({"PAGER="}, 3)
+                .find("\033[35msrc/config.py\033[0m:\033[32m3\033[0m  function "
+                      "\033[1mpkg.parse_config\033[0m\n"
+                      "    def parse_config(text):\n      more\n    Reads settings.\n\n"),
+            0U)
+      << ask({"PAGER="}, 3);
+  const std::vector<std::string> pager = {"PAGER=sed s/^/paged:/", "NO_COLOR=1"};
+  EXPECT_EQ(ask(pager, 3).find("paged:src/config.py:3  function"), 0U);
+  EXPECT_EQ(ask(pager, 3, {"--json"}).find("{"), 0U);
+  EXPECT_EQ(ask(pager, 99).find("src/config.py:3  function"), 0U);
+  EXPECT_NE(ask({"PAGER=/nowhere/pager"}, 3).find("pkg.parse_config"), std::string::npos);
+  EXPECT_EQ(ask(pager, 99, {"--hyperlink-format", "vscode"})
+                .find("\033]8;;vscode://file" + repo +
+                      "/src/config.py:3:1\033\\src/config.py:3\033]8;;\033\\"),
+            0U);
 }
 
 TEST(Printable, LetsNothingDriveATerminal) {
@@ -166,10 +260,16 @@ TEST_F(Explore, ExitCodeTellsWrongUsageFromFailure) {
   const TemporaryFolder empty;
   const std::string no_index = "velmora: There is no index ";
   const std::vector<std::tuple<std::vector<std::string>, int, std::string>> cases = {
-      {{}, 2, "velmora: A subcommand is required"},
       {{"explore"}, 2, "velmora: explore needs either a question or --batch"},
       {{"explore", "--batch", "-", "a"}, 2, "velmora: explore needs either"},
-      {{"explore", "two", "words"}, 2, "velmora: The following argument was not expected: words"},
+      {{"--frobnicate", "a"}, 2, "velmora: The following argument was not expected: --frobnicate"},
+      {{"indx", "--retry", "."}, 2, "velmora: indx is no command. Did you mean: velmora index\n"},
+      {{"a", "--json", "--jsonl"}, 2, "velmora: --json excludes --jsonl"},
+      {{"a", "--null"}, 2, "velmora: --null requires --files"},
+      {{"a", "--files", "-C", "2"}, 2, "velmora: --context excludes --files"},
+      {{"a", "--batch", "-", "--vimgrep"}, 2, "velmora: --vimgrep excludes --batch"},
+      {{"a", "--color", "blue"}, 2, "velmora: --color: blue not in {auto,always,never}"},
+      {{"a", "--hyperlink-format", "emax"}, 2, "velmora: --hyperlink-format: \"emax\" is neither"},
       {{"explore", "a", "--limit", "0"}, 2, "velmora: --limit: Value 0 not in range"},
       {{"explore", "a", "--limit", "2147483648"}, 2, "velmora: --limit: "},
       {{"explore", "a", "--index", "x", "--repo", "y"}, 2, "velmora: --index excludes --repo"},
@@ -177,9 +277,12 @@ TEST_F(Explore, ExitCodeTellsWrongUsageFromFailure) {
       {{"explore", "a", "--embeddings-url", "u"}, 2, "velmora: the embedding server u needs a m"},
       {{"explore", "a", "--embeddings-model", "m"}, 2, "velmora: the embedding model m needs its "},
       {{"import", "rows.jsonl"}, 2, "velmora: --index is required"},
-      {{"explore", "a"}, 3, no_index + "in " + empty.path().string()},
-      {{"explore", "a", "--repo", "."}, 3, no_index + "at " + empty.path().string()},
+      {{"explore", "a", "--no-index"}, 3, no_index + "at " + empty.path().string()},
+      {{"explore", "a", "--repo", ".", "--no-index"}, 3, no_index + "at " + empty.path().string()},
       {{"explore", "import", "--repo", repo}, 1, ""},  // a question like any other
+      {{"--repo", repo, "indx"}, 1, ""},               // as is what follows an option
+      {{"heap", "--repo", repo}, 1, ""},
+      {{}, 0, ""},
       {{"explore", "--help"}, 0, ""},
       {{"import", "--version"}, 0, ""},
   };

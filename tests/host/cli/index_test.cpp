@@ -6,6 +6,7 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "index/connection.h"
@@ -58,10 +59,13 @@ TEST(IndexCommand, LeavesTheLastIndexWhenItIsKilled) {
   EXPECT_EQ(run_velmora({"index", at}).exit_code, 0);
   const std::string fingerprint = index::Index::open(file)->retrieval_fingerprint().value;
   write("later");
-  for (const char* line : {"changed 1000.py", "changed 1120.py", "changed 1298.py"}) {
+  const std::tuple<const char*, int, int> cases[] = {{"changed 1000.py", SIGINT, 130},
+                                                     {"changed 1120.py", SIGTERM, 143},
+                                                     {"changed 1298.py", SIGKILL, -SIGKILL}};
+  for (const auto& [line, signal, code] : cases) {
     Running program({"index", at, "--verbose"});
     program.line_with(line);
-    EXPECT_EQ(program.end(SIGKILL), -SIGKILL);
+    EXPECT_EQ(program.end(signal), code);
     storage::Database database = index::connect(file, 0);
     storage::Statement check = database.prepare("PRAGMA integrity_check");
     ASSERT_TRUE(check.step());
@@ -70,7 +74,8 @@ TEST(IndexCommand, LeavesTheLastIndexWhenItIsKilled) {
     const bool done = index::Index::open(file)->retrieval_fingerprint().value != fingerprint;
     // By text alone: the meaning of either word is near the other's.
     const auto hits = [&](const std::string& name) {
-      return run_velmora({"explore", "--repo", at, "--no-embeddings", name}).exit_code == 0;
+      return run_velmora({"explore", "--repo", at, "--no-refresh", "--no-embeddings", name})
+                 .exit_code == 0;
     };
     EXPECT_TRUE(hits(done ? "later" : "first"));
     EXPECT_FALSE(hits(done ? "first" : "later"));
@@ -140,7 +145,7 @@ TEST(IndexCommand, WatchesFilesAndNewFolders) {
   fs::remove(folder.path() / ".velmora/lock");
   fs::remove_all(folder.path() / "new");
   watch.line_with(": 1 added, 0 changed, 1 removed, 1 unchanged");
-  EXPECT_EQ(watch.end(SIGINT), 0);
+  EXPECT_EQ(watch.end(SIGINT), 130);
 }
 
 }  // namespace

@@ -263,6 +263,9 @@ TEST(FileList, FollowsNoLinkAndNeverNamesItsOwnFolder) {
   fs::remove_all(folder.path() / ".git");
   EXPECT_EQ(list_files(folder.path()).files, expected);
   EXPECT_THROW(static_cast<void>(list_files(folder.path() / "none")), fs::filesystem_error);
+  EXPECT_EQ(list_files(folder.path(), expected.size()).files, expected);
+  EXPECT_THROW(static_cast<void>(list_files(folder.path(), expected.size() - 1)),
+               TooManyFilesError);
 }
 
 TEST(FileList, ListsAFolderThatWasAskedForThoughItIsIgnored) {

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/answer.h"
+#include "cli/answer_json.h"
 #include "index/connection.h"
 #include "index/symbol_ids.h"
 #include "support/temporary_folder.h"
@@ -95,12 +95,14 @@ class Refresh : public ::testing::Test {
 
   static std::string answers(const fs::path& file, const fs::path& model_file) {
     namespace retrieval = workers::retrieval;
+    const auto index = index::Index::open(file);
     retrieval::HybridRetriever retriever(
-        index::Index::open(file), {.embedder = retrieval::engine_query_embedder(
-                                       std::make_shared<embedding::BuiltinEngine>(model_file))});
+        index, {.embedder = retrieval::engine_query_embedder(
+                    std::make_shared<embedding::BuiltinEngine>(model_file))});
+    const cli::Answerer answerer(index, retriever, {}, {});
     std::string text;
     for (const char* question : {"alpha", "beta doc", "where is gamma moved", "Alpha.m", "int"}) {
-      text += cli::answer_json(question, retriever.retrieve(question, {.limit = 30}));
+      text += cli::answer_json(answerer.answer(question, {.limit = 30}), {});
     }
     return text;
   }

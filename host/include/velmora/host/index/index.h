@@ -26,11 +26,14 @@
 #include <vector>
 
 #include "velmora/host/index/symbol.h"
+#include "velmora/host/index/tree_state.h"
 #include "velmora/host/index/update.h"
 #include "velmora/host/index/vector_kind.h"
 #include "velmora/storage/repository_retrieval.h"
 
 namespace velmora::host::index {
+
+class Catalog;
 
 // There is no usable index at the path, or somebody else is writing it, or its disk takes nothing
 // more. The message is a sentence for the user and says what to do.
@@ -45,6 +48,9 @@ class Index final : public storage::Repository {
   // when there is none, when it was never filled, when its format is not this version's, or when
   // the file is something else.
   [[nodiscard]] static std::shared_ptr<Index> open(const std::filesystem::path& file);
+
+  // The same, but null when there is none, or none that was ever filled.
+  [[nodiscard]] static std::shared_ptr<Index> find(const std::filesystem::path& file);
 
   // Opens the index at `file` for writing; makes it, and the folders above it, when it is missing.
   // An index made here that was not filled is removed again with its Index. Throws IndexError when
@@ -65,6 +71,9 @@ class Index final : public storage::Repository {
   // was not came with a clone, an archive or a copy, and says what somebody else wanted it to say.
   [[nodiscard]] bool made_here();
 
+  // What the index knows of the files that it was made of, of one state.
+  [[nodiscard]] TreeState tree_state();
+
   // Replaces everything by the symbols that `next` yields until it returns nothing, and returns how
   // many those were. All or nothing: an error leaves the index as it was, an error of `next`
   // reaches the caller unchanged. Readers see the earlier state until the last symbol is in.
@@ -84,6 +93,10 @@ class Index final : public storage::Repository {
 
   // Changes the vectors of texts alone, otherwise as update does.
   void update_vectors(const std::function<void(TextVectors&)>& change);
+
+  // Calls `read` with what the index knows (index/catalog.h), all of one state of it. The catalog
+  // is of no use afterwards. What `read` throws reaches the caller.
+  void read(const std::function<void(Catalog&)>& read);
 
   // A text that names this state of this file, among all states of all files.
   storage::IndexFingerprint retrieval_fingerprint() override;

@@ -33,6 +33,10 @@ class OpenFile {
   int descriptor_;
 };
 
+// The folder of the repository whose index stands at `file`, an absolute path; empty when it is no
+// repository's.
+[[nodiscard]] std::filesystem::path repository_of(const std::filesystem::path& file);
+
 // Makes the folder in `repository` unless it is there, and keeps it out of version control.
 void make_index_folder(const std::filesystem::path& repository);
 

@@ -12,7 +12,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -22,6 +21,7 @@
 #include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/index/text_vectors.h"
+#include "velmora/host/index/tree_state.h"
 #include "velmora/storage/repository_retrieval.h"
 
 namespace velmora::storage {
@@ -38,12 +38,12 @@ class Update {
   explicit Update(storage::Database& database);
   ~Update();
 
-  // The files of the index, by path, as they were before the update.
-  [[nodiscard]] const std::map<std::string, FileRecord>& files() const;
+  // What the index knew before the update.
+  [[nodiscard]] const TreeState& tree() const;
 
-  // Which version of the extraction made the symbols; empty when something else did.
-  [[nodiscard]] std::string extraction() const;
-  void set_extraction(std::string_view version);
+  // Notes which version of the extraction made the symbols now, and which files were left out as
+  // larger than so many bytes (below 2^63).
+  void set_made_by(std::string_view extraction, std::uintmax_t largest_file);
 
   // Stores a file; `symbols`, in the order in which they stand in it, become all that it holds. One
   // whose id the file held before keeps its embeddings unless its name, signature or docstring is
@@ -64,6 +64,9 @@ class Update {
   // and drops the vectors of another one that was the program's own before. The rows live for the
   // call. Returns how many vectors were stored. To be called after the files are stored.
   std::int64_t embed(std::string_view model, std::size_t dimensions, const VectorOf& vector_of);
+
+  // How many symbols that call would offer.
+  [[nodiscard]] std::int64_t waiting_for(std::string_view model) const;
 
   // The vectors of texts, in the same transaction.
   [[nodiscard]] TextVectors& text_vectors();

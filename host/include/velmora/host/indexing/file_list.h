@@ -1,7 +1,10 @@
 // Which files a repository holds.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
+#include <limits>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -22,6 +25,14 @@ struct FileList {
                                    // paths beyond the system's limit
 };
 
+// A tree has more files than it may have.
+class TooManyFilesError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+inline constexpr std::size_t ANY_NUMBER_OF_FILES = std::numeric_limits<std::size_t>::max();
+
 // The files under `root`. In a git work tree, or a folder of one, those that git tracks, and those
 // it does not know and does not ignore; a tracked file may be gone. Another repository in the tree,
 // a submodule or not, is left alone and listed as skipped. Elsewhere, and where git ignores the
@@ -36,8 +47,10 @@ struct FileList {
 // Of ignore rules those are followed that stand in regular files of at most 1 MiB; a .gitignore
 // that a sparse checkout leaves out counts for nothing.
 //
-// Throws std::filesystem::filesystem_error when `root` cannot be read.
-[[nodiscard]] FileList list_files(const std::filesystem::path& root);
+// Throws std::filesystem::filesystem_error when `root` cannot be read, TooManyFilesError as soon as
+// more than `most_files` are found.
+[[nodiscard]] FileList list_files(const std::filesystem::path& root,
+                                  std::size_t most_files = ANY_NUMBER_OF_FILES);
 
 // The folders under `root` in which a file that list_files finds stands or may come to stand,
 // relative to the root, which is "" and the first.

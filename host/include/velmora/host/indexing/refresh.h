@@ -33,11 +33,13 @@ struct RefreshProgress {
   std::size_t files_done = 0;
   std::size_t file_count = 0;
   std::size_t symbols = 0;    // read so far
-  std::int64_t embedded = 0;  // after the last file
+  std::int64_t embedded = 0;  // symbols, after the last file
+  std::int64_t to_embed = 0;  // of so many
 };
 
 struct RefreshOptions {
   std::uintmax_t largest_file = ScanOptions().largest_file;  // in bytes
+  std::size_t most_files = ANY_NUMBER_OF_FILES;              // as ScanOptions has it
   // Files that parsing took too much for are read again.
   bool retry = false;
   // Embeds the symbols that it did not embed yet. Null: new symbols get no vector for now.

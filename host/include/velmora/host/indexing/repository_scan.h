@@ -21,6 +21,8 @@ namespace velmora::host::indexing {
 struct ScanOptions {
   // Larger files are generated or data; in bytes.
   std::uintmax_t largest_file = std::uintmax_t{2} * 1024 * 1024;
+  // A tree with more files, sources or not, is refused with TooManyFilesError.
+  std::size_t most_files = ANY_NUMBER_OF_FILES;
   // Threads that read and parse; 0: one for each processor.
   unsigned threads = 0;
   // What an earlier scan found, by path: what has not changed since is not read again. Lives as
@@ -59,7 +61,7 @@ struct ScannedFile {
 // files being parsed.
 class RepositoryScan {
  public:
-  // Lists the files. Throws std::filesystem::filesystem_error when `root` cannot be read.
+  // Lists the files. Throws as list_files does.
   explicit RepositoryScan(const std::filesystem::path& root, const ScanOptions& options = {});
   ~RepositoryScan();
 

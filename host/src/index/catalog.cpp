@@ -1,0 +1,224 @@
+#include "index/catalog.h"
+
+#include <algorithm>
+#include <array>
+#include <unordered_map>
+#include <utility>
+
+#include "index/read_tree_state.h"
+#include "index/symbol_ids.h"
+#include "velmora/host/index/update.h"
+#include "velmora/storage/sqlite.h"
+
+namespace velmora::host::index {
+namespace {
+
+using storage::Database;
+using storage::Statement;
+
+// The condition that a path is ?1 or in the folder ?1.
+constexpr std::string_view IN_PLACE =
+    " WHERE ?1 = '' OR path = ?1 OR substr(path, 1, length(?1) + 1) = ?1 || '/'";
+
+std::string text(const Statement& row, int column) { return std::string(row.column_text(column)); }
+
+std::optional<std::string> optional_text(const Statement& row, int column) {
+  const std::optional<std::string_view> text = row.column_optional_text(column);
+  return text ? std::optional<std::string>(*text) : std::nullopt;
+}
+
+// Reads whole symbols by their ids.
+class SymbolReader {
+ public:
+  explicit SymbolReader(const Database& database)
+      : select_(database.prepare(
+            "SELECT s.fqn, s.name, s.kind, s.language, f.path, s.start_line, s.end_line,"
+            " s.signature, s.docstring FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file"
+            " WHERE s.id = ?")) {}
+
+  std::optional<Symbol> read(SymbolId id) {
+    std::optional<Symbol> symbol;
+    select_.bind(1, id);
+    if (select_.step()) {
+      symbol = Symbol{.id = id,
+                      .fqn = text(select_, 0),
+                      .name = text(select_, 1),
+                      .kind = text(select_, 2),
+                      .language = text(select_, 3),
+                      .path = text(select_, 4),
+                      .start_line = select_.column_int64(5),
+                      .end_line = select_.column_int64(6),
+                      .signature = optional_text(select_, 7),
+                      .docstring = optional_text(select_, 8)};
+    }
+    select_.reset();
+    return symbol;
+  }
+
+ private:
+  Statement select_;
+};
+
+// Where a symbol that fits stands among the others.
+struct Place {
+  int grade = 0;
+  std::size_t file = 0;  // its place in the order of paths
+  std::int64_t line = 0;
+  SymbolId id = 0;
+
+  auto operator<=>(const Place&) const = default;
+};
+
+// The files of a place, by number, with their places in the order of paths.
+using Files = std::unordered_map<std::int64_t, std::size_t>;
+
+Files files_in(const Database& database, const std::string& place) {
+  Files files;
+  Statement select =
+      database.prepare("SELECT id FROM files" + std::string(IN_PLACE) + " ORDER BY path");
+  select.bind(1, place);
+  while (select.step()) files.emplace(select.column_int64(0), files.size());
+  return files;
+}
+
+bool is_import(const Database& database) {
+  Statement select = database.prepare("SELECT extraction = '' FROM meta");
+  return !select.step() || select.column_int64(0) != 0;
+}
+
+// The ids that the symbols of the files can have. Those of one file are neighbours, unless an
+// import gave them.
+std::pair<SymbolId, SymbolId> ids_in(const Database& database, const Files& files) {
+  if (files.size() != 1 || is_import(database)) {
+    return {std::numeric_limits<SymbolId>::min(), std::numeric_limits<SymbolId>::max()};
+  }
+  const std::int64_t file = files.begin()->first;
+  return {symbol_id(file, 0), symbol_id(file, static_cast<std::int64_t>(MOST_SYMBOLS))};
+}
+
+// All that fit, in no order.
+std::vector<Place> places(const Database& database, const Choice& choice) {
+  std::vector<Place> found;
+  const Files files = files_in(database, choice.place);
+  const auto [first, last] = ids_in(database, files);
+  Statement select = database.prepare(
+      "SELECT id, file, kind, start_line, end_line, name, fqn FROM symbols"
+      " WHERE id BETWEEN ? AND ?");
+  select.bind(1, first).bind(2, last);
+  while (select.step()) {
+    const auto file = files.find(select.column_int64(1));
+    if (file == files.end()) continue;
+    const std::string_view kind = select.column_text(2);
+    if (!choice.kinds.empty() && std::ranges::find(choice.kinds, kind) == choice.kinds.end()) {
+      continue;
+    }
+    const std::int64_t start = select.column_int64(3);
+    if (choice.line && (*choice.line < start || *choice.line > select.column_int64(4))) continue;
+    const SymbolId id = select.column_int64(0);
+    std::optional<int> grade = 0;
+    if (choice.grade) grade = choice.grade(select.column_text(5), select.column_text(6));
+    if (grade) found.push_back({.grade = *grade, .file = file->second, .line = start, .id = id});
+  }
+  return found;
+}
+
+std::size_t files_of(const std::vector<Place>& places, std::size_t most) {
+  std::vector<bool> seen(most);
+  for (const Place& place : places) seen[place.file] = true;
+  return static_cast<std::size_t>(std::ranges::count(seen, true));
+}
+
+std::vector<Count> counts(const Database& database, const std::string& column,
+                          const std::string& from) {
+  std::vector<Count> list;
+  Statement select =
+      database.prepare("SELECT " + column + ", count(*) FROM " + from + " GROUP BY " + column +
+                       " ORDER BY 2 DESC, 1 LIMIT " + std::to_string(MOST_COUNTS));
+  while (select.step()) list.push_back({text(select, 0), select.column_int64(1)});
+  return list;
+}
+
+std::int64_t count(const Database& database, const std::string& from) {
+  Statement select = database.prepare("SELECT count(*) FROM " + from);
+  return select.step() ? select.column_int64(0) : 0;
+}
+
+std::vector<ModelCount> models(const Database& database) {
+  std::vector<ModelCount> list;
+  Statement select = database.prepare(
+      "SELECT name, kind, (SELECT count(*) FROM embeddings WHERE model = models.id),"
+      " (SELECT count(*) FROM waiting WHERE model = models.id) FROM models ORDER BY 3 DESC, 1"
+      " LIMIT " +
+      std::to_string(MOST_COUNTS));
+  while (select.step()) {
+    list.push_back(
+        {text(select, 0), text(select, 1), select.column_int64(2), select.column_int64(3)});
+  }
+  return list;
+}
+
+}  // namespace
+
+std::optional<FileRecord> Catalog::file(std::string_view path) const {
+  return read_file_record(database_, path);
+}
+
+TreeState Catalog::tree_state() const { return read_tree_state(database_); }
+
+bool Catalog::has_place(std::string_view path) const {
+  Statement select = database_.prepare("SELECT 1 FROM files" + std::string(IN_PLACE) + " LIMIT 1");
+  select.bind(1, path);
+  return select.step() || path.empty();
+}
+
+std::vector<std::string> Catalog::files_ending(std::string_view parts, std::int64_t limit) const {
+  std::vector<std::string> paths;
+  Statement select = database_.prepare(
+      "SELECT path FROM files WHERE path = ?1 OR substr(path, -length(?1) - 1) = '/' || ?1"
+      " ORDER BY path LIMIT ?2");
+  select.bind(1, parts).bind(2, limit);
+  while (select.step()) paths.push_back(text(select, 0));
+  return paths;
+}
+
+std::optional<Symbol> Catalog::symbol(SymbolId id) const {
+  return SymbolReader(database_).read(id);
+}
+
+Chosen Catalog::choose(const Choice& choice) const {
+  std::vector<Place> found = places(database_, choice);
+  Chosen chosen{.total = found.size()};
+  if (found.empty()) return chosen;
+  const int best = std::ranges::min_element(found)->grade;
+  chosen.best = static_cast<std::size_t>(std::ranges::count(found, best, &Place::grade));
+  chosen.files = files_of(found, std::ranges::max(found, {}, &Place::file).file + 1);
+  const std::size_t first = std::min(choice.offset, found.size());
+  const std::size_t end = first + std::min(choice.limit, found.size() - first);
+  std::ranges::partial_sort(found, found.begin() + static_cast<std::ptrdiff_t>(end));
+  SymbolReader reader(database_);
+  for (std::size_t i = first; i < end; ++i) {
+    if (std::optional<Symbol> symbol = reader.read(found[i].id)) {
+      chosen.symbols.push_back(std::move(*symbol));
+    }
+  }
+  return chosen;
+}
+
+Summary Catalog::summary() const {
+  const std::string read_files = "files WHERE skipped = ''";
+  Summary summary{.files = count(database_, read_files),
+                  .symbols = count(database_, "symbols"),
+                  .file_languages = counts(database_, "language", read_files),
+                  .symbol_languages = counts(database_, "language", "symbols"),
+                  .symbol_kinds = counts(database_, "kind", "symbols"),
+                  .models = models(database_)};
+  Statement meta = database_.prepare("SELECT written, version, extraction FROM meta");
+  if (meta.step()) {
+    summary.written = meta.column_int64(0);
+    summary.version = text(meta, 1);
+    summary.extraction = text(meta, 2);
+  }
+  return summary;
+}
+
+}  // namespace velmora::host::index

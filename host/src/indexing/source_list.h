@@ -1,0 +1,46 @@
+// Which files of a tree are sources, by their names alone.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "indexing/header_language.h"
+#include "velmora/host/indexing/file_list.h"
+
+namespace velmora::host::indexing {
+
+// Any number of threads may ask one.
+class SourceList {
+ public:
+  // Lists the files under `root`. Throws as list_files does.
+  SourceList(const std::filesystem::path& root, std::size_t most_files);
+
+  // Those of languages that are indexed: relative to the root, forward slashes, sorted.
+  [[nodiscard]] const std::vector<std::string>& files() const { return files_; }
+
+  // What list_files left out, and links to folders.
+  [[nodiscard]] const std::vector<Skipped>& skipped() const { return skipped_; }
+
+  // How many files are of no such language, by the extension of their names, with its dot; those
+  // without one, and with one that is longer than any that people use, are under "".
+  [[nodiscard]] const std::map<std::string, std::size_t>& others() const { return others_; }
+
+  // The language of one of the files, as its name and those of its neighbours tell.
+  [[nodiscard]] std::string_view expected_language(const std::string& file) const;
+
+  // Whether its content has the last word on that.
+  [[nodiscard]] static bool is_header(const std::string& file);
+
+ private:
+  std::vector<std::string> files_;
+  std::vector<Skipped> skipped_;
+  std::map<std::string, std::size_t> others_;
+  std::optional<HeaderLanguage> headers_;
+};
+
+}  // namespace velmora::host::indexing
