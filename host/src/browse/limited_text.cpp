@@ -18,7 +18,7 @@ std::size_t bytes_of(std::string_view text, std::size_t most) {
 
 std::size_t characters(std::string_view text) {
   std::size_t count = 0;
-  for (const char byte : text) count += begins_character(byte) ? 1 : 0;
+  for (const char byte : text) count += begins_character(byte);
   return count;
 }
 

@@ -96,7 +96,9 @@ std::string fold_case(std::string_view text) {
     }
     std::uint8_t encoded[U8_MAX_LENGTH];
     std::size_t size = 0;
-    U8_APPEND_UNSAFE(encoded, size, u_foldCase(character, U_FOLD_CASE_DEFAULT));
+    const auto folded_character =
+        static_cast<std::uint32_t>(u_foldCase(character, U_FOLD_CASE_DEFAULT));
+    U8_APPEND_UNSAFE(encoded, size, folded_character);
     folded.append(reinterpret_cast<const char*>(encoded), size);
   }
   return folded;

@@ -186,7 +186,7 @@ TEST_F(Browse, OutlinesNested) {
 
 TEST_F(Browse, TellsWhatAnIndexHoldsAndWhatChanged) {
   const std::string text = run({"status"}).output;
-  for (const std::string part :
+  for (const std::string& part :
        {"Index: " + repo_ + "/.velmora/index.db, ", std::string("\nWritten: 20"),
         std::string("Files: 3: 2 python, 1 c\nSymbols: 8: 6 python, 2 c\nKinds: "),
         std::string("Left out: 1 (it is binary)\n  binary.py: it is binary\nNot read: 1 .md\n"

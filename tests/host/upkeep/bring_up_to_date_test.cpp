@@ -182,10 +182,11 @@ TEST_F(BringUpToDate, EmbedsAsTheIndexWasMade) {
   const auto other = model("beta");
   folder.write("a.py", "def f(): pass\n");
   const auto index = make({.model = first});
-  int sizes = 0;
+  std::size_t edits = 0;
   const auto embedded_with = [&](const std::shared_ptr<const embedding::WordModel>& given) {
-    folder.write("a.py", "def f(): pass\ndef alpha(): pass" + std::string(++sizes, '\n') +
-                             "def beta" + std::string(sizes, 'a') + "(): return alpha\n");
+    ++edits;
+    folder.write("a.py", "def f(): pass\ndef alpha(): pass" + std::string(edits, '\n') +
+                             "def beta" + std::string(edits, 'a') + "(): return alpha\n");
     const auto report = bring_up_to_date(root, *index, {.model = [&] { return given; }});
     EXPECT_EQ(index->tree_state().own_model, first->name());
     return report.refreshed->embedded;

@@ -7,9 +7,9 @@
 namespace velmora::host::index {
 
 struct FileRecord {
-  std::string path;      // relative to the root, forward slashes
-  std::string language;  // of its symbols; empty when the file was left out
-  std::string expected;  // the language that the names of files told before this one was read
+  std::string path;        // relative to the root, forward slashes
+  std::string language{};  // of its symbols; empty when the file was left out
+  std::string expected{};  // the language that the names of files told before this one was read
   std::int64_t size = -1;
   // When its content was modified, and when anything about it was changed, in nanoseconds since
   // 1970. A program may set the first at will, the second it cannot. -1, both, when the times are
@@ -18,7 +18,7 @@ struct FileRecord {
   std::int64_t changed = -1;
   std::uint64_t inode = 0;  // which file of its file system it is
   std::uint64_t hash = 0;   // of the content
-  std::string skipped;      // why it was left out, in a few words; empty: its symbols are in
+  std::string skipped{};    // why it was left out, in a few words; empty: its symbols are in
 
   bool operator==(const FileRecord&) const = default;
 };
