@@ -13,7 +13,7 @@ namespace velmora::host::indexing {
 namespace {
 
 std::string read(const std::string& name) {
-  std::ifstream file(std::filesystem::path(__FILE__).parent_path() / "data" / name);
+  std::ifstream file(std::filesystem::path(VELMORA_SAMPLES) / name);
   EXPECT_TRUE(file) << name;
   return {std::istreambuf_iterator<char>(file), {}};
 }
