@@ -28,7 +28,8 @@ std::string paragraph(std::string_view text, const Look& look) {
   if (look.width == 0) return std::string(INDENT) + cut_to(line, MOST_COLUMNS) + "\n";
   std::string block;
   for (const std::string& part : folded(line, look.width - INDENT.size() - 2, MOST_LINES)) {
-    block.append(INDENT).append(block.empty() ? "" : "  ").append(part).append("\n");
+    if (!block.empty()) block += "  ";
+    block.append(INDENT).append(part).append("\n");
   }
   return block;
 }

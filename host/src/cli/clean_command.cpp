@@ -66,7 +66,8 @@ std::string nothing_there(const std::string& folder) {
 }
 
 ExitCode clean(const CleanOptions& options) {
-  const fs::path folder = fs::absolute(options.folder).lexically_normal();
+  // Without the slash that a normal form keeps at its end.
+  const fs::path folder = (fs::absolute(options.folder) / ".").lexically_normal().parent_path();
   const std::optional<Removal> removal = Removal::find(folder);
   if (!removal || removal->files().empty()) {
     tell(nothing_there(folder.string()));

@@ -64,8 +64,8 @@ QueryEmbedder embedder(const ExploreOptions& options, const fs::path& index_file
   return engine ? workers::retrieval::engine_query_embedder(std::move(engine)) : QueryEmbedder();
 }
 
-RetrieveOptions retrieve_options(const ExploreOptions& options) {
-  RetrieveOptions retrieve{.limit = options.limit, .rerank = !options.rerank.none};
+RetrieveOptions retrieve_options(const ExploreOptions& options, bool rerank) {
+  RetrieveOptions retrieve{.limit = options.limit, .rerank = rerank};
   if (options.scope) retrieve.scope = *options.scope;
   if (options.include_tests) retrieve.include_tests = true;
   if (options.exclude_tests) retrieve.include_tests = false;
@@ -95,20 +95,21 @@ ExitCode explore(const ExploreOptions& options) {
   const fs::path file = options.location.file();
   // First: what is wrong with it matters most.
   const auto index = options.location.open(options.embedding);
-  HybridRetriever retriever(
-      index, {.embedder = embedder(options, file), .decisions = rerank_client(options.rerank)});
+  const auto decisions = rerank_client(options.rerank);
+  HybridRetriever retriever(index, {.embedder = embedder(options, file), .decisions = decisions});
+  const RetrieveOptions retrieve = retrieve_options(options, decisions != nullptr);
   AnswerDetails details = options.details;
   if (options.form.vimgrep) details.context = 0;  // the line that it shows
   const fs::path root = index::repository_of(file);
   const Answerer answerer(index, retriever, root, details);
   if (options.batch) {
     Input input(*options.batch);
-    answer_batch(input, answerer, retrieve_options(options));
+    answer_batch(input, answerer, retrieve);
     return ExitCode::answered;
   }
   const Answer answer = [&] {
     const ProgressLine line("Answering");
-    return answerer.answer(*options.question, retrieve_options(options));
+    return answerer.answer(*options.question, retrieve);
   }();
   write_answer(answer, options, root);
   return answer.hits.empty() ? ExitCode::nothing_found : ExitCode::answered;

@@ -12,7 +12,7 @@
 namespace velmora::host::cli {
 namespace {
 
-// Of shorter words too many are one edit apart: "heap" is no mistyped "help".
+// Of shorter commands too many words are one edit apart: "heap" is no mistyped "help".
 constexpr std::size_t SHORTEST_MISTYPED = 5;
 
 bool is_option(std::string_view argument) { return argument.starts_with('-'); }
@@ -42,8 +42,7 @@ std::optional<std::string> almost(const CLI::App& app, const std::string& word) 
     const std::string& name = command->get_name();
     const bool lower =
         std::all_of(word.begin(), word.end(), [](char c) { return c >= 'a' && c <= 'z'; });
-    if (lower && std::min(word.size(), name.size()) >= SHORTEST_MISTYPED &&
-        browse::is_one_edit(wide(word), wide(name))) {
+    if (lower && name.size() >= SHORTEST_MISTYPED && browse::is_one_edit(wide(word), wide(name))) {
       return name;
     }
   }

@@ -45,56 +45,56 @@ class AskedIndex : public ::testing::Test {
 };
 
 TEST_F(AskedIndex, IsMadeByTheFirstQuestionAndFollowsTheFiles) {
-  folder.write("deep/a.py", "def first_one(): pass\n");
+  folder.write("deep/a.py", "def alpha(): pass\n");
   indexing::run_git(root, {"init", "-q"}, [](std::string_view) {});
   from = root / "deep";
-  const auto refused = explore("first_one", {"--no-index"});
+  const auto refused = explore("alpha", {"--no-index"});
   EXPECT_EQ(refused.exit_code, 3);
   EXPECT_TRUE(has(refused.errors, "velmora index " + root.string())) << refused.errors;
   EXPECT_FALSE(fs::exists(root / ".velmora"));
 
-  const auto made = explore("first_one");
+  const auto made = explore("alpha");
   EXPECT_EQ(made.exit_code, 0);
   EXPECT_TRUE(
       has(made.errors, "The index of " + root.string() + " is new. Indexed 1 file, 1 symbol"));
   EXPECT_TRUE(fs::exists(root / ".velmora/index.db"));
 
-  folder.write("b.py", "def second_one(): pass\n");
-  EXPECT_EQ(explore("second_one", {"--no-refresh"}).exit_code, 1);
+  folder.write("b.py", "def bravo(): pass\n");
+  EXPECT_EQ(explore("bravo", {"--no-refresh"}).exit_code, 1);
   {
     const auto lock = index::WriterLock::try_take(root / ".velmora/lock");
-    const auto busy = explore("second_one");
+    const auto busy = explore("bravo");
     EXPECT_EQ(busy.exit_code, 1);
     EXPECT_TRUE(has(busy.errors, "1 file changed since; it is being brought up to date by process"))
         << busy.errors;
   }
-  const auto refreshed = explore("second_one", {"--verbose"});
+  const auto refreshed = explore("bravo", {"--verbose"});
   EXPECT_EQ(refreshed.exit_code, 0);
   EXPECT_TRUE(has(refreshed.errors, "brought the index up to date")) << refreshed.errors;
-  EXPECT_EQ(explore("first_one").errors, "");
+  EXPECT_EQ(explore("alpha").errors, "");
 
   // One that is named is asked as it is.
   fs::rename(root / ".velmora/index.db", root / "named.db");
-  folder.write("c.py", "def third_one(): pass\n");
-  EXPECT_EQ(explore("third_one", {"--index", root / "named.db"}).exit_code, 1);
-  EXPECT_EQ(explore("third_one", {"--index", root / "none.db"}).exit_code, 3);
+  folder.write("c.py", "def charlie(): pass\n");
+  EXPECT_EQ(explore("charlie", {"--index", root / "named.db"}).exit_code, 1);
+  EXPECT_EQ(explore("charlie", {"--index", root / "none.db"}).exit_code, 3);
   // One that nothing was ever written to is none, and one that this program cannot use either.
   fs::remove_all(root / ".velmora");
   folder.write(".velmora/index.db", "");
-  EXPECT_EQ(explore("third_one").exit_code, 0);
+  EXPECT_EQ(explore("charlie").exit_code, 0);
   index::connect(root / ".velmora/index.db", 0).execute("PRAGMA user_version = 3");
-  const auto old = explore("third_one", {"--no-index"});
+  const auto old = explore("charlie", {"--no-index"});
   EXPECT_TRUE(old.exit_code == 3 && has(old.errors, "has format 3")) << old.errors;
-  const auto remade = explore("third_one");
+  const auto remade = explore("charlie");
   EXPECT_TRUE(remade.exit_code == 0 && has(remade.errors, "It is made anew\n")) << remade.errors;
 }
 
 TEST_F(AskedIndex, OfAHomeFolderWantsConsent) {
-  folder.write("a.py", "def first_one(): pass\n");
+  folder.write("a.py", "def alpha(): pass\n");
   const std::string before = std::getenv("HOME") == nullptr ? "/" : std::getenv("HOME");
   ::setenv("HOME", root.c_str(), 1);
   for (const std::vector<std::string>& command :
-       {std::vector<std::string>{"index"}, {"explore", "first_one"}}) {
+       {std::vector<std::string>{"index"}, {"explore", "alpha"}}) {
     const auto refused = run_velmora(command, "", root);
     EXPECT_EQ(refused.exit_code, 3);
     EXPECT_TRUE(has(refused.errors, "--yes")) << refused.errors;

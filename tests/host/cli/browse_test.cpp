@@ -33,7 +33,7 @@ constexpr std::string_view STORE = R"(class Store:
     def size(self):
         return 1
 
-    def Load(self, path):
+    class Load(dict):
         """Reads a file."""
         class Line:
             def end(self): pass
@@ -69,9 +69,9 @@ std::string without_ids(std::string text) {
 
 TEST_F(Browse, ShowsTheDefinitionThatIsMeant) {
   const std::string load =
-      "app/store.py:7-10  method app.store.Store.Load  Store.Load(path)\n"
+      "app/store.py:7-10  class app.store.Store.Load  Store.Load(dict)\n"
       "    in class app.store.Store, lines 1-10\n"
-      " 7      def Load(self, path):\n"
+      " 7      class Load(dict):\n"
       " 8          \"\"\"Reads a file.\"\"\"\n"
       " 9          class Line:\n"
       "10              def end(self): pass\n";
@@ -83,7 +83,7 @@ TEST_F(Browse, ShowsTheDefinitionThatIsMeant) {
            {"Load", "."},
            {"load", "."},
            {"Store.load", "app/deep"},
-           {"app.store.Store.Load()", "."},
+           {"app.store.Store.Load", "."},
            {id, "."},
            {"@" + id, "."},
            {"app/store.py:8", "."},
@@ -104,7 +104,7 @@ TEST_F(Browse, ShowsTheDefinitionThatIsMeant) {
   for (const std::string what : {"repo/app/store.py:8", "app/store.py:8"}) {
     EXPECT_EQ(without_ids(run({"show", "--repo", "repo/app", what}, "..").output), load) << what;
   }
-  EXPECT_NE(run({"show", "Line"}).output.find("\n    in method app.store.Store.Load, lines 7-10\n"),
+  EXPECT_NE(run({"show", "Line"}).output.find("\n    in class app.store.Store.Load, lines 7-10\n"),
             std::string::npos);
   // A docstring that its lines do not show.
   EXPECT_EQ(without_ids(run({"show", "a"}).output).find("app/pair.c:2  function a  "), 0U);
@@ -112,8 +112,7 @@ TEST_F(Browse, ShowsTheDefinitionThatIsMeant) {
   folder_.write("repo/app/store.py", "# New.\n" + std::string(STORE));
   const std::string left = run({"show", "--no-refresh", "Load"}).output;
   EXPECT_NE(left.find("The file changed since it was indexed: these"), std::string::npos);
-  EXPECT_NE(run({"show", "Load"}).output.find("\n 8      def Load(self, path):"),
-            std::string::npos);
+  EXPECT_NE(run({"show", "Load"}).output.find("\n 8      class Load(dict):"), std::string::npos);
   fs::remove(fs::path(repo_) / "app/store.py");
   EXPECT_NE(run({"show", "--no-refresh", "Load"}).output.find("The source cannot be read."),
             std::string::npos);
@@ -158,7 +157,7 @@ TEST_F(Browse, OutlinesNested) {
       "app/store.py\n"
       "  1-10  class Store\n"
       "    4-5  method Store.size()\n"
-      "    7-10  method Store.Load(path)\n"
+      "    7-10  class Store.Load(dict)\n"
       "      9-10  class Store.Load.Line\n"
       "        10  method Store.Load.Line.end()\n";
   EXPECT_EQ(run({"outline", "app/store.py"}).output, store);

@@ -98,7 +98,7 @@ TEST_F(BuiltinModel, SaysThatMeaningAloneIsAGuess) {
   // "fetch" stands nowhere; it means what "download" does.
   EXPECT_EQ(text("fetch"),
             "Nothing matches by name or text; these are guesses by meaning.\n\n"
-            "a.py:1  function a.download\n    def download(page): pass\n\n");
+            "a.py:1  function a.download\n    download(page)\n\n");
   EXPECT_EQ(text("download page").find("a.py:1  function a.download\n"), 0U);
   const auto lines = run({"fetch", "--repo", repo, "--files"});
   EXPECT_EQ(lines.errors,

@@ -153,7 +153,7 @@ TEST_F(Explore, ShowsSourceFromTheWorkTree) {
     return run_velmora(arguments, "", tree.path() / "src");
   };
   const std::string head =
-      "src/a b.py:4  function a b.deep_name\n    def deep_name( x):\n    Deep.\n";
+      "src/a b.py:4  function src.a b.deep_name\n    deep_name(x)\n    Deep.\n";
   EXPECT_EQ(ask({"-C", "1"})
                 .output.find(head + "    3  # Deep.\n    4  def deep_name(\n    5    x):\n\nNote:"),
             0U)
@@ -173,14 +173,14 @@ TEST_F(Explore, ShowsSourceFromTheWorkTree) {
             0U);
   tree.write("src/a b.py", "def other(): pass\n");
   EXPECT_EQ(
-      ask({"-C", "0"})
+      ask({"-C", "0", "--no-refresh"})
           .output.find(
               head +
               "    The file changed since it was indexed; the definition may have moved.\n\n"),
       0U);
-  EXPECT_EQ(ask({"--vimgrep"}).output, "a b.py:4:1:def deep_name( x):\n");
+  EXPECT_EQ(ask({"--vimgrep", "--no-refresh"}).output, "a b.py:4:1:deep_name(x)\n");
   std::filesystem::remove_all(tree.path() / "src");
-  EXPECT_EQ(run_velmora({"--repo", at, "--body", "deep_name"})
+  EXPECT_EQ(run_velmora({"--repo", at, "--body", "--no-refresh", "--no-embeddings", "deep_name"})
                 .output.find(head + "    The source cannot be read.\n"),
             0U);
 }

@@ -116,7 +116,7 @@ TEST_F(BringUpToDate, KnowsWhatIsLeftOut) {
   // What a system's clock leaves open is no change that anybody is told of.
   index::connect(file, 0).execute("UPDATE files SET modified = -1, changed = -1");
   folder.write("a.py", "def f(): pass\n");
-  EXPECT_EQ(to_text(found()), "1 file changed since");
+  EXPECT_EQ(to_text(found()), "");
   EXPECT_GE(found().unproven, 2U);
   index::connect(file, 0).execute("UPDATE meta SET extraction = 'other'");
   EXPECT_TRUE(found().other_extraction);
@@ -156,12 +156,13 @@ TEST_F(BringUpToDate, WaitsForNobodyAndSaysWhy) {
 TEST_F(BringUpToDate, LeavesAloneWhatIsNotOurs) {
   folder.write("a.py", "def f(): pass\n");
   index::make_index_folder(root);
-  const auto imported = index::Index::open_or_create(file);
+  auto imported = index::Index::open_or_create(file);
   imported->replace([] { return std::optional<index::Symbol>(); });
   EXPECT_EQ(bring_up_to_date(root, *imported).standing, Standing::not_ours);
   EXPECT_EQ(note(bring_up_to_date(root, *imported), root), "");
+  imported.reset();
   // A copy, as of a clone.
-  make();
+  static_cast<void>(make());
   const TemporaryFolder clone;
   fs::copy(root, clone.path(), fs::copy_options::recursive);
   const auto copied = index::Index::open(index_of_repository(clone.path()));
