@@ -61,7 +61,7 @@ void AskedIndex::add_to(CLI::App& command) {
   command.add_flag("--no-refresh", no_refresh,
                    "Leave a stale index as it is, also where two seconds would do");
   command.add_flag("--no-index", no_index, "Make no index where there is none");
-  command.add_flag("-y,--yes", yes, "Index also your home folder, / and more than 200,000 files");
+  command.add_flag("-y,--yes", yes, "Index your home folder, / or over 200,000 files too");
 }
 
 std::shared_ptr<index::Index> AskedIndex::open(const EmbeddingOptions& embedding) const {

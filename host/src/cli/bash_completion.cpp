@@ -65,14 +65,22 @@ _velmora() {
     word=${COMP_WORDS[i]}
     if [[ ! $plain ]]; then
       case $place:$word in
-        )";
+        :--|)";
 
 }  // namespace
 
 std::string bash_completion(const CommandFacts& program) {
   const Branches branches =
       branches_of(program, {quoted, offer, "_velmora_files -f", "_velmora_files -d", ":", branch});
-  return FUNCTIONS + branches.values + WALK + joined(branches.valued, "|") + R"()
+  return FUNCTIONS + branches.values + WALK + joined(branches.own, "|") + R"() ;;
+        :-*)
+          open=
+          place=)" +
+         QUESTION_PLACE + R"( ;;
+      esac
+      case $place:$word in
+        )" +
+         joined(branches.valued, "|") + R"()
           [[ ${COMP_WORDS[i + 1]} == = ]] && ((++i))
           ((++i))
           continue ;;

@@ -1,5 +1,7 @@
 #include "cli/completion_branches.h"
 
+#include <algorithm>
+
 namespace velmora::host::cli {
 namespace {
 
@@ -19,21 +21,34 @@ std::string offer_value(const OptionFacts& option, const Shell& shell) {
   return shell.nothing;
 }
 
+void add_names(const std::vector<OptionFacts>& options, std::vector<Candidate>& names) {
+  for (const OptionFacts& option : options) {
+    for (const std::string& name : option.names) {
+      const bool is_new = std::none_of(names.begin(), names.end(),
+                                       [&](const Candidate& known) { return known.word == name; });
+      if (is_new) names.push_back({name, option.description});
+    }
+  }
+}
+
 void add(const CommandFacts& command, const Shell& shell, Branches& branches) {
   const std::string place = command.place();
   const std::vector<std::string> here = {shell.quoted(place)};
-  std::vector<Candidate> options;
   for (const OptionFacts& option : command.options) {
     std::vector<std::string> patterns;
     for (const std::string& name : option.names) {
-      options.push_back({name, option.description});
       patterns.push_back(shell.quoted(place + ":" + name));
     }
     if (option.value.empty()) continue;
     branches.valued.insert(branches.valued.end(), patterns.begin(), patterns.end());
     branches.values += shell.branch(patterns, offer_value(option, shell));
   }
-  branches.options += shell.branch(here, shell.offer(options));
+  std::vector<Candidate> names;
+  add_names(command.options, names);
+  for (const CommandFacts& one : command.commands) {
+    if (one.place() == QUESTION_PLACE) add_names(one.options, names);
+  }
+  branches.options += shell.branch(here, shell.offer(names));
   std::vector<Candidate> below;
   for (const CommandFacts& one : command.commands) {
     below.push_back({one.path.back(), one.description});
@@ -52,6 +67,9 @@ void add(const CommandFacts& command, const Shell& shell, Branches& branches) {
 Branches branches_of(const CommandFacts& program, const Shell& shell) {
   Branches branches;
   add(program, shell, branches);
+  for (const OptionFacts& option : program.options) {
+    for (const std::string& name : option.names) branches.own.push_back(shell.quoted(":" + name));
+  }
   return branches;
 }
 

@@ -28,6 +28,7 @@ struct Shell {
 
 struct Branches {
   std::vector<std::string> valued;    // patterns PLACE:OPTION of the options with a value
+  std::vector<std::string> own;       // patterns :OPTION of the program's own options
   std::vector<std::string> commands;  // patterns of the places of commands
   std::string values;                 // by PLACE:OPTION
   std::string options;                // by place, as all below

@@ -2,8 +2,8 @@
 // lists, files and folders. They run nothing of velmora, and need nothing but the shell.
 //
 // All three go the same way. They walk the words before the cursor: options and their values are
-// passed over, a command leads to its place ("/search/semantic"), and any other word begins a
-// question where no command was named. Then they branch on the place.
+// passed over, a command leads to its place ("/search/semantic"), and any other word or option
+// begins a question where no command was named. Then they branch on the place.
 #pragma once
 
 #include <string>

@@ -72,7 +72,7 @@ function __velmora_complete
         end
         if test -z "$plain"
             switch "$place:$word"
-                case )";
+                case ':--' )";
 
 }  // namespace
 
@@ -81,7 +81,15 @@ std::string fish_completion(const CommandFacts& program) {
       program,
       {quoted, offer, "__velmora_files \"$prefix\" __fish_complete_path \"$current\"",
        "__velmora_files \"$prefix\" __fish_complete_directories \"$current\"", "true", branch});
-  return BEGIN + branches.values + WALK + joined(branches.valued, " ") + R"(
+  return BEGIN + branches.values + WALK + joined(branches.own, " ") + R"(
+                case ':-*'
+                    set open ''
+                    set place )" +
+         QUESTION_PLACE + R"(
+            end
+            switch "$place:$word"
+                case )" +
+         joined(branches.valued, " ") + R"(
                     set skip yes
                     continue
                 case '*:--'

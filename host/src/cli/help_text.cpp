@@ -49,7 +49,7 @@ std::string title(const OptionFacts& option) {
 std::string about(const OptionFacts& option) {
   std::string text = option.description;
   if (!option.fallback.empty()) text += " [default: " + option.fallback + "]";
-  if (!option.variable.empty()) text += " [env: " + option.variable + "]";
+  if (!option.variable.empty()) text += " [$" + option.variable + "]";
   if (option.required && !option.names.empty()) text += " [required]";
   return text;
 }
@@ -110,6 +110,34 @@ template <class Visit>
 void walk(const CommandFacts& command, Visit visit) {
   visit(command);
   for (const CommandFacts& below : command.commands) walk(below, visit);
+}
+
+// The options of a topic, those first that come first in any command. What several commands have
+// alike is told once, under the names of all.
+using SharedOptions = std::vector<std::pair<std::string, std::vector<OptionFacts>>>;
+SharedOptions shared_options(const CommandFacts& program, const HelpTopic& topic) {
+  std::vector<std::pair<OptionFacts, std::string>> all;  // each with its commands
+  walk(program, [&](const CommandFacts& command) {
+    for (const OptionFacts& option : command.options) {
+      if (find_topic(option.group) != &topic) continue;
+      const auto same = std::find_if(all.begin(), all.end(), [&](const auto& known) {
+        return title(known.first) == title(option) && about(known.first) == about(option);
+      });
+      if (same == all.end()) {
+        all.emplace_back(option, command.name());
+      } else {
+        same->second += ", " + command.name();
+      }
+    }
+  });
+  SharedOptions shared;
+  for (const auto& [option, commands] : all) {
+    auto block = std::find_if(shared.begin(), shared.end(),
+                              [&](const auto& known) { return known.first == commands; });
+    if (block == shared.end()) block = shared.insert(block, {commands, {}});
+    block->second.push_back(option);
+  }
+  return shared;
 }
 
 }  // namespace
@@ -177,22 +205,8 @@ std::string topic_text(const HelpTopic& topic, const CommandFacts& program) {
     for (auto& [variable, options] : rows) variable.insert(0, "  ");
     text += "\n" + table(rows);
   }
-  std::vector<Row> blocks;  // the commands and their options; several may have the same
-  walk(program, [&](const CommandFacts& command) {
-    for (const std::string& group : groups_of(command)) {
-      if (find_topic(group) != &topic) continue;
-      const std::string options = options_text(options_in(command, group));
-      const auto same = std::find_if(blocks.begin(), blocks.end(),
-                                     [&](const Row& block) { return block.second == options; });
-      if (same == blocks.end()) {
-        blocks.emplace_back(command.name(), options);
-      } else {
-        same->first += ", " + command.name();
-      }
-    }
-  });
-  for (const auto& [commands, options] : blocks) {
-    text += "\n" + folded_text("Options of " + commands + ":") + options;
+  for (const auto& [commands, options] : shared_options(program, topic)) {
+    text += "\n" + folded_text("Options of " + commands + ":") + options_text(options);
   }
   return text;
 }

@@ -143,7 +143,7 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
   command->add_flag("--rebuild", options->rebuild,
                     "Make the index anew; what velmora embed stored is gone");
   command->add_flag("-y,--yes", options->yes,
-                    "Index also your home folder, / and more than 200,000 files");
+                    "Index your home folder, / or over 200,000 files too");
   command->option_defaults()->group("When");
   command->add_flag("--watch", options->watch,
                     "Go on: bring the index up to date whenever files change, until Ctrl-C");

@@ -57,7 +57,12 @@ std::string upper(std::string_view text) {
   return large;
 }
 
-std::string section(std::string_view title) { return ".SH " + plain(upper(title)) + "\n"; }
+// A paragraph needs no macro where a section begins.
+std::string section(std::string_view title, std::string_view content) {
+  constexpr std::string_view PARAGRAPH = ".PP\n";
+  if (content.starts_with(PARAGRAPH)) content.remove_prefix(PARAGRAPH.size());
+  return ".SH " + plain(upper(title)) + "\n" + std::string(content);
+}
 
 std::string verbatim(std::string_view lines) { return ".PP\n.nf\n" + plain(lines) + "\n.fi\n"; }
 
@@ -92,11 +97,11 @@ std::string entries(const std::vector<OptionFacts>& options) {
 }
 
 std::string options_section(const CommandFacts& command) {
-  std::string text = section("Options") + entries(command.arguments);
+  std::string text = entries(command.arguments);
   for (const std::string& group : groups_of(command)) {
     text += ".SS " + plain(group) + "\n" + entries(options_in(command, group));
   }
-  return text;
+  return section("Options", text);
 }
 
 // "EXIT STATUS" and "EXAMPLES" have sections of their own in every page.
@@ -125,15 +130,15 @@ Footer footer_of(const CommandFacts& command) {
 std::string topic_section(const HelpTopic& topic, const CommandFacts& program) {
   std::string name(topic.name);
   std::replace(name.begin(), name.end(), '-', ' ');
-  std::string text = section(name);
+  std::string text;
   for (const TextPart& part : parts_of(std::string(topic.text))) {
     text += part.is_verbatim ? verbatim(part.text) : ".PP\n" + plain(part.text) + "\n";
   }
-  if (topic.name != ENVIRONMENT) return text;
+  if (topic.name != ENVIRONMENT) return section(name, text);
   for (const auto& [variable, options] : variables_of(program)) {
     text += entry(bold(variable), plain(options) + ".");
   }
-  return text;
+  return section(name, text);
 }
 
 std::string page_name(const CommandFacts& command) { return command.name("-"); }
@@ -152,31 +157,33 @@ std::string man_page(const CommandFacts& command, const CommandFacts& program,
   const Footer footer = footer_of(command);
   std::string text = ".TH " + plain(upper(name)) + " 1 " + std::string(date) + " \"" +
                      plain(version) + "\" \"User Commands\"\n";
-  text += section("Name") + plain(name) + " \\- " + plain(command.description) + "\n";
-  text += section("Synopsis");
+  text += section("Name", plain(name) + " \\- " + plain(command.description) + "\n");
+  std::string synopsis;
   for (const std::string& usage : usage_lines(command)) {
     const std::string called = command.name();
-    text += ".PP\n" + bold(called) + plain(usage.substr(called.size())) + "\n";
+    synopsis += ".PP\n" + bold(called) + plain(usage.substr(called.size())) + "\n";
   }
-  text += section("Description") + plain(command.description) + ".\n" + footer.description;
-  if (!command.commands.empty()) text += section("Commands");
+  text += section("Synopsis", synopsis);
+  text += section("Description", plain(command.description) + ".\n" + footer.description);
+  std::string commands;
   for (const CommandFacts& below : command.commands) {
-    text += entry(bold(below.path.back()), plain(below.description) + ".");
+    commands += entry(bold(below.path.back()), plain(below.description) + ".");
   }
+  if (!commands.empty()) text += section("Commands", commands);
   text += options_section(command);
   if (is_program) {
     for (const HelpTopic& topic : help_topics()) text += topic_section(topic, program);
   }
-  if (!footer.exit_status.empty()) text += section("Exit status") + footer.exit_status;
-  if (!footer.examples.empty()) text += section("Examples") + footer.examples;
+  if (!footer.exit_status.empty()) text += section("Exit status", footer.exit_status);
+  if (!footer.examples.empty()) text += section("Examples", footer.examples);
   std::vector<std::string> pages;
   add_pages(program, pages);
   std::erase(pages, name);
-  text += section("See also");
+  std::string others;
   for (const std::string& page : pages) {
-    text += ".BR " + plain(page) + " (1)" + (page == pages.back() ? "" : ",") + "\n";
+    others += ".BR " + plain(page) + " (1)" + (page == pages.back() ? "" : ",") + "\n";
   }
-  return text;
+  return text + section("See also", others);
 }
 
 }  // namespace velmora::host::cli

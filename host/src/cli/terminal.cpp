@@ -69,9 +69,8 @@ void TerminalOptions::add_to(CLI::App& command) {
       ->type_name("WHEN")
       ->check(CLI::IsMember({"auto", "always", "never"}));
   command
-      .add_option(
-          "--hyperlink-format", hyperlink_format,
-          "Make links of places: vscode, idea, ... or a url with {path}; see velmora help terminal")
+      .add_option("--hyperlink-format", hyperlink_format,
+                  "Links of places: vscode, idea, ... (velmora help terminal)")
       ->type_name("FORMAT")
       ->check(CLI::Validator(fault_of_format, "{" + hyperlink_aliases() + "}"));
 }

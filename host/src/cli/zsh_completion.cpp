@@ -41,14 +41,22 @@ _velmora() {
     word=${(Q)words[i]}
     if [[ -z $plain ]]; then
       case $place:$word in
-        ()";
+        (:--|)";
 
 }  // namespace
 
 std::string zsh_completion(const CommandFacts& program) {
   const Branches branches =
       branches_of(program, {quoted, offer, "_files", "_files -/", "_message value", branch});
-  return BEGIN + joined(branches.valued, "|") + R"()
+  return BEGIN + joined(branches.own, "|") + R"() ;;
+        (:-*)
+          open=
+          place=)" +
+         QUESTION_PLACE + R"( ;;
+      esac
+      case $place:$word in
+        ()" +
+         joined(branches.valued, "|") + R"()
           ((++i))
           continue ;;
         (*:--)

@@ -58,7 +58,8 @@ TEST(Help, GeneratesIntoFoldersThatItMakes) {
 // A command line of which nothing but its definition is known.
 TEST(Help, ReadsTheDefinitions) {
   CLI::App app("Do it's \"things\"", "velmora");
-  app.add_flag("--verbose", "Say more");
+  bool more = false;
+  app.add_flag("--verbose", more, "Say more");
   CLI::App* command = app.add_subcommand("run", "Run [a] `b` $(c): d\\e");
   std::string when = "now", file, hidden;
   command->add_option("-w,--when", when, "When to")
@@ -77,7 +78,7 @@ TEST(Help, ReadsTheDefinitions) {
             "Usage: velmora run [OPTION]... DIR\n"
             "  DIR  Where\n\n"
             "Options:\n"
-            "  -w, --when now|later  When to [default: now] [env: WHEN]\n\n"
+            "  -w, --when now|later  When to [default: now] [$WHEN]\n\n"
             "Servers:\n"
             "      --file FILE  -f is short for it\n\n"
             "Everywhere:\n"

@@ -39,8 +39,8 @@ topics=$("$velmora" --help | awk -F': ' '/^Topics of/ {gsub(/[,.]/, "", $2); pri
 [ "$(wc -w <<<"$topics")" -ge 5 ] || fail "no topics: $topics"
 for topic in $topics; do "$velmora" help "$topic" | fits "help $topic" 80; done
 
-# A line, and what completes its end. Folders are read without their slash, and in fish an option
-# stands before its value.
+# A line, and what completes its end. Shells differ in what of it they repeat: the folder, the slash
+# behind one, the option before its value.
 cd "$work"
 mkdir -p 'tree/a folder' tree/other
 touch "tree/\$(touch pwned)'s" 'tree/plain;x'
@@ -55,12 +55,15 @@ velmora explore --color |always auto never
 velmora explore --color=al|always
 velmora where is it --vim|--vimgrep
 velmora where is it stat|
-velmora explore --scope tree/a|tree/a folder
-velmora --files --repo tree/|tree/a folder tree/other
-velmora index tree/|tree/a folder tree/other
-velmora import --index tree/pl|tree/plain;x
-velmora show tree/$|tree/$(touch pwned)'s
-velmora show --limit 3 tree/pl|tree/plain;x
+velmora explore --scope tree/a|a folder
+velmora --fi|--files
+velmora --files --repo tree/|a folder other
+velmora --files stat|
+velmora --verbose --help sta|status
+velmora index tree/|a folder other
+velmora import --index tree/pl|plain;x
+velmora show tree/|$(touch pwned)'s a folder other plain;x
+velmora show --limit 3 tree/pl|plain;x
 velmora show -- --lim|
 velmora --generate z|zsh
 velmora help exit|exit-status
@@ -85,6 +88,7 @@ while read -l line
     echo "> $line"
     complete -C "$line" | string replace -r '\t.*' ''
 end
+exit 0
 END
 # Completion in zsh needs a terminal. What would be added is what is offered.
 cat >inside.zsh <<'END'
@@ -127,7 +131,7 @@ bad=0
 for shell in bash zsh fish; do
   while IFS='|' read -r line expected; do
     found=$(awk -v line="> $line" '$0 == line {on = 1; next} /^> / {on = 0} on && NF' "found.$shell" |
-      sed -e 's|/$||' -e 's|^--color=||' | LC_ALL=C sort -u | paste -sd' ')
+      sed -e 's|/$||' -e 's|^--color=||' -e 's|^tree/||' | LC_ALL=C sort -u | paste -sd' ')
     [ "$found" = "$expected" ] && continue
     echo "$shell: \"$line\" is completed by \"$found\", not by \"$expected\"" >&2
     bad=1
