@@ -131,11 +131,11 @@ SharedOptions shared_options(const CommandFacts& program, const HelpTopic& topic
     }
   });
   SharedOptions shared;
-  for (const auto& [option, commands] : all) {
+  for (const auto& one : all) {
     auto block = std::find_if(shared.begin(), shared.end(),
-                              [&](const auto& known) { return known.first == commands; });
-    if (block == shared.end()) block = shared.insert(block, {commands, {}});
-    block->second.push_back(option);
+                              [&](const auto& known) { return known.first == one.second; });
+    if (block == shared.end()) block = shared.insert(block, {one.second, {}});
+    block->second.push_back(one.first);
   }
   return shared;
 }
