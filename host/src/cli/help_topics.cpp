@@ -85,8 +85,9 @@ velmora show takes a name, a place or a number:
 Tests are left out unless the question's words are about tests; --include-tests and
 --exclude-tests decide it.
 )"},
-    HelpTopic{"output", "Answers for other programs",
-              R"text(  --json     one object: query, hits, channels (what became of each), note (what the answer
+    HelpTopic{
+        "output", "Answers for other programs",
+        R"text(  --json     one object: query, hits, channels (what became of each), note (what the answer
              had to do without, or null), guesses (nothing matches by name or text) and
              did_you_mean (a list of names)
   --jsonl    each hit an object on a line; remarks and the note go to standard error
@@ -111,8 +112,9 @@ query and error.
 
   echo '{"query": "retries", "limit": 3}' | velmora explore --batch -
 )text"},
-    HelpTopic{"servers", "Models behind servers",
-              R"(No server is needed, and none is asked but those that you name. Any with these two endpoints
+    HelpTopic{
+        "servers", "Models behind servers",
+        R"(No server is needed, and none is asked but those that you name. Any with these two endpoints
 will do, and either may come alone:
 
   POST URL/embeddings   vectors of the symbols and of the question, in place of the built-in model
@@ -152,8 +154,9 @@ through the program that PAGER names, if that is set. With less, -R lets colours
 
 Progress is shown on standard error, when that is a terminal and TERM is not dumb.
 )"},
-    HelpTopic{"upkeep", "How an index is made and kept",
-              R"(The index of a repository is ROOT/.velmora/index.db, for the whole git work tree that you are in;
+    HelpTopic{
+        "upkeep", "How an index is made and kept",
+        R"(The index of a repository is ROOT/.velmora/index.db, for the whole git work tree that you are in;
 elsewhere of the current folder. A submodule or a linked work tree has one of its own.
 
 The first question makes it, with progress. Each later one looks at what changed, and brings the

@@ -22,6 +22,8 @@ for page in "$work"/man/*.1; do
   [ -z "$faults" ] || fail "$page: $faults"
 done
 "$velmora" import --generate man | cmp - "$work/man/velmora-import.1"
+SOURCE_DATE_EPOCH=86400 "$velmora" --generate man | grep '^\.TH VELMORA 1 1970-01-02 ' >/dev/null ||
+  fail "the date of the sources does not count"
 
 fits() { # NAME ROWS <TEXT
   awk -v name="$1" -v rows="$2" '
