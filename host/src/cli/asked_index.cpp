@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <string>
-#include <utility>
 
 #include "cli/output.h"
 #include "cli/progress_line.h"
@@ -27,16 +26,11 @@ EmbeddingOptions for_symbols(EmbeddingOptions options) {
 
 void look_after(index::Index& index, const fs::path& file, const EmbeddingOptions& embedding) {
   const fs::path root = index::repository_of(file);
-  ProgressLine line("Looking for changes");
-  bool listed = false;
+  RefreshLine line("Looking for changes", "Bringing the index up to date");
   const upkeep::UpkeepReport report = upkeep::bring_up_to_date(
       root, index,
       {.model = [&] { return indexing_model(for_symbols(embedding), file); },
-       .progress =
-           [&](const indexing::RefreshProgress& now) {
-             if (!std::exchange(listed, true)) line.begin("Bringing the index up to date");
-             line.show([&](double seconds) { return progress_text(now, seconds); });
-           }});
+       .progress = [&](const indexing::RefreshProgress& now) { line.show(now); }});
   const std::string note = upkeep::note(report, root);
   if (!note.empty()) tell(note);
 }
@@ -61,14 +55,13 @@ std::shared_ptr<index::Index> find(const fs::path& file) {
 }  // namespace
 
 void AskedIndex::add_to(CLI::App& command) {
+  command.option_defaults()->group("Which index");
   IndexLocation::add_to(command);
+  command.option_defaults()->group("Upkeep");
   command.add_flag("--no-refresh", no_refresh,
-                   "Leave a stale index as it is; otherwise it is brought up to date when that"
-                   " takes under two seconds");
+                   "Leave a stale index as it is, also where two seconds would do");
   command.add_flag("--no-index", no_index, "Make no index where there is none");
-  command.add_flag("-y,--yes", yes,
-                   "Make the index of your home folder, / or a folder of more than 200,000 files"
-                   " too");
+  command.add_flag("-y,--yes", yes, "Index your home folder, / or over 200,000 files too");
 }
 
 std::shared_ptr<index::Index> AskedIndex::open(const EmbeddingOptions& embedding) const {

@@ -16,7 +16,7 @@ struct AskedIndex : IndexLocation {
   bool no_index = false;
   bool yes = false;
 
-  // Adds the options to a command; they outlive the parse.
+  // Adds the options to a command, in groups of their own; they outlive the parse.
   void add_to(CLI::App& command);
 
   // Opens the index for answers from it. A folder without one that this program can use is indexed

@@ -9,6 +9,7 @@
 #include "cli/answer_json.h"
 #include "cli/json_fields.h"
 #include "cli/output.h"
+#include "cli/progress_line.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -40,6 +41,13 @@ std::string answer(const json& value, const Answerer& answerer, RetrieveOptions 
 }  // namespace
 
 void answer_batch(Input& input, const Answerer& answerer, const RetrieveOptions& defaults) {
+  ProgressLine progress("Answering");
+  const double size = static_cast<double>(input.size().value_or(0));
+  std::size_t answered = 0;
+  const auto progress_text = [&](double seconds) {
+    const std::string time = time_left(static_cast<double>(input.bytes_read()), size, seconds);
+    return counted(answered, "question") + (time.empty() ? "" : ", " + time);
+  };
   while (const std::optional<std::string> line = input.next_line()) {
     ordered_json query = nullptr;
     std::string written;
@@ -54,6 +62,8 @@ void answer_batch(Input& input, const Answerer& answerer, const RetrieveOptions&
       written = failure.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
     }
     write_output(written);
+    ++answered;
+    progress.show(progress_text);
   }
 }
 

@@ -96,11 +96,12 @@ void add_clean_command(CLI::App& app, ExitCode& exit_code) {
   const auto options = std::make_shared<CleanOptions>();
   command->add_option("dir", options->folder, "The repository; the current folder when absent")
       ->type_name("DIR");
-  command->add_flag("-y,--yes", options->yes, "Do not ask");
+  command->add_flag("-y,--yes", options->yes, "Remove it without asking");
   command->footer(
       "Examples:\n"
-      "  velmora clean\n"
+      "  velmora clean                         says what it removes, and asks\n"
       "  velmora clean --yes ~/src/project\n"
+      "\n"
       "It lists what it is about to remove: the index in DIR/.velmora, its model and its locks.\n"
       "What else is in the folder stays, and links are not followed. velmora index makes the\n"
       "index anew; vectors that a server made are asked for again.\n"

@@ -22,14 +22,21 @@ void add_embed_command(CLI::App& app, ExitCode& exit_code) {
   const auto options = std::make_shared<EmbedOptions>();
   command->add_option("dir", options->folder, "The repository; the current folder when absent")
       ->type_name("DIR");
+  command->option_defaults()->group("Servers");
   add_server_embedding_options(*command, options->server);
   command->add_flag("--anew", options->server.anew,
-                    "Forget the vectors of this model first, once the server has answered");
+                    "Embed everything again: forget this model's vectors once the server answers");
   command->footer(
+      "Examples:\n"
+      "  velmora embed --embeddings-url http://127.0.0.1:8080/v1 --embeddings-model NAME\n"
+      "  velmora embed ~/src/project           with VELMORA_EMBEDDINGS_URL and _MODEL set\n"
+      "\n"
       "Embeds what has no vector of the model yet: of each symbol its kind, name, signature, path\n"
       "and docstring. Each answer is stored as it comes, so Ctrl-C loses nothing and the same\n"
       "command goes on. A text is embedded once, and its vector is kept when the symbol is gone,\n"
-      "in case it comes back. An overloaded server is asked again, as late as it wants.");
+      "in case it comes back. An overloaded server is asked again, as late as it wants.\n"
+      "See also velmora help servers.\n"
+      "Exit status: 0 when all is embedded, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] {
     require_server(options->server);
     embed_folder(options->folder, options->server);

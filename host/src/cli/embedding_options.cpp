@@ -20,7 +20,7 @@ void add_server(CLI::App& command, std::string& url, std::string& model,
                 const std::string& about_url, const std::string& about_model) {
   command
       .add_option("--embeddings-url", url,
-                  about_url + "; the API key, if it wants one, is in VELMORA_EMBEDDINGS_API_KEY")
+                  about_url + ", with the key in VELMORA_EMBEDDINGS_API_KEY")
       ->type_name("URL")
       ->envname("VELMORA_EMBEDDINGS_URL");
   command.add_option("--embeddings-model", model, about_model)
@@ -61,8 +61,8 @@ std::string embeddings_key() {
 void add_model_option(CLI::App& command, EmbeddingOptions& options) {
   command
       .add_option("--model", options.file,
-                  "The embedding model to use, in place of tuned.model beside the index and of the"
-                  " one that velmora came with")
+                  "Embed with this model, in place of tuned.model beside the index or the"
+                  " built-in one")
       ->type_name("FILE")
       ->envname("VELMORA_MODEL");
 }
@@ -83,7 +83,7 @@ void add_server_options(CLI::App& command, EmbeddingOptions& options) {
       ->envname("VELMORA_EMBEDDINGS_QUERY_PREFIX");
   command
       .add_option("--embeddings-wait", options.wait_seconds,
-                  "How long to wait for the server's model at the start")
+                  "How long to wait for a server whose model is still loading")
       ->type_name("SECONDS")
       ->check(CLI::Range(0, 3600).description(""))
       ->capture_default_str();
@@ -93,9 +93,10 @@ void add_server_embedding_options(CLI::App& command, ServerEmbeddingOptions& opt
   add_server(command, options.url, options.model, "Embed symbols by POST URL/embeddings",
              "The model to ask for; explore names it too");
   command
-      .add_option("--embeddings-document-prefix", options.prefix,
-                  "Put this before the text of a symbol, for models that want it; when absent as"
-                  " the last time")
+      .add_option(
+          "--embeddings-document-prefix", options.prefix,
+          "Put this before a symbol's text, for models that want it; when absent as the last"
+          " time")
       ->type_name("TEXT")
       ->envname("VELMORA_EMBEDDINGS_DOCUMENT_PREFIX");
   const auto number = [&](const char* name, auto& value, const char* about, int most) {
@@ -104,14 +105,14 @@ void add_server_embedding_options(CLI::App& command, ServerEmbeddingOptions& opt
         ->check(CLI::Range(1, most).description(""));
   };
   number("--embeddings-text-length", options.text_length,
-         "Embed the first N characters of a symbol's text; when absent as the last time, or 1500",
+         "Embed the first N characters of a text; when absent as the last time, or 1500",
          1'000'000);
   number("--embeddings-batch", options.batch_size, "Texts in one request", 4096)
       ->capture_default_str();
   number("--embeddings-parallel", options.parallel, "Requests at one time", 64)
       ->capture_default_str();
   command.add_flag("--half-precision", options.half_precision,
-                   "Keep the model's vectors in two bytes a number instead of four from now on");
+                   "Keep this model's vectors in two bytes a number from now on, not in four");
   number("--embeddings-timeout", options.timeout_seconds, "Seconds that a request may take", 86'400)
       ->capture_default_str();
 }

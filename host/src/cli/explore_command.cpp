@@ -129,10 +129,13 @@ void add_choice(CLI::App& command, ExploreOptions& options) {
       ->type_name("N")
       ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
       ->capture_default_str();
-  command.add_option("--scope", options.scope, "Only in this folder or file of the repository")
+  command
+      .add_option("--scope", options.scope,
+                  "Only in this folder or file, from the repository's root")
       ->type_name("PATH");
-  CLI::Option* include = command.add_flag("--include-tests", options.include_tests,
-                                          "Those of tests too; else the question's words decide");
+  CLI::Option* include =
+      command.add_flag("--include-tests", options.include_tests,
+                       "Those of tests too; without, the question's words decide");
   CLI::Option* exclude =
       command.add_flag("--exclude-tests", options.exclude_tests, "None of tests");
   exclude_one_another({include, exclude});
@@ -142,12 +145,11 @@ void add_choice(CLI::App& command, ExploreOptions& options) {
 // refuses it.
 void add_forms(CLI::App& command, ExploreOptions& options) {
   command.option_defaults()->group("What is shown");
-  CLI::Option* context =
-      command
-          .add_option("-C,--context", options.details.context,
-                      "N source lines before and after each definition's first line")
-          ->type_name("N")
-          ->check(CLI::Range(0, 1'000'000).description(""));
+  CLI::Option* context = command
+                             .add_option("-C,--context", options.details.context,
+                                         "N source lines around each definition's first line")
+                             ->type_name("N")
+                             ->check(CLI::Range(0, 1'000'000).description(""));
   CLI::Option* body =
       command.add_flag("--body", options.details.body, "The whole source of each definition");
   CLI::Option* why = command.add_flag("--why", options.details.why,
@@ -158,15 +160,15 @@ void add_forms(CLI::App& command, ExploreOptions& options) {
   Form& form = options.form;
   CLI::Option* files = command.add_flag("--files", form.files, "Paths alone, each once");
   command.add_flag("-0,--null", form.null, "End paths with NUL, with --files")->needs(files);
-  CLI::Option* vimgrep =
-      command.add_flag("--vimgrep", form.vimgrep, "path:line:column:text for each hit");
+  CLI::Option* vimgrep = command.add_flag("--vimgrep", form.vimgrep,
+                                          "path:line:column:text for each hit, for editors");
   CLI::Option* json = command.add_flag("--json", form.json, "One JSON object");
   CLI::Option* json_lines =
-      command.add_flag("--jsonl", form.json_lines, "One JSON object for each hit, on a line");
+      command.add_flag("--jsonl", form.json_lines, "One JSON object for each hit, each on a line");
   CLI::Option* batch =
       command
           .add_option("--batch", options.batch,
-                      "Answer the questions of FILE, or - for standard input, in JSON")
+                      "Answer the questions of FILE (- for standard input) in JSON")
           ->type_name("FILE");
   exclude_one_another({files, vimgrep, json, json_lines});
   for (CLI::Option* const form_option : {files, vimgrep, json_lines}) form_option->excludes(batch);
@@ -178,16 +180,16 @@ void add_forms(CLI::App& command, ExploreOptions& options) {
 void add_explore_command(CLI::App& app, ExitCode& exit_code) {
   CLI::App* command = app.add_subcommand("explore", "Find the symbols that best answer a question");
   const auto options = std::make_shared<ExploreOptions>();
-  add_words(*command, "question", options->question, "A sentence, keywords or a name")
+  add_words(*command, "question", options->question,
+            "A sentence, keywords or a name; quotes are not needed")
       ->type_name("QUESTION");
   add_choice(*command, *options);
   add_forms(*command, *options);
-  command->option_defaults()->group("Which index");
   options->location.add_to(*command);
   command->option_defaults()->group("Meaning");
   add_embedding_options(*command, options->embedding, "Rank by names and text only");
+  command->option_defaults()->group("Servers");
   add_server_options(*command, options->embedding);
-  command->option_defaults()->group("Rerank");
   add_rerank_options(*command, options->rerank);
   command->footer(
       "Examples:\n"
@@ -195,12 +197,8 @@ void add_explore_command(CLI::App& app, ExitCode& exit_code) {
       "  velmora parse_config --body\n"
       "  velmora explore --scope src -C 3 index of a page    any first word is a question's here\n"
       "  velmora --files -0 open a connection | xargs -0 wc -l\n"
-      "  echo '{\"query\": \"retries\", \"limit\": 3}' | velmora explore --batch -\n"
       "\n"
-      "Words need no quotes; behind -- every one is a word. Colour: --color, NO_COLOR, "
-      "FORCE_COLOR,\n"
-      "TERM, in this order. A long answer goes through $PAGER. A line of --batch may have the\n"
-      "fields limit, scope, include_tests and rerank.\n"
+      "See also velmora help names, output and terminal.\n"
       "Exit status: 0 with hits, 1 without any, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] { exit_code = explore(*options); });
 }

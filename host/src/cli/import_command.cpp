@@ -105,18 +105,24 @@ void add_import_command(CLI::App& app, ExitCode& exit_code) {
   command
       ->add_option("rows", options->rows,
                    "The rows, one JSON object a line; standard input when it is - or absent")
-      ->type_name("ROWS.jsonl");
+      ->type_name("FILE");
   command->add_flag("--half-precision", options->half_precision,
-                    "Keep vectors in two bytes a number instead of four: half the size and a faster"
-                    " search, for a change in the cosine of about 0.0001");
+                    "Keep vectors in two bytes a number, not in four: half the size and a faster"
+                    " search, for an error of about 0.0001 in the cosine");
   command->add_flag("--allow-empty", options->allow_empty,
-                    "Take an input without any row, which leaves nothing in the index");
+                    "Take an input without any row, which empties the index");
   command->footer(
+      "Examples:\n"
+      "  velmora import --index project.db rows.jsonl\n"
+      "  zcat rows.jsonl.gz | velmora import --index project.db\n"
+      "  velmora explore --index project.db parse config\n"
+      "\n"
       "A row has fqn, name, kind, language, path, start_line and end_line, and optionally id,\n"
       "signature, docstring and embeddings, a list of {\"model\", \"values\"}. A row without id "
       "gets\n"
       "the largest id so far plus one. Blank lines are skipped, unknown fields are errors.\n"
-      "An input that cannot be read to its end leaves the index as it was.");
+      "An input that cannot be read to its end leaves the index as it was.\n"
+      "Exit status: 0 when all rows were taken, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] {
     import_rows(*options);
     exit_code = ExitCode::answered;

@@ -134,37 +134,42 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
   const auto options = std::make_shared<IndexOptions>();
   command->add_option("dir", options->folder, "The repository; the current folder when absent")
       ->type_name("DIR");
-  command
-      ->add_option("--max-file-size", options->largest_file,
-                   "Leave out files that are larger; default 2097152")
-      ->type_name("BYTES");
-  command->add_flag("--no-wait", options->no_wait,
-                    "Fail at once when another velmora is indexing; exit code 3");
+  command->option_defaults()->group("What is indexed");
+  command->add_option("--max-file-size", options->largest_file, "Leave out files that are larger")
+      ->type_name("BYTES")
+      ->capture_default_str();
   command->add_flag("--retry", options->retry,
                     "Read files again that were left out because parsing them took too much");
+  command->add_flag("--rebuild", options->rebuild,
+                    "Make the index anew; what velmora embed stored is gone");
+  command->add_flag("-y,--yes", options->yes,
+                    "Index your home folder, / or over 200,000 files too");
+  command->option_defaults()->group("When");
   command->add_flag("--watch", options->watch,
                     "Go on: bring the index up to date whenever files change, until Ctrl-C");
-  command->add_flag("-y,--yes", options->yes,
-                    "Index your home folder, / or a folder of more than 200,000 files too");
-  command->add_flag(
-      "--rebuild", options->rebuild,
-      "Make the index anew, as if there were none; what velmora embed stored is gone");
+  command->add_flag("--no-wait", options->no_wait,
+                    "Fail at once, with exit status 3, when another velmora is indexing");
+  command->option_defaults()->group("Meaning");
   add_embedding_options(*command, options->embedding,
                         "Do not embed new symbols; the next run without it does");
+  command->option_defaults()->group("Servers");
   command->add_flag("--embed", options->embed,
                     "Let a server's model embed the symbols too, as velmora embed does");
   add_server_embedding_options(*command, options->server);
   command->footer(
-      "The index is DIR/.velmora/index.db. Later runs read what has changed only; an index that "
-      "is\n"
-      "being brought up to date answers from its last state until it is done. One that is "
-      "damaged,\n"
-      "or that was not made here by you, is made anew.\n"
-      "In a git work tree the files that git does not ignore are read.\n"
-      "No server is asked without --embed; new symbols get the vectors that are known of their "
-      "text.\n"
+      "Examples:\n"
+      "  velmora index\n"
+      "  velmora index --watch ~/src/project\n"
+      "\n"
+      "The index is DIR/.velmora/index.db. Later runs read only what has changed; meanwhile "
+      "questions"
+      " are answered from its last state. One that is damaged, or that was not made here by you, is"
+      " made anew. No server is asked without --embed.\n"
       "Languages: " +
-      language_list() + ".");
+      language_list() +
+      ".\n"
+      "See also velmora help upkeep.\n"
+      "Exit status: 0 when it is up to date, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] {
     index_folder(*options);
     exit_code = ExitCode::answered;

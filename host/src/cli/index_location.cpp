@@ -10,11 +10,10 @@ namespace velmora::host::cli {
 namespace fs = std::filesystem;
 
 void IndexLocation::add_to(CLI::App& command) {
-  CLI::Option* file = command.add_option("--index", index, "The index to ask")->type_name("FILE");
-  command
-      .add_option("--repo", repository,
-                  "Ask about this folder, as if it were the current one: its index or the nearest"
-                  " above it")
+  CLI::Option* file =
+      command.add_option("--index", index, "The index to ask, in place of the nearest")
+          ->type_name("FILE");
+  command.add_option("--repo", repository, "Ask about this folder, as if it were the current one")
       ->type_name("DIR")
       ->excludes(file);
 }

@@ -93,20 +93,20 @@ void add_outline_command(CLI::App& app, ExitCode& exit_code) {
   const auto options = std::make_shared<OutlineOptions>();
   command
       ->add_option("path", options->path,
-                   "The file or folder, relative to the current folder or the repository; the"
-                   " current folder when absent")
+                   "A file or folder, from here or from the repository's root; here when absent")
       ->type_name("PATH");
-  options->location.add_to(*command);
   command->add_option("--limit", options->limit, "The most symbols to list")
       ->type_name("N")
       ->check(CLI::PositiveNumber.description(""))
       ->capture_default_str();
   command->add_flag("--json", options->json, "Write the outline as one JSON object");
+  options->location.add_to(*command);
   command->footer(
       "Examples:\n"
       "  velmora outline src/config.py\n"
       "  velmora outline config.py             the end of a path does, if one file has it\n"
       "  velmora outline src\n"
+      "\n"
       "Symbols that stand in others are indented.\n"
       "Exit status: 0 with symbols, 1 without any, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] { exit_code = outline(*options); });

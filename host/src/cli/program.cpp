@@ -14,7 +14,10 @@
 #include <utility>
 #include <vector>
 
+#include "cli/command_facts.h"
 #include "cli/end_signals.h"
+#include "cli/generate_option.h"
+#include "cli/help_text.h"
 #include "cli/implied_command.h"
 #include "cli/output.h"
 #include "velmora/host/cli/commands.h"
@@ -28,7 +31,7 @@ constexpr std::string_view SHORT_HELP =
     "  velmora where are retries delayed    ask about the repository that you are in\n"
     "  velmora index                        index it, or bring its index up to date\n"
     "  velmora explore --help               what a question may say besides\n"
-    "  velmora --help                       all commands\n";
+    "  velmora help                         all commands and topics\n";
 
 // A file opened later must not get the number of a closed standard stream: what is printed would
 // end up in it. What takes the place of a closed one cannot be used: reading from it, or writing to
@@ -51,6 +54,19 @@ ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   add_search_command(app, exit_code);
   add_show_command(app, exit_code);
   add_status_command(app, exit_code);
+  add_help_command(app, exit_code);  // the last: it knows the others
+  add_generate_option(app);
+  // Not before: commands would take it over.
+  app.footer(
+      "velmora QUESTION... is velmora explore QUESTION...: where the first word is no command, all"
+      " are the words of a question, and explore's options may stand among them.\n"
+      "\n"
+      "Examples:\n"
+      "  velmora where are retries delayed     ask about the repository that you are in\n"
+      "  velmora show parse_config             the source of a definition\n"
+      "  velmora outline src                   the symbols of a folder\n"
+      "  velmora status                        what is indexed, and what changed since\n"
+      "  velmora help output                   answers for other programs");
   std::vector<std::string> arguments(argv + 1, argv + std::max(argc, 1));
   if (arguments.empty()) {
     write_output(SHORT_HELP);
@@ -82,17 +98,17 @@ int run(int argc, const char* const* argv) {
   std::signal(SIGXFSZ, SIG_IGN);
   end_at_signals();
 
-  CLI::App app("Velmora finds the code that answers a question.", "velmora");
-  app.set_version_flag("--version", "velmora " VELMORA_VERSION);
+  CLI::App app("Find the code that answers a question", "velmora");
+  app.formatter_fn([](const CLI::App* command, const std::string&, CLI::AppFormatMode) {
+    return help_text(facts_of(*command));
+  });
+  app.set_help_flag("-h,--help", "Print this help");
+  app.set_version_flag("--version", "velmora " VELMORA_VERSION, "Print the version");
   bool verbose = false;
   app.add_flag("--verbose", verbose, "Log everything to standard error");
   app.parse_complete_callback([&verbose] { log_to_standard_error(verbose); });
   app.fallthrough();  // these flags may stand behind the command too
   app.require_subcommand(1);
-  app.footer(
-      "velmora QUESTION... is velmora explore QUESTION...: where the first word is no command, "
-      "all\n"
-      "are the words of a question, and explore's options may stand among them.");
   try {
     return static_cast<int>(parse_and_run(app, argc, argv));
   } catch (const Interrupted& end) {

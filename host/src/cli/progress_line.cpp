@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -102,12 +103,26 @@ void ProgressLine::draw() {
   write_to_terminal(std::string(CLEAR) + line);
 }
 
+std::string time_left(double done, double total, double seconds) {
+  constexpr double MEANS_NOTHING = 2, MINUTE = 60, HOUR = 3600, DAYS = 48 * HOUR;
+  if (seconds < MEANS_NOTHING || done <= 0 || done >= total) return {};
+  const double left = (total - done) / done * seconds;
+  if (left > DAYS) return {};
+  const auto rounded = [&](const char* about, double unit, double step, const char* name) {
+    const double units = std::ceil(left / unit / step) * step;
+    return about + std::to_string(static_cast<int>(units)) + name + " left";
+  };
+  if (left <= 10) return rounded("", 1, 1, " s");
+  if (left <= MINUTE) return rounded("about ", 1, 5, " s");
+  return left <= 90 * MINUTE ? rounded("about ", MINUTE, 1, " min")
+                             : rounded("about ", HOUR, 1, " h");
+}
+
 std::string rate_text(double done, double left, const std::string& things, double seconds) {
-  const double rate = done / seconds;
-  std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%.0f %s/s, %.0f s left", rate, things.c_str(),
-                left / rate);
-  return text.data();
+  std::array<char, 64> rate{};
+  std::snprintf(rate.data(), rate.size(), "%.0f %s/s", done / seconds, things.c_str());
+  const std::string time = time_left(done, done + left, seconds);
+  return rate.data() + (time.empty() ? "" : ", " + time);
 }
 
 }  // namespace velmora::host::cli

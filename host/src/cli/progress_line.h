@@ -51,7 +51,12 @@ class ProgressLine {
 // May be called by the handler of a signal.
 void hide_progress_line() noexcept;
 
-// "120 files/s, 7 s left"
+// How long work goes on of which the part `done` of `total` took `seconds`, if it goes on like
+// this: "7 s left", "about 45 s left", "about 3 min left", "about 2 h left", rounded up. Empty when
+// that means nothing: in the first two seconds, before anything is done, and where it is days.
+[[nodiscard]] std::string time_left(double done, double total, double seconds);
+
+// "120 files/s, 7 s left": a number done in so many seconds, and what time_left says of it.
 [[nodiscard]] std::string rate_text(double done, double left, const std::string& things,
                                     double seconds);
 

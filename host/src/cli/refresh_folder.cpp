@@ -8,7 +8,6 @@
 
 #include "cli/index_lock.h"
 #include "cli/output.h"
-#include "cli/progress_line.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -22,6 +21,21 @@ std::string headline(const indexing::RefreshReport& report, Clock::duration time
                 std::chrono::duration<double>(time).count());
   return "Indexed " + counted(report.indexed(), "file") + ", " +
          counted(static_cast<std::size_t>(report.symbols), "symbol") + ", in " + seconds.data();
+}
+
+// "120 of 3000 files, 900 symbols, 60 files/s, about 50 s left"
+std::string progress_text(const indexing::RefreshProgress& now, double seconds) {
+  const auto rate = [&](double done, double total, const char* things) {
+    return done > 0 ? ", " + rate_text(done, total - done, things, seconds) : std::string();
+  };
+  if (now.to_embed > 0) {
+    return std::to_string(now.embedded) + " of " + std::to_string(now.to_embed) + " symbols" +
+           rate(static_cast<double>(now.embedded), static_cast<double>(now.to_embed), "symbols");
+  }
+  if (now.file_count == 0) return "";
+  return std::to_string(now.files_done) + " of " + std::to_string(now.file_count) + " files, " +
+         std::to_string(now.symbols) + " symbols" +
+         rate(static_cast<double>(now.files_done), static_cast<double>(now.file_count), "files");
 }
 
 }  // namespace
@@ -38,37 +52,30 @@ std::shared_ptr<const embedding::WordModel> indexing_model(const EmbeddingOption
   }
 }
 
-std::string progress_text(const indexing::RefreshProgress& progress, double seconds) {
-  if (progress.file_count == 0) return "";
-  if (progress.to_embed > 0) {
-    return "embedded " + std::to_string(progress.embedded) + " of " +
-           std::to_string(progress.to_embed) + " symbols";
+RefreshLine::RefreshLine(std::string listing, std::string reading)
+    : line_(std::move(listing)), reading_(std::move(reading)) {}
+
+void RefreshLine::show(const indexing::RefreshProgress& now) {
+  const Stage stage = now.to_embed > 0 ? Stage::embedding : Stage::reading;
+  if (std::exchange(stage_, stage) != stage) {
+    line_.begin(stage == Stage::embedding ? "Embedding" : reading_);
   }
-  std::string text = std::to_string(progress.files_done) + " of " +
-                     std::to_string(progress.file_count) + " files, " +
-                     std::to_string(progress.symbols) + " symbols";
-  if (progress.files_done == 0) return text;
-  return text + ", " +
-         rate_text(static_cast<double>(progress.files_done),
-                   static_cast<double>(progress.file_count - progress.files_done), "files",
-                   seconds);
+  line_.show([&](double seconds) { return progress_text(now, seconds); });
 }
 
 RefreshedFolder refresh_folder(const fs::path& folder, upkeep::MakeOptions options, bool no_wait,
                                const std::function<void()>& check) {
   Clock::time_point start;
-  std::optional<ProgressLine> line;
-  bool listed = false;
+  std::optional<RefreshLine> line;
   options.lock = [&](const fs::path& index) {
     index::WriterLock lock = take_index_lock(index, no_wait, check);
     start = Clock::now();
-    line.emplace("Listing files");
+    line.emplace("Listing files", "Indexing");
     return lock;
   };
   options.progress = [&](const indexing::RefreshProgress& now) {
     check();
-    if (!std::exchange(listed, true)) line->begin("Indexing");
-    line->show([&](double seconds) { return progress_text(now, seconds); });
+    line->show(now);
   };
   options.tell = tell;
   RefreshedFolder done{.report = upkeep::make_index(folder, options), .headline = {}};

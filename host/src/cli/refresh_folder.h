@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cli/embedding_options.h"
+#include "cli/progress_line.h"
 #include "upkeep/make_index.h"
 #include "velmora/host/embedding/word_model.h"
 
@@ -15,6 +16,22 @@ namespace velmora::host::cli {
 // a line, cannot be.
 [[nodiscard]] std::shared_ptr<const embedding::WordModel> indexing_model(
     const EmbeddingOptions& options, const std::filesystem::path& index_file);
+
+// The progress line of a refresh: what it is at, how far, and how long still.
+class RefreshLine {
+ public:
+  // What it says of the files while they are listed, and while they are read.
+  RefreshLine(std::string listing, std::string reading);
+
+  void show(const indexing::RefreshProgress& now);
+
+ private:
+  enum class Stage { listing, reading, embedding };  // each is timed by itself
+
+  ProgressLine line_;
+  const std::string reading_;
+  Stage stage_ = Stage::listing;
+};
 
 // What to say of it: "Indexed 3 files, 9 symbols, in 0.1 s"
 struct RefreshedFolder {
@@ -28,8 +45,5 @@ struct RefreshedFolder {
 [[nodiscard]] RefreshedFolder refresh_folder(const std::filesystem::path& folder,
                                              upkeep::MakeOptions options, bool no_wait,
                                              const std::function<void()>& check);
-
-// "120 of 3000 files, 900 symbols, 60 files/s, 48 s left"
-[[nodiscard]] std::string progress_text(const indexing::RefreshProgress& progress, double seconds);
 
 }  // namespace velmora::host::cli

@@ -8,16 +8,17 @@
 namespace velmora::host::cli {
 
 void add_rerank_options(CLI::App& command, RerankOptions& options) {
-  command.add_flag("--no-rerank", options.none, "Keep the order of the ranking");
+  command.add_flag("--no-rerank", options.none, "Ask no server to reorder the hits");
   CLI::Option* url = command
                          .add_option("--rerank-url", options.url,
-                                     "Let POST URL/rerank reorder the first hits; the API key, if"
-                                     " it wants one, is in VELMORA_RERANK_API_KEY")
+                                     "Reorder the first hits by POST URL/rerank, with the key in"
+                                     " VELMORA_RERANK_API_KEY")
                          ->type_name("URL")
                          ->envname("VELMORA_RERANK_URL");
-  CLI::Option* model = command.add_option("--rerank-model", options.model, "The model to ask for")
-                           ->type_name("NAME")
-                           ->envname("VELMORA_RERANK_MODEL");
+  CLI::Option* model =
+      command.add_option("--rerank-model", options.model, "The model that reranks")
+          ->type_name("NAME")
+          ->envname("VELMORA_RERANK_MODEL");
   url->needs(model);
   model->needs(url);
   command.add_flag("--share-source", options.share_source,

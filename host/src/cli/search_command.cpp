@@ -86,22 +86,36 @@ ExitCode search_semantic(const SearchOptions& options) {
 }  // namespace
 
 void add_search_command(CLI::App& app, ExitCode& exit_code) {
-  CLI::App* command = app.add_subcommand("search", "Ask one channel alone");
+  CLI::App* command = app.add_subcommand("search", "Ask one channel of the ranking alone");
   command->require_subcommand(1);
   CLI::App* semantic = command->add_subcommand(
-      "semantic", "The symbols whose vectors are nearest to a question's, with their cosines");
+      "semantic", "List the symbols that are nearest to a question in meaning");
   const auto options = std::make_shared<SearchOptions>();
   add_words(*semantic, "query", options->query, "A sentence, keywords or a name")
       ->type_name("QUERY")
       ->required();
-  options->location.add_to(*semantic);
   semantic->add_option("--limit", options->limit, "The most symbols to show")
       ->type_name("N")
       ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
       ->capture_default_str();
   semantic->add_flag("--json", options->json, "Write the answer as one JSON object");
+  options->location.add_to(*semantic);
+  semantic->option_defaults()->group("Meaning");
   add_model_option(*semantic, options->embedding);
+  semantic->option_defaults()->group("Servers");
   add_server_options(*semantic, options->embedding);
+  semantic->footer(
+      "Examples:\n"
+      "  velmora search semantic where are retries delayed\n"
+      "  velmora search semantic --limit 50 --json open a connection\n"
+      "\n"
+      "Each line has the cosine of a symbol's vector and the question's, at most 1, and the"
+      " symbol's place. velmora explore weighs names and text too; this tells what meaning finds by"
+      " itself.\n"
+      "Exit status: 0 with symbols, 2 for wrong usage, 3 for any failure.");
+  command->footer(
+      "Examples:\n"
+      "  velmora search semantic where are retries delayed");
   semantic->callback([options, &exit_code] { exit_code = search_semantic(*options); });
 }
 

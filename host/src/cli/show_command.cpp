@@ -108,21 +108,22 @@ void add_show_command(CLI::App& app, ExitCode& exit_code) {
   const auto options = std::make_shared<ShowOptions>();
   command
       ->add_option("symbol", options->what,
-                   "Its name, qualified or not; a place, the innermost symbol of which is meant; or"
-                   " its number as lists have it")
+                   "A name, qualified or not; a place, for the innermost symbol there; or the"
+                   " number that lists and JSON give a symbol")
       ->type_name("NAME|PATH:LINE|ID")
       ->required();
-  options->location.add_to(*command);
   command->add_option("--limit", options->limit, "The most symbols to list when several fit")
       ->type_name("N")
       ->check(CLI::PositiveNumber.description(""))
       ->capture_default_str();
   command->add_flag("--json", options->json, "Write the answer as one JSON object");
+  options->location.add_to(*command);
   command->footer(
       "Examples:\n"
       "  velmora show parse_config\n"
       "  velmora show Server::start            also Server.start, or all of its qualified name\n"
       "  velmora show src/config.py:120        what a compiler or a search names\n"
+      "\n"
       "Its lines are read from the work tree. When several symbols fit, each is listed with its\n"
       "place and number.\n"
       "Exit status: 0 when a symbol was found, 1 when none, 2 for wrong usage, 3 for any failure.");

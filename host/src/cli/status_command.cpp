@@ -10,6 +10,7 @@
 #include "browse/status.h"
 #include "cli/index_location.h"
 #include "cli/output.h"
+#include "cli/progress_line.h"
 #include "cli/symbol_json.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
@@ -92,8 +93,12 @@ void show_status(const StatusOptions& options) {
   IndexLocation location = options.location;
   if (options.folder) location.repository = options.folder;
   const std::filesystem::path file = location.file();
-  const auto index = index::Index::open(file);
-  const Status status = browse::status_of(*index, file);
+  const Status status = [&] {
+    ProgressLine line("Opening the index");
+    const auto index = index::Index::open(file);
+    line.begin("Looking for changes");
+    return browse::status_of(*index, file);
+  }();
   write_output(options.json ? json_line(status_json(status))
                             : browse::status_text(status, options.all).text);
 }
@@ -106,17 +111,19 @@ void add_status_command(CLI::App& app, ExitCode& exit_code) {
   const auto options = std::make_shared<StatusOptions>();
   CLI::Option* folder = command
                             ->add_option("dir", options->folder,
-                                         "The repository; that of the nearest index when absent")
+                                         "The repository; the one that you are in when absent")
                             ->type_name("DIR");
-  options->location.add_to(*command);
-  folder->excludes("--index")->excludes("--repo");
   command->add_flag("--all", options->all, "Leave nothing out of long lists");
   command->add_flag("--json", options->json, "Write the status as one JSON object");
+  command->option_defaults()->group("Which index");
+  options->location.add_to(*command);
+  folder->excludes("--index")->excludes("--repo");
   command->footer(
       "Examples:\n"
       "  velmora status\n"
       "  velmora status --all ~/src/project\n"
       "  velmora status --json | jq .changes\n"
+      "\n"
       "Nothing is written: velmora index brings the index up to date.\n"
       "Exit status: 0 with an index, 2 for wrong usage, 3 without one and for any failure.");
   command->callback([options, &exit_code] {

@@ -65,14 +65,14 @@ std::string_view code(Ink ink) {
 }  // namespace
 
 void TerminalOptions::add_to(CLI::App& command) {
-  command.add_option("--color", color, "Colour: auto (on a terminal), always or never")
+  command.add_option("--color", color, "Colour; auto is on a terminal alone")
       ->type_name("WHEN")
-      ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+      ->check(CLI::IsMember({"auto", "always", "never"}));
   command
       .add_option("--hyperlink-format", hyperlink_format,
-                  "Link places on a terminal: auto, none, vscode, ... or a url with {path}")
+                  "Links of places: vscode, idea, ... (velmora help terminal)")
       ->type_name("FORMAT")
-      ->check(CLI::Validator(fault_of_format, ""));
+      ->check(CLI::Validator(fault_of_format, "{" + hyperlink_aliases() + "}"));
 }
 
 std::string Look::painted(Ink ink, std::string_view text) const {

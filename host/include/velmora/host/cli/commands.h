@@ -23,6 +23,8 @@ enum class ExitCode : int {
 void add_clean_command(CLI::App& app, ExitCode& exit_code);
 void add_embed_command(CLI::App& app, ExitCode& exit_code);
 void add_explore_command(CLI::App& app, ExitCode& exit_code);
+// To be added last: it suggests the commands that are there.
+void add_help_command(CLI::App& app, ExitCode& exit_code);
 void add_import_command(CLI::App& app, ExitCode& exit_code);
 void add_index_command(CLI::App& app, ExitCode& exit_code);
 void add_outline_command(CLI::App& app, ExitCode& exit_code);
