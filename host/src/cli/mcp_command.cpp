@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -92,13 +93,17 @@ agent::RepositoryOptions repository_options(const McpOptions& options) {
   const auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(
       std::chrono::duration<double>(options.wait_seconds));
   agent::Server server(repositories, streams.input, streams.output, {.longest_wait = wait});
+  auto code = ExitCode::answered;
   try {
     server.run();
   } catch (const agent::NobodyListens&) {
     // The client is gone.
+  } catch (const std::exception& error) {
+    tell(error.what());
+    code = ExitCode::failed;
   }
   // At once, whatever the threads are at: what is written to an index is there whole or not at all.
-  std::_Exit(static_cast<int>(ExitCode::answered));
+  std::_Exit(static_cast<int>(code));
 }
 
 void print_config(const McpOptions& options) {
