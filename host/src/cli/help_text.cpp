@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "cli/help_topics.h"
-#include "cli/text_layout.h"
+#include "text/layout.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -33,8 +33,8 @@ std::string table(const std::vector<Row>& rows, std::size_t most = MOST_NAMES) {
       left.clear();
     }
     left.resize(indent.size(), ' ');
-    for (const std::string& line :
-         folded(text, HELP_COLUMNS - indent.size(), std::numeric_limits<std::size_t>::max())) {
+    for (const std::string& line : text::folded(text, HELP_COLUMNS - indent.size(),
+                                                std::numeric_limits<std::size_t>::max())) {
       table.append(std::exchange(left, indent)).append(line).append("\n");
     }
   }
@@ -216,8 +216,9 @@ std::string folded_text(const std::string& text) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     const bool stays = line.empty() || line.starts_with(' ') || line.size() <= HELP_COLUMNS;
-    const auto parts = stays ? std::vector{line}
-                             : folded(line, HELP_COLUMNS, std::numeric_limits<std::size_t>::max());
+    const auto parts =
+        stays ? std::vector{line}
+              : text::folded(line, HELP_COLUMNS, std::numeric_limits<std::size_t>::max());
     for (const std::string& part : parts) all += part + "\n";
   }
   return all;

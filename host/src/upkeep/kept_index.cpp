@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
@@ -29,6 +30,7 @@ namespace {
 namespace fs = std::filesystem;
 using index::WriterLock;
 using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
 
 constexpr logging::Logger LOGGER("velmora.host.upkeep");
 
@@ -36,8 +38,11 @@ constexpr logging::Logger LOGGER("velmora.host.upkeep");
 // than that.
 constexpr milliseconds QUIET{100};
 constexpr milliseconds LONGEST{1000};
-// How often a lock is tried that another process holds while it makes the index.
+// How often a lock is tried that another process holds while it makes the index, or brings it up to
+// date.
 constexpr milliseconds TRY_AGAIN{100};
+// How often somebody who waits is told how far it is.
+constexpr milliseconds MEANWHILE{250};
 
 // The index is no longer kept.
 struct Stopped {};
@@ -70,6 +75,17 @@ class Bell {
   const int descriptor_;
 };
 
+// Counts for as long as it lives.
+class Counted {
+ public:
+  explicit Counted(std::atomic<int>& count) : count_(count) { ++count_; }
+  Counted(const Counted&) = delete;
+  ~Counted() { --count_; }
+
+ private:
+  std::atomic<int>& count_;
+};
+
 // What this process holds while it watches for all.
 struct Watcher {
   Watcher(WriterLock taken, const fs::path& root, int wake)
@@ -95,12 +111,24 @@ class KeptIndex::Impl {
     thread_.join();
   }
 
-  KeptState wait(milliseconds longest) {
+  KeptState wait(milliseconds longest, const Meanwhile& meanwhile) {
+    const Clock::time_point end = Clock::now() + longest;
+    const Counted waiting(waiting_);
     std::unique_lock lock(mutex_);
     const std::uint64_t question = ++asked_;
     bell_.ring();
-    const bool settled = round_over_.wait_for(lock, longest, [&] { return settled_ >= question; });
-    return {index_, settled ? note_ : progress_note()};
+    while (true) {
+      const Clock::time_point until = meanwhile ? std::min(end, Clock::now() + MEANWHILE) : end;
+      if (round_over_.wait_until(lock, until, [&] { return settled_ >= question; })) {
+        return {.index = index_, .note = note_};
+      }
+      KeptState state{
+          .index = index_, .note = is_busy_ ? note_ : progress_note(), .is_under_way = true};
+      if (until == end) return state;
+      lock.unlock();
+      if (!meanwhile(state.note)) return state;
+      lock.lock();
+    }
   }
 
  private:
@@ -114,6 +142,12 @@ class KeptIndex::Impl {
       }
       try {
         if (changed || !is_settled_ || !fs::exists(file_)) look_after();
+        if (is_busy_ && waiting_ > 0) {
+          bell_.wait(TRY_AGAIN);
+          bell_.silence();
+          changed = true;
+          continue;
+        }
         end_round(questions);
         changed = wait_for_change();
       } catch (const Stopped&) {
@@ -121,7 +155,7 @@ class KeptIndex::Impl {
       } catch (const std::exception& error) {
         LOGGER.log(logging::Level::warning, [&] { return root_.string() + ": " + error.what(); });
         watcher_.reset();
-        tell(error.what(), false);
+        tell(error.what(), Standing::failed);
         end_round(questions);
         wait_for_question();
         changed = true;
@@ -141,8 +175,7 @@ class KeptIndex::Impl {
     if (watcher_) watcher_->folders.watch_folders();
     UpkeepReport report = bring();
     if (!watcher_ && is_ours(report.standing) && begin_watch()) report = bring();
-    const bool moves_on = report.standing == Standing::busy || report.standing == Standing::failed;
-    tell(note(report, root_), !moves_on);
+    tell(note(report, root_), report.standing);
   }
 
   // Whether there is an index that this program can use.
@@ -166,7 +199,7 @@ class KeptIndex::Impl {
           make_index(root_, {.consent = options_.consent,
                              .model = options_.model ? options_.model() : nullptr,
                              .lock = [this](const fs::path& index) { return wait_for_lock(index); },
-                             .progress = [this](const auto& now) { show("made", now); },
+                             .progress = [this](const auto& now) { show(now); },
                              .tell =
                                  [](const std::string& sentence) {
                                    LOGGER.log(logging::Level::warning, [&] { return sentence; });
@@ -178,11 +211,10 @@ class KeptIndex::Impl {
   }
 
   UpkeepReport bring() {
-    return bring_up_to_date(
-        root_, *index_,
-        {.budget = NO_BUDGET, .model = options_.model, .progress = [this](const auto& now) {
-           show("brought up to date", now);
-         }});
+    return bring_up_to_date(root_, *index_,
+                            {.budget = NO_BUDGET,
+                             .model = options_.model,
+                             .progress = [this](const auto& now) { show(now); }});
   }
 
   // Whether this process watches from now on.
@@ -211,24 +243,24 @@ class KeptIndex::Impl {
   }
 
   // Called before each file.
-  void show(const char* what, const indexing::RefreshProgress& progress) {
+  void show(const indexing::RefreshProgress& progress) {
     if (stop_) throw Stopped();
     const std::lock_guard lock(mutex_);
-    work_ = what;
     progress_ = progress;
   }
 
   [[nodiscard]] std::string progress_note() const {
-    std::string text = std::string("The index is being ") + work_;
+    std::string text = index_ ? "The index is being brought up to date" : "The index is being made";
     if (progress_.file_count == 0) return text;
     return text + ": " + std::to_string(progress_.files_done) + " of " +
            std::to_string(progress_.file_count) + " files so far";
   }
 
-  void tell(std::string note, bool is_settled) {
+  void tell(std::string note, Standing standing) {
     const std::lock_guard lock(mutex_);
     note_ = std::move(note);
-    is_settled_ = is_settled;
+    is_busy_ = standing == Standing::busy;
+    is_settled_ = !is_busy_ && standing != Standing::failed;
   }
 
   void end_round(std::uint64_t questions) {
@@ -268,6 +300,7 @@ class KeptIndex::Impl {
   const KeptOptions options_;
   const Bell bell_;
   std::atomic<bool> stop_ = false;
+  std::atomic<int> waiting_ = 0;  // questions that wait now
 
   // The thread's own.
   std::unique_ptr<Watcher> watcher_;
@@ -279,7 +312,7 @@ class KeptIndex::Impl {
   std::uint64_t asked_ = 0;
   std::uint64_t settled_ = 0;  // so many of them
   std::string note_;
-  const char* work_ = "made";
+  bool is_busy_ = false;  // another process brings the index up to date; written by the thread
   indexing::RefreshProgress progress_;
   std::shared_ptr<index::Index> index_;  // written by the thread, once
 
@@ -290,6 +323,8 @@ KeptIndex::KeptIndex(fs::path root, KeptOptions options)
     : impl_(std::make_unique<Impl>(std::move(root), std::move(options))) {}
 KeptIndex::~KeptIndex() = default;
 
-KeptState KeptIndex::wait(milliseconds longest) { return impl_->wait(longest); }
+KeptState KeptIndex::wait(milliseconds longest, const Meanwhile& meanwhile) {
+  return impl_->wait(longest, meanwhile);
+}
 
 }  // namespace velmora::host::upkeep

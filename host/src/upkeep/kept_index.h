@@ -32,7 +32,11 @@ struct KeptState {
   // What the answer should say, a sentence without a full stop: how far the making of the index is,
   // how stale it is, or what failed. Empty when it answers from the files as they are.
   std::string note;
+  bool is_under_way = false;  // the note tells of work that goes on
 };
+
+// Is told what the note would be now; false ends the wait.
+using Meanwhile = std::function<bool(const std::string& note)>;
 
 class KeptIndex {
  public:
@@ -45,8 +49,8 @@ class KeptIndex {
   ~KeptIndex();
 
   // The index, once it shows every change that was made to the files before this call, or what
-  // there is after `longest`.
-  [[nodiscard]] KeptState wait(std::chrono::milliseconds longest);
+  // there is after `longest`. While it waits, `meanwhile` is called a few times a second.
+  [[nodiscard]] KeptState wait(std::chrono::milliseconds longest, const Meanwhile& meanwhile = {});
 
  private:
   class Impl;
