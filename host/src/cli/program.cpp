@@ -16,6 +16,7 @@
 
 #include "cli/end_signals.h"
 #include "cli/implied_command.h"
+#include "cli/option_settings.h"
 #include "cli/output.h"
 #include "velmora/host/cli/commands.h"
 
@@ -43,6 +44,7 @@ void reserve_standard_streams() {
 ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   ExitCode exit_code = ExitCode::answered;
   add_clean_command(app, exit_code);
+  add_config_command(app, exit_code);
   add_embed_command(app, exit_code);
   add_explore_command(app, exit_code);
   add_import_command(app, exit_code);
@@ -62,6 +64,7 @@ ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
     app.parse(std::move(arguments));
     return exit_code;
   } catch (const CLI::Success& answered) {  // --help or --version
+    name_variables(app);
     std::ostringstream text;
     app.exit(answered, text, text);
     write_output(text.str());
@@ -86,7 +89,10 @@ int run(int argc, const char* const* argv) {
   app.set_version_flag("--version", "velmora " VELMORA_VERSION);
   bool verbose = false;
   app.add_flag("--verbose", verbose, "Log everything to standard error");
-  app.parse_complete_callback([&verbose] { log_to_standard_error(verbose); });
+  app.parse_complete_callback([&] {
+    log_to_standard_error(verbose);
+    take_settings(app);
+  });
   app.fallthrough();  // these flags may stand behind the command too
   app.require_subcommand(1);
   app.footer(
