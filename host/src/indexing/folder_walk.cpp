@@ -96,14 +96,15 @@ void FolderWalk::visit(const Folder& folder) {
       skip(folder.path, TOO_MUCH_WORK, true);
       return;
     }
-    if (is_ignored || left_out_.matches(below_root(path), entry.is_folder)) continue;
-    if (is_too_long(root_, below_root(path))) {
+    std::string below = below_root(path);
+    if (is_ignored || left_out_.matches(below, entry.is_folder)) continue;
+    if (is_too_long(root_, below)) {
       skip(path, "its path is too long", entry.is_folder);
     } else if (entry.is_folder) {
       if (tracked_ != nullptr && std::ranges::binary_search(tracked_->repositories, path)) continue;
       waiting_.push_back({path + "/", rules});
     } else {
-      walked_.list.files.push_back(below_root(path));
+      walked_.list.files.push_back(std::move(below));
     }
   }
 }

@@ -9,11 +9,8 @@
 namespace velmora::host::indexing {
 namespace {
 
-// About a second's, and what a hundred globs take of the names of a million files.
-constexpr std::uint64_t MOST_STEPS = 400'000'000;
-
-void check_work(std::uint64_t steps) {
-  if (steps <= MOST_STEPS) return;
+void check_work(std::uint64_t steps, std::uint64_t most_steps) {
+  if (steps <= most_steps) return;
   throw std::runtime_error(
       "the globs of the settings take too much work here: fewer stars, or fewer globs, take less");
 }
@@ -35,13 +32,13 @@ bool leads_up(std::string_view glob) {
 
 }  // namespace
 
-LeftOut::LeftOut(const std::vector<std::string>& globs)
-    : is_empty_(globs.empty()), rules_("", joined(globs), nullptr) {}
+LeftOut::LeftOut(const std::vector<std::string>& globs, std::uint64_t most_steps)
+    : is_empty_(globs.empty()), rules_("", joined(globs), nullptr), most_steps_(most_steps) {}
 
 bool LeftOut::matches(std::string_view path, bool is_folder) {
   if (is_empty_) return false;
   const bool left_out = rules_.ignores(path, is_folder, steps_);
-  check_work(steps_);
+  check_work(steps_, most_steps_);
   return left_out;
 }
 
@@ -71,7 +68,7 @@ ToldLanguages::ToldLanguages(std::span<const LanguageRule> rules) {
 std::string_view ToldLanguages::of(std::string_view path) {
   for (auto rule = rules_.rbegin(); rule != rules_.rend(); ++rule) {
     const bool is_told = rule->glob.ignores(path, false, steps_);
-    check_work(steps_);
+    check_work(steps_, LeftOut::MOST_STEPS);
     if (is_told) return rule->language;
   }
   return {};

@@ -19,7 +19,11 @@ namespace velmora::host::indexing {
 // std::runtime_error once all calls together took too much work. One thread uses it.
 class LeftOut {
  public:
-  explicit LeftOut(const std::vector<std::string>& globs);
+  // What all paths of a tree may take, in steps of Glob: about a second, and what a hundred globs
+  // take of the names of a million files.
+  static constexpr std::uint64_t MOST_STEPS = 400'000'000;
+
+  explicit LeftOut(const std::vector<std::string>& globs, std::uint64_t most_steps = MOST_STEPS);
 
   // Whether a file or folder is left out; those above it are not.
   [[nodiscard]] bool matches(std::string_view path, bool is_folder);
@@ -30,6 +34,7 @@ class LeftOut {
  private:
   const bool is_empty_;
   const IgnoreRules rules_;
+  const std::uint64_t most_steps_;
   std::map<std::string, bool, std::less<>> folders_;
   std::uint64_t steps_ = 0;
 };

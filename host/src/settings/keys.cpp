@@ -68,7 +68,7 @@ constexpr Key KEYS[] = {
      .standard = "",
      .meaning = "glob = language",
      .files = Files::both},
-    rank("ranking.rrf_k", "60", 1, 10'000, "large: several channels count for more"),
+    rank("ranking.rrf_k", "60", 1, 10'000, "more: several channels count more"),
     rank("ranking.depth", "50", 1, 1000, "symbols that a channel hands on"),
     rank("ranking.semantic_shortlist", "150", 1, 10'000, "nearest vectors looked at first"),
     rank("ranking.semantic_max_neighbours", "2400", 1, 100'000, "and at most"),

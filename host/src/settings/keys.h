@@ -31,7 +31,8 @@ struct Key {
   std::string_view standard;  // when nobody sets it, as a variable would say it; "" is no value
   std::string_view meaning;   // a few words
   Files files = Files::user;
-  // Of numbers; what is no whole one may be 0 too. A repository's file may say less than a user's, where much is a danger.
+  // Of numbers; what is no whole one may be 0 too. A repository's file may say less than a user's,
+  // where much is a danger.
   double least = 0;
   double most = 0;
   double most_of_repository = most;

@@ -100,7 +100,9 @@ fs::path user_file() {
   return folder.empty() ? folder : folder / "velmora/config.toml";
 }
 
-fs::path repository_file(const fs::path& root) { return root / ".velmora.toml"; }
+fs::path repository_file(const fs::path& root) {
+  return (fs::absolute(root) / ".velmora.toml").lexically_normal();
+}
 
 indexing::SourceRules source_rules(const fs::path& root) {
   const Settings settings = Settings::of(root);

@@ -52,7 +52,7 @@ class Settings {
 // The user's file, which need not be there; empty: they have no folder for it.
 [[nodiscard]] std::filesystem::path user_file();
 
-// The repository's.
+// The repository's, absolute.
 [[nodiscard]] std::filesystem::path repository_file(const std::filesystem::path& root);
 
 // What is set for the sources of the repository at `root`, and for its ranking. Both throw

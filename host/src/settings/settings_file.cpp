@@ -24,11 +24,11 @@ namespace {
 using indexing::BoundedFile;
 using indexing::LanguageRule;
 
-// What messages show of a name that a stranger chose.
-std::string shown(std::string_view name) {
-  constexpr std::size_t LONGEST = 80;
-  const bool fits = name.size() <= LONGEST;
-  return text::printable_line(name.substr(0, LONGEST)) + (fits ? "" : "...");
+// What messages show of a text that a stranger chose.
+std::string shown(std::string_view text) {
+  constexpr std::size_t LONGEST = 160;
+  const bool fits = text.size() <= LONGEST;
+  return text::printable_line(text.substr(0, LONGEST)) + (fits ? "" : "...");
 }
 
 // A value of the file, not yet looked at.

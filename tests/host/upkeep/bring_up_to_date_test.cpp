@@ -66,9 +66,9 @@ class BringUpToDate : public ::testing::Test {
 TEST_F(BringUpToDate, FindsWhatARefreshFinds) {
   std::mt19937 random(20250309);
   const std::vector<std::string> names = {"a.py", "b.py", "deep/c.py", "x.h", "deep/x.h", "y.cc"};
-  const std::vector<std::string> settings = {
-      "", "index.leave_out = ['deep/']", "languages = {'*.h' = 'cpp', 'y.cc' = 'c'}",
-      "index.leave_out = ['*.py', '!a.py']\nindex.max_file_size = 12"};
+  const std::vector<std::string> settings = {"", "index.leave_out = ['deep/']",
+                                             "languages = {'*.h' = 'cpp', 'y.cc' = 'c'}",
+                                             "index.leave_out = ['*.py', '!a.py']"};
   const auto index = make();
   int sizes = 0;
   for (int round = 0; round < 40; ++round) {
