@@ -177,6 +177,11 @@ std::string_view near_key(std::string_view name) {
     if (is_near(name, key.name)) return key.name;
   }
   for (const Key& key : KEYS) {
+    const std::size_t dot = key.name.rfind('.');
+    const std::string_view table = dot == std::string_view::npos ? "" : key.name.substr(0, dot);
+    if (is_near(name, table)) return table;
+  }
+  for (const Key& key : KEYS) {
     if (is_near(last_part(name), last_part(key.name))) return key.name;
   }
   return {};

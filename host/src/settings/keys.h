@@ -59,8 +59,8 @@ struct Key {
 // Where a key may stand: "the environment (VELMORA_MODEL) or your own settings".
 [[nodiscard]] std::string places_of(const Key& key);
 
-// The key that somebody may have meant by one that there is none of, or "": one edit from it, or
-// the same without its tables.
+// The key or table that somebody may have meant by one that there is none of, or "": one edit from
+// it, or the key without its tables.
 [[nodiscard]] std::string_view near_key(std::string_view name);
 
 }  // namespace velmora::host::settings

@@ -203,7 +203,14 @@ TEST_F(Program, IndexesWhatTheRepositorySays) {
                   {"changed", {"odd.h"}},
                   {"removed", {"third_party/deep/a.py"}}}));
   EXPECT_EQ(outline(), "kept python f cpp page php ");
-  write_repository("[ranking]\ndepth = 1\n");
+  // Found first by three channels: 3 / (k + 1).
+  const auto score = [&] {
+    const Finished done = run({"explore", "kept", "--no-embeddings", "--json"});
+    return json::parse(done.output)["hits"][0]["score"].get<double>();
+  };
+  EXPECT_DOUBLE_EQ(score(), 3.0 / 61);
+  write_repository("[ranking]\nrrf_k = 2\ndepth = 1\n");
+  EXPECT_DOUBLE_EQ(score(), 3.0 / 3);
   EXPECT_EQ(outline(), "kept python f c theirs python ");
   EXPECT_EQ(retrieval_settings(root).depth, 1);
 }
