@@ -114,6 +114,9 @@ TEST(SettingsFile, SaysWhatStandsInItOrWhereItIsWrong) {
       {USER, "model = 'a\xFF'", ":1: it is not TOML: "},
       {USER, std::string("model = \"\0\"", 11), ":1: it is not TOML: "},
       {USER, "model = 'a'\nmodel = 'b'", ":2: it is not TOML: "},
+      {USER, "# é\nmodel = 'é' é", ":2: it is not TOML: "},
+      {USER, "é = 1", ":1: it is not TOML: "},
+      {USER, "model = 'a'\nindex.leave_out = ['a',}]\n[a]\n", ":2: it is not TOML"},
   };
   const TemporaryFolder folder;
   for (const Case& one : cases) {
