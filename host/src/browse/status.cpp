@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "settings/settings.h"
 #include "text/printable.h"
 #include "velmora/host/index/index_folder.h"
 #include "velmora/host/indexing/languages.h"
@@ -195,7 +196,8 @@ Status status_of(index::Index& index, const fs::path& file) {
   if (!status.root.empty() && !status.summary.extraction.empty()) {
     // How much is read is not for somebody else to say.
     if (!status.made_here) known.largest_file = 0;
-    status.tree = upkeep::changes_since(status.root, known, upkeep::Evidence::content);
+    status.tree = upkeep::changes_since(status.root, known, settings::source_rules(status.root),
+                                        upkeep::Evidence::content);
     const std::vector<Skipped>& folders = status.tree->left_out;
     status.left_out.insert(status.left_out.end(), folders.begin(), folders.end());
     std::ranges::sort(status.left_out, {}, &Skipped::path);

@@ -28,7 +28,7 @@ struct Status {
 };
 
 // The state of the index that was opened from `file`, an absolute path. Nothing is written; files
-// of the tree that seem to have changed are read. Throws IndexError, and
+// of the tree that seem to have changed are read. Throws IndexError, SettingsError, and
 // std::filesystem::filesystem_error when the tree cannot be read.
 [[nodiscard]] Status status_of(index::Index& index, const std::filesystem::path& file);
 

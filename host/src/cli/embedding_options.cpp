@@ -21,11 +21,8 @@ void add_server(CLI::App& command, std::string& url, std::string& model,
   command
       .add_option("--embeddings-url", url,
                   about_url + ", with the key in VELMORA_EMBEDDINGS_API_KEY")
-      ->type_name("URL")
-      ->envname("VELMORA_EMBEDDINGS_URL");
-  command.add_option("--embeddings-model", model, about_model)
-      ->type_name("NAME")
-      ->envname("VELMORA_EMBEDDINGS_MODEL");
+      ->type_name("URL");
+  command.add_option("--embeddings-model", model, about_model)->type_name("NAME");
 }
 
 // One half of a server. Not told by the parser: a variable that stands in the environment for
@@ -63,8 +60,7 @@ void add_model_option(CLI::App& command, EmbeddingOptions& options) {
       .add_option("--model", options.file,
                   "Embed with this model, in place of tuned.model beside the index or the"
                   " built-in one")
-      ->type_name("FILE")
-      ->envname("VELMORA_MODEL");
+      ->type_name("FILE");
 }
 
 void add_embedding_options(CLI::App& command, EmbeddingOptions& options,
@@ -79,8 +75,7 @@ void add_server_options(CLI::App& command, EmbeddingOptions& options) {
   command
       .add_option("--embeddings-query-prefix", options.query_prefix,
                   "Put this before a question, for models that want it")
-      ->type_name("TEXT")
-      ->envname("VELMORA_EMBEDDINGS_QUERY_PREFIX");
+      ->type_name("TEXT");
   command
       .add_option("--embeddings-wait", options.wait_seconds,
                   "How long to wait for a server whose model is still loading")
@@ -97,8 +92,7 @@ void add_server_embedding_options(CLI::App& command, ServerEmbeddingOptions& opt
           "--embeddings-document-prefix", options.prefix,
           "Put this before a symbol's text, for models that want it; when absent as the last"
           " time")
-      ->type_name("TEXT")
-      ->envname("VELMORA_EMBEDDINGS_DOCUMENT_PREFIX");
+      ->type_name("TEXT");
   const auto number = [&](const char* name, auto& value, const char* about, int most) {
     return command.add_option(name, value, about)
         ->type_name("N")

@@ -22,6 +22,7 @@
 #include "cli/rerank_options.h"
 #include "cli/terminal.h"
 #include "cli/words_option.h"
+#include "settings/settings.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/index/index_folder.h"
@@ -95,15 +96,19 @@ ExitCode explore(const ExploreOptions& options) {
     throw CLI::ValidationError("explore needs either a question or --batch");
   }
   require_whole_server(options.embedding);
+  require_whole_rerank(options.rerank);
   const fs::path file = options.location.file();
+  const fs::path root = index::repository_of(file);
+  auto ranking = settings::retrieval_settings(root);
   // First: what is wrong with it matters most.
   const auto index = options.location.open(options.embedding);
   const auto decisions = rerank_client(options.rerank);
-  HybridRetriever retriever(index, {.embedder = embedder(options, file), .decisions = decisions});
+  HybridRetriever retriever(index, {.embedder = embedder(options, file),
+                                    .settings = std::move(ranking),
+                                    .decisions = decisions});
   const RetrieveOptions retrieve = retrieve_options(options, decisions != nullptr);
   AnswerDetails details = options.details;
   if (options.form.vimgrep) details.context = 0;  // the line that it shows
-  const fs::path root = index::repository_of(file);
   const Answerer answerer(index, retriever, root, details);
   if (options.batch) {
     Input input(*options.batch);

@@ -18,6 +18,7 @@
 #include "cli/command_facts.h"
 #include "cli/completions.h"
 #include "cli/man_page.h"
+#include "cli/option_settings.h"
 #include "cli/output.h"
 
 namespace velmora::host::cli {
@@ -97,6 +98,7 @@ void generate(const CLI::App& app, const std::string& form, const std::string& f
 void add_generate_option(CLI::App& app) {
   app.option_defaults()->group("For packagers");
   const auto run = [&app](const std::string& form) {
+    name_variables(app);
     const CLI::Option* const into = app.get_option("--into");
     generate(app, form, into->count() == 0 ? std::string() : into->results().front());
     throw CLI::Success();

@@ -10,6 +10,7 @@
 #include "cli/command_facts.h"
 #include "cli/help_text.h"
 #include "cli/help_topics.h"
+#include "cli/option_settings.h"
 #include "cli/output.h"
 #include "cli/pager.h"
 #include "cli/terminal.h"
@@ -89,6 +90,7 @@ void add_help_command(CLI::App& app, ExitCode& exit_code) {
                   "  velmora help search semantic\n"
                   "  velmora help output\n");
   command->callback([words, &app, &exit_code] {
+    name_variables(app);
     show_help(*words, app);
     exit_code = ExitCode::answered;
   });

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "cli/help_topics.h"
+#include "cli/key_list.h"
 #include "text/layout.h"
 
 namespace velmora::host::cli {
@@ -205,6 +206,7 @@ std::string topic_text(const HelpTopic& topic, const CommandFacts& program) {
     for (auto& [variable, options] : rows) variable.insert(0, "  ");
     text += "\n" + table(rows);
   }
+  if (topic.name == SETTINGS) text += "\n" + key_list();
   for (const auto& [commands, options] : shared_options(program, topic)) {
     text += "\n" + folded_text("Options of " + commands + ":") + options_text(options);
   }

@@ -130,6 +130,18 @@ A server that fails is left out, and the answer's note says so.
 
 Keys come from the environment alone: VELMORA_EMBEDDINGS_API_KEY, VELMORA_RERANK_API_KEY.
 )"},
+    HelpTopic{
+        SETTINGS, "Settings in files and the environment",
+        R"(The first of these that says something counts: the command line; the environment (e below),
+VELMORA_ and the key in capitals, as VELMORA_RANKING_RRF_K; .velmora.toml at the repository's
+top (r); your own ~/.config/velmora/config.toml (u); the default. In the environment colons stand
+between the globs of a list, and between languages, as GLOB=LANGUAGE. In files a dot is a table:
+
+  [explore]
+  limit = 20
+
+velmora config tells what holds, and where it is from.
+)"},
     HelpTopic{"terminal", "Colour, links, width and pager",
               R"(Colour, the first that applies:
 

@@ -16,6 +16,7 @@ struct HelpTopic {
 
 // The topic that lists the variables of options too.
 inline constexpr std::string_view ENVIRONMENT = "environment";
+inline constexpr std::string_view SETTINGS = "settings";
 
 // By name.
 [[nodiscard]] std::span<const HelpTopic> help_topics();

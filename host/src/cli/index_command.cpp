@@ -18,6 +18,7 @@
 #include "cli/output.h"
 #include "cli/refresh_folder.h"
 #include "indexing/folder_watch.h"
+#include "settings/settings.h"
 #include "upkeep/index_place.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/indexing/languages.h"
@@ -52,7 +53,7 @@ std::string summary(const RefreshedFolder& done) {
 
 struct IndexOptions {
   std::string folder = ".";
-  std::uintmax_t largest_file = indexing::ScanOptions().largest_file;
+  std::optional<std::uintmax_t> largest_file;
   bool no_wait = false;
   bool watch = false;
   bool retry = false;
@@ -89,7 +90,7 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
   do {
     try {
       // Watched before they are read: what changes in between makes another round.
-      watch.watch_folders();
+      watch.watch_folders(settings::source_rules(options.folder).leave_out);
       const RefreshedFolder done = refresh(options, first && options.rebuild, model, check);
       const indexing::RefreshReport& report = done.report;
       if (first || report.added + report.changed + report.removed > 0) {
@@ -135,9 +136,11 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
   command->add_option("dir", options->folder, "The repository; the current folder when absent")
       ->type_name("DIR");
   command->option_defaults()->group("What is indexed");
-  command->add_option("--max-file-size", options->largest_file, "Leave out files that are larger")
-      ->type_name("BYTES")
-      ->capture_default_str();
+  command
+      ->add_option("--max-file-size", options->largest_file,
+                   "Leave out files that are larger, from now on; default 2097152 or what the"
+                   " settings say")
+      ->type_name("BYTES");
   command->add_flag("--retry", options->retry,
                     "Read files again that were left out because parsing them took too much");
   command->add_flag("--rebuild", options->rebuild,

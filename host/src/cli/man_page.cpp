@@ -5,6 +5,7 @@
 
 #include "cli/help_text.h"
 #include "cli/help_topics.h"
+#include "cli/key_list.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -134,6 +135,7 @@ std::string topic_section(const HelpTopic& topic, const CommandFacts& program) {
   for (const TextPart& part : parts_of(std::string(topic.text))) {
     text += part.is_verbatim ? verbatim(part.text) : ".PP\n" + plain(part.text) + "\n";
   }
+  if (topic.name == SETTINGS) text += verbatim(key_list());
   if (topic.name != ENVIRONMENT) return section(name, text);
   for (const auto& [variable, options] : variables_of(program)) {
     text += entry(bold(variable), plain(options) + ".");

@@ -19,6 +19,7 @@
 #include "cli/generate_option.h"
 #include "cli/help_text.h"
 #include "cli/implied_command.h"
+#include "cli/option_settings.h"
 #include "cli/output.h"
 #include "velmora/host/cli/commands.h"
 
@@ -46,6 +47,7 @@ void reserve_standard_streams() {
 ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   ExitCode exit_code = ExitCode::answered;
   add_clean_command(app, exit_code);
+  add_config_command(app, exit_code);
   add_embed_command(app, exit_code);
   add_explore_command(app, exit_code);
   add_import_command(app, exit_code);
@@ -79,6 +81,7 @@ ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
     app.parse(std::move(arguments));
     return exit_code;
   } catch (const CLI::Success& answered) {  // --help or --version
+    name_variables(app);
     std::ostringstream text;
     app.exit(answered, text, text);
     write_output(text.str());
@@ -107,7 +110,10 @@ int run(int argc, const char* const* argv) {
   app.set_version_flag("--version", "velmora " VELMORA_VERSION, "Print the version");
   bool verbose = false;
   app.add_flag("--verbose", verbose, "Log everything to standard error");
-  app.parse_complete_callback([&verbose] { log_to_standard_error(verbose); });
+  app.parse_complete_callback([&] {
+    log_to_standard_error(verbose);
+    take_settings(app);
+  });
   app.fallthrough();  // these flags may stand behind the command too
   app.require_subcommand(1);
   try {

@@ -9,20 +9,23 @@ namespace velmora::host::cli {
 
 void add_rerank_options(CLI::App& command, RerankOptions& options) {
   command.add_flag("--no-rerank", options.none, "Ask no server to reorder the hits");
-  CLI::Option* url = command
-                         .add_option("--rerank-url", options.url,
-                                     "Reorder the first hits by POST URL/rerank, with the key in"
-                                     " VELMORA_RERANK_API_KEY")
-                         ->type_name("URL")
-                         ->envname("VELMORA_RERANK_URL");
-  CLI::Option* model =
-      command.add_option("--rerank-model", options.model, "The model that reranks")
-          ->type_name("NAME")
-          ->envname("VELMORA_RERANK_MODEL");
-  url->needs(model);
-  model->needs(url);
+  command
+      .add_option("--rerank-url", options.url,
+                  "Reorder the first hits by POST URL/rerank, with the key in"
+                  " VELMORA_RERANK_API_KEY")
+      ->type_name("URL");
+  command.add_option("--rerank-model", options.model, "The model that reranks")->type_name("NAME");
   command.add_flag("--share-source", options.share_source,
                    "Show the rerank server signatures and docstrings too");
+}
+
+void require_whole_rerank(const RerankOptions& options) {
+  if (options.none || options.url.empty() == options.model.empty()) return;
+  throw CLI::ValidationError(
+      options.url.empty() ? "the rerank model " + options.model +
+                                " needs its server: --rerank-url URL, or VELMORA_RERANK_URL"
+                          : "the rerank server " + options.url +
+                                " needs a model: --rerank-model NAME, or VELMORA_RERANK_MODEL");
 }
 
 std::shared_ptr<engines::RerankClient> rerank_client(const RerankOptions& options) {

@@ -23,6 +23,10 @@ struct RerankOptions {
 // alone, so that it stands in no history and no list of processes.
 void add_rerank_options(CLI::App& command, RerankOptions& options);
 
+// Throws CLI::ValidationError, which says what is missing, for a server without a model, or a model
+// without a server.
+void require_whole_rerank(const RerankOptions& options);
+
 // The client that reorders the first hits; null when there is none.
 [[nodiscard]] std::shared_ptr<engines::RerankClient> rerank_client(const RerankOptions& options);
 

@@ -1,9 +1,9 @@
 // What standard output can show, and what the user wants of it.
 //
-// Colour, first that applies: --color always or never; NO_COLOR (not empty): none; FORCE_COLOR or
-// CLICOLOR_FORCE (not empty; 0 does not count): yes; then only on a terminal whose TERM is set and
-// not "dumb", unless CLICOLOR is 0. What the user says for one call is the strongest; among the
-// variables, the wish for less is.
+// Colour, first that applies: --color always or never, or the same in the user's settings; NO_COLOR
+// (not empty): none; FORCE_COLOR or CLICOLOR_FORCE (not empty; 0 does not count): yes; then only on
+// a terminal whose TERM is set and not "dumb", unless CLICOLOR is 0. What the user says for one
+// call is the strongest; among the variables, the wish for less is.
 //
 // Links stand where escape sequences may: on such a terminal, or with --color always.
 #pragma once

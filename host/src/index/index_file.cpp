@@ -23,7 +23,7 @@ using storage::DatabaseError;
 using storage::Statement;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 7;
+constexpr std::int64_t FORMAT = 8;
 
 constexpr const char* TABLES = R"sql(
 CREATE TABLE meta(
@@ -31,7 +31,7 @@ CREATE TABLE meta(
   generation INTEGER NOT NULL,  -- grows with every committed change
   state TEXT NOT NULL,          -- random, drawn for every generation: copies of a file part ways
   extraction TEXT NOT NULL,     -- the version of what made the symbols; empty: an import
-  largest_file INTEGER NOT NULL DEFAULT 0,  -- in bytes; what is larger was left out
+  largest_file INTEGER NOT NULL DEFAULT 0,  -- in bytes, as the user said; 0: as settings say
   mark TEXT NOT NULL DEFAULT '',            -- of the file in which the index was made
   written INTEGER NOT NULL DEFAULT 0,       -- when the generation grew last, in seconds since 1970
   version TEXT NOT NULL DEFAULT ''          -- of the velmora that did this
@@ -41,7 +41,8 @@ CREATE TABLE files(
   id INTEGER PRIMARY KEY,
   path TEXT NOT NULL UNIQUE,
   language TEXT NOT NULL DEFAULT '',
-  expected TEXT NOT NULL DEFAULT '',     -- the language that the names of files tell
+  expected TEXT NOT NULL DEFAULT '',     -- the language that is told of it, unread
+  is_header INTEGER NOT NULL DEFAULT 0,  -- whether that is a guess
   size INTEGER NOT NULL DEFAULT -1,      -- in bytes
   modified INTEGER NOT NULL DEFAULT -1,  -- in nanoseconds since 1970; -1: read it again
   changed INTEGER NOT NULL DEFAULT -1,   -- it or what the system keeps of it; likewise

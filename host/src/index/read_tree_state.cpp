@@ -12,12 +12,14 @@ std::string column(const storage::Statement& statement, int number) {
 
 // What `file_record` reads.
 constexpr std::string_view SELECT_FILES =
-    "SELECT path, language, expected, size, modified, changed, inode, hash, skipped FROM files";
+    "SELECT path, language, expected, size, modified, changed, inode, hash, skipped, is_header"
+    " FROM files";
 
 FileRecord file_record(const storage::Statement& row) {
   return {.path = column(row, 0),
           .language = column(row, 1),
           .expected = column(row, 2),
+          .is_header = row.column_int64(9) != 0,
           .size = row.column_int64(3),
           .modified = row.column_int64(4),
           .changed = row.column_int64(5),

@@ -52,7 +52,7 @@ class Update::Impl {
         tree_(read_tree_state(database)),
         store_file_(database.prepare(
             "INSERT OR REPLACE INTO files(id, path, language, expected, size, modified, changed,"
-            " inode, hash, skipped) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
+            " inode, hash, skipped, is_header) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
         select_file_(database.prepare("SELECT id FROM files WHERE path = ?")),
         select_number_(database.prepare("SELECT 1 FROM files WHERE id = ?")),
         delete_file_(database.prepare("DELETE FROM files WHERE id = ?")),
@@ -234,6 +234,7 @@ class Update::Impl {
         .bind(8, std::bit_cast<std::int64_t>(file.inode))
         .bind(9, std::bit_cast<std::int64_t>(file.hash))
         .bind(10, file.skipped)
+        .bind(11, std::int64_t{file.is_header ? 1 : 0})
         .run();
   }
 

@@ -12,6 +12,7 @@
 #include "indexing/folder_walk.h"
 #include "indexing/git_index.h"
 #include "indexing/outer_rules.h"
+#include "indexing/path_rules.h"
 #include "indexing/work_tree.h"
 
 namespace velmora::host::indexing {
@@ -59,10 +60,10 @@ std::vector<std::string> below(const std::vector<std::string>& paths, const std:
 // Adds what git tracks, ignored or not. Where a link has taken the place of a folder, what git
 // tracked in it would be read elsewhere.
 void add_tracked(const fs::path& root, const std::string& prefix, const TrackedPaths& tracked,
-                 FileList& list) {
+                 LeftOut& left_out, FileList& list) {
   RealFolders folders(root);
   for (std::string& file : below(tracked.files, prefix)) {
-    if (is_own(file)) continue;
+    if (is_own(file) || left_out.covers(file, false)) continue;
     if (is_too_long(root, file)) {
       list.skipped.push_back({std::move(file), "its path is too long"});
     } else if (folders.hold(file)) {
@@ -70,6 +71,7 @@ void add_tracked(const fs::path& root, const std::string& prefix, const TrackedP
     }
   }
   for (std::string& folder : below(tracked.repositories, prefix)) {
+    if (left_out.covers(folder, true)) continue;
     std::error_code gone;
     const bool is_there = folders.hold(folder) && fs::symlink_status(root / folder, gone).type() ==
                                                       fs::file_type::directory;
@@ -81,15 +83,16 @@ void add_tracked(const fs::path& root, const std::string& prefix, const TrackedP
 }
 
 Walked find_in_work_tree(const fs::path& root, const fs::path& absolute, const WorkTree& tree,
-                         std::size_t most_files) {
+                         std::size_t most_files, LeftOut& left_out) {
   std::string prefix = absolute.lexically_relative(tree.top).string() + "/";
   if (prefix == "./") prefix.clear();
   const std::optional<TrackedPaths> index = read_git_index(tree.git_folder);
   const TrackedPaths tracked = index.value_or(TrackedPaths{});
   const OuterRules outer = outer_rules(tree, prefix);
   Walked found;
-  if (!outer.ignore_all) found = FolderWalk(root, prefix, &tracked, most_files).run(outer.rules);
-  add_tracked(root, prefix, tracked, found.list);
+  if (!outer.ignore_all)
+    found = FolderWalk(root, prefix, &tracked, most_files, left_out).run(outer.rules);
+  add_tracked(root, prefix, tracked, left_out, found.list);
   if (!index) {
     found.list.skipped.push_back(
         {".git", "its index cannot be read: files that git tracks and ignores are missing"});
@@ -97,27 +100,30 @@ Walked find_in_work_tree(const fs::path& root, const fs::path& absolute, const W
   return found;
 }
 
-Walked find(const fs::path& root, std::size_t most_files) {
+Walked find(const fs::path& root, std::size_t most_files,
+            const std::vector<std::string>& leave_out) {
+  LeftOut left_out(leave_out);
   std::error_code error;
   const fs::path absolute = fs::canonical(root, error);
   if (error) throw fs::filesystem_error("cannot list files", root, error);
   std::vector<Skipped> notes;
   if (const std::optional<WorkTree> tree = work_tree_around(absolute)) {
-    Walked found = find_in_work_tree(root, absolute, *tree, most_files);
+    Walked found = find_in_work_tree(root, absolute, *tree, most_files, left_out);
     const bool is_empty =
         found.list.files.empty() && std::ranges::none_of(found.list.skipped, &Skipped::is_folder);
     if (!is_empty) return found;
     notes = std::move(found.list.skipped);
   }
-  Walked found = FolderWalk(root, "", nullptr, most_files).run(nullptr);
+  Walked found = FolderWalk(root, "", nullptr, most_files, left_out).run(nullptr);
   std::ranges::move(notes, std::back_inserter(found.list.skipped));
   return found;
 }
 
 }  // namespace
 
-FileList list_files(const fs::path& root, std::size_t most_files) {
-  FileList list = find(root, most_files).list;
+FileList list_files(const fs::path& root, std::size_t most_files,
+                    const std::vector<std::string>& leave_out) {
+  FileList list = find(root, most_files, leave_out).list;
   std::ranges::sort(list.files);
   // Most files are found both ways, and one with merge conflicts is tracked once a side.
   list.files.erase(std::unique(list.files.begin(), list.files.end()), list.files.end());
@@ -126,8 +132,9 @@ FileList list_files(const fs::path& root, std::size_t most_files) {
   return list;
 }
 
-std::vector<std::string> list_folders(const fs::path& root) {
-  Walked found = find(root, ANY_NUMBER_OF_FILES);
+std::vector<std::string> list_folders(const fs::path& root,
+                                      const std::vector<std::string>& leave_out) {
+  Walked found = find(root, ANY_NUMBER_OF_FILES, leave_out);
   std::set<std::string> folders(std::make_move_iterator(found.folders.begin()),
                                 std::make_move_iterator(found.folders.end()));
   folders.insert("");

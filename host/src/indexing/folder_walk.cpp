@@ -61,11 +61,12 @@ void refuse_so_many(const fs::path& root, std::size_t most_files) {
 }
 
 FolderWalk::FolderWalk(fs::path root, std::string prefix, const TrackedPaths* tracked,
-                       std::size_t most_files)
+                       std::size_t most_files, LeftOut& left_out)
     : root_(std::move(root)),
       prefix_(std::move(prefix)),
       tracked_(tracked),
-      most_files_(most_files) {}
+      most_files_(most_files),
+      left_out_(left_out) {}
 
 Walked FolderWalk::run(Rules above) {
   waiting_.push_back({prefix_, std::move(above)});
@@ -95,14 +96,15 @@ void FolderWalk::visit(const Folder& folder) {
       skip(folder.path, TOO_MUCH_WORK, true);
       return;
     }
-    if (is_ignored) continue;
-    if (is_too_long(root_, below_root(path))) {
+    std::string below = below_root(path);
+    if (is_ignored || left_out_.matches(below, entry.is_folder)) continue;
+    if (is_too_long(root_, below)) {
       skip(path, "its path is too long", entry.is_folder);
     } else if (entry.is_folder) {
       if (tracked_ != nullptr && std::ranges::binary_search(tracked_->repositories, path)) continue;
       waiting_.push_back({path + "/", rules});
     } else {
-      walked_.list.files.push_back(below_root(path));
+      walked_.list.files.push_back(std::move(below));
     }
   }
 }

@@ -11,6 +11,7 @@
 
 #include "indexing/git_index.h"
 #include "indexing/ignore_rules.h"
+#include "indexing/path_rules.h"
 #include "velmora/host/indexing/file_list.h"
 
 namespace velmora::host::indexing {
@@ -26,10 +27,10 @@ class FolderWalk {
  public:
   // Begins in `root`, which is `prefix` ("" or with a slash at its end) below the top of its tree.
   // With `tracked`, relative to the top, the walk is one of a work tree: it leaves the folders
-  // alone that are other repositories. Null: those are folders like others. `tracked` outlives the
-  // walk.
+  // alone that are other repositories. Null: those are folders like others. What is `left_out` is
+  // not found. `tracked` and `left_out` outlive the walk.
   FolderWalk(std::filesystem::path root, std::string prefix, const TrackedPaths* tracked,
-             std::size_t most_files);
+             std::size_t most_files, LeftOut& left_out);
 
   // Reads every folder from `root` down, under the rules `above`, which may be null, and those that
   // it finds. Throws std::filesystem::filesystem_error when `root` cannot be read,
@@ -57,6 +58,7 @@ class FolderWalk {
   const std::string prefix_;
   const TrackedPaths* const tracked_;
   const std::size_t most_files_;
+  LeftOut& left_out_;
   std::vector<Folder> waiting_;
   std::uint64_t steps_ = 0;  // what the ignore rules took
   Walked walked_;

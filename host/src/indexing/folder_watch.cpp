@@ -63,12 +63,12 @@ void FolderWatch::start() {
   way_changed_ = false;
 }
 
-void FolderWatch::watch_folders() {
+void FolderWatch::watch_folders(const std::vector<std::string>& leave_out) {
   if (way_changed_) start();
   watch_way_to(root_.lexically_normal());
   std::error_code gone;
   watch_way_to(std::filesystem::canonical(root_, gone));  // beyond links, if it is there
-  for (const std::string& folder : list_folders(root_)) {
+  for (const std::string& folder : list_folders(root_, leave_out)) {
     const std::filesystem::path path = root_ / folder;
     if (::inotify_add_watch(inotify_, path.c_str(), CHANGES) >= 0) continue;
     // What is gone or unreadable is for the listing to report.

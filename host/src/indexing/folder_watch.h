@@ -6,6 +6,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace velmora::host::indexing {
 
@@ -19,12 +20,13 @@ class FolderWatch {
   FolderWatch& operator=(const FolderWatch&) = delete;
   ~FolderWatch();
 
-  // Watches the folders of list_folders from now on; again for those that are new since. The
+  // Watches the folders of list_folders from now on; again for those that are new since.
+  // `leave_out` is that function's. The
   // folders above are watched for the names that lead to the root: that it goes, comes, or is
   // swapped for another is a change too, after which this call watches what then stands there.
   // Throws std::runtime_error when there are more folders than the system watches, and
   // std::filesystem::filesystem_error when the root is not there; wait() then ends when it comes.
-  void watch_folders();
+  void watch_folders(const std::vector<std::string>& leave_out = {});
 
   // Waits for a change, and then until there is none for `quiet`, at most for `longest`. False when
   // the caller's descriptor became readable.

@@ -20,6 +20,9 @@ class Glob {
  public:
   explicit Glob(std::string_view pattern);
 
+  // False for a pattern that matches nothing whatever the path.
+  [[nodiscard]] bool is_possible() const { return possible_; }
+
   // Adds to `steps` what it took, at least one.
   [[nodiscard]] bool matches(std::string_view path, std::uint64_t& steps) const;
 

@@ -13,10 +13,13 @@ std::string_view parent(std::string_view path) {
 
 }  // namespace
 
-HeaderLanguage::HeaderLanguage(std::span<const std::string> files) {
+HeaderLanguage::HeaderLanguage(std::span<const std::string> files,
+                               const std::map<std::string, std::string_view>& told) {
   for (const std::string& file : files) {
-    const std::string_view language = language_of(file);
-    if ((language != "c" && language != "cpp") || file.ends_with(".h")) continue;
+    const auto rule = told.find(file);
+    const bool is_told = rule != told.end();
+    const std::string_view language = is_told ? rule->second : language_of(file);
+    if ((language != "c" && language != "cpp") || (!is_told && file.ends_with(".h"))) continue;
     std::string_view folder = file;
     do {
       folder = parent(folder);

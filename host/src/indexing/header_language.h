@@ -14,7 +14,9 @@ namespace velmora::host::indexing {
 // Knows the C and C++ sources of a repository. Any thread may ask.
 class HeaderLanguage {
  public:
-  explicit HeaderLanguage(std::span<const std::string> files);
+  // `told` are languages that files have whatever their names tell.
+  HeaderLanguage(std::span<const std::string> files,
+                 const std::map<std::string, std::string_view>& told);
 
   // Whether most sources in the nearest folder around the header that holds any, in its subfolders
   // too, are C++.

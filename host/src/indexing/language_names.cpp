@@ -59,8 +59,19 @@ constexpr LanguageName LANGUAGES[] = {
 
 constinit const std::string_view EXTRACTION_VERSION = VERSION;
 
-bool is_built_in(std::string_view language) {
-  return std::ranges::find(BUILT_LANGUAGES, language) != std::end(BUILT_LANGUAGES);
+bool is_built_in(std::string_view language) { return !built_in(language).empty(); }
+
+std::string_view built_in(std::string_view language) {
+  const auto* const found = std::ranges::find(BUILT_LANGUAGES, language);
+  return found == std::end(BUILT_LANGUAGES) ? std::string_view() : *found;
+}
+
+std::string built_in_names() {
+  std::string names;
+  for (const std::string_view name : BUILT_LANGUAGES) {
+    names.append(names.empty() ? "" : ", ").append(name);
+  }
+  return names;
 }
 
 std::string_view language_of(std::string_view path) {

@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
+#include "files/user_folder.h"
 #include "indexing/bounded_file.h"
 #include "indexing/git_program.h"
 
@@ -17,12 +17,6 @@ namespace velmora::host::indexing {
 namespace {
 
 namespace fs = std::filesystem;
-
-// The path that a variable holds; empty when it holds none that is absolute.
-fs::path folder_in(const char* variable) {
-  const char* value = std::getenv(variable);
-  return value != nullptr && fs::path(value).is_absolute() ? value : fs::path();
-}
 
 fs::path users_file() {
   std::string setting;
@@ -36,11 +30,8 @@ fs::path users_file() {
   } catch (const std::runtime_error&) {
     // There is no git, or it is not set.
   }
-  if (const fs::path folder = folder_in("XDG_CONFIG_HOME"); !folder.empty()) {
-    return folder / "git/ignore";
-  }
-  const fs::path home = folder_in("HOME");
-  return home.empty() ? home : home / ".config/git/ignore";
+  const fs::path folder = files::user_config_folder();
+  return folder.empty() ? folder : folder / "git/ignore";
 }
 
 // The rules in a file for what is in `folder`, with those `above`.

@@ -102,14 +102,17 @@ RefreshReport refresh(const std::filesystem::path& root, index::Index& index,
   RefreshReport report;
   index.update([&](index::Update& update) {
     const bool same_extraction = update.tree().extraction == EXTRACTION_VERSION;
-    RepositoryScan scan(root, {.largest_file = options.largest_file,
+    SourceRules rules = options.rules;
+    rules.largest_file = options.largest_file.value_or(rules.largest_file);
+    RepositoryScan scan(root, {.rules = std::move(rules),
                                .most_files = options.most_files,
                                .known = &update.tree().files,
                                .parse_known = !same_extraction,
                                .retry = options.retry});
     report = apply(scan, options, update);
-    if (!same_extraction || update.tree().largest_file != options.largest_file) {
-      update.set_made_by(EXTRACTION_VERSION, options.largest_file);
+    const std::uintmax_t asked = options.largest_file.value_or(0);
+    if (!same_extraction || update.tree().largest_file != asked) {
+      update.set_made_by(EXTRACTION_VERSION, asked);
     }
   });
   return report;

@@ -33,7 +33,7 @@ struct Outcome {
 class RepositoryScan::Impl {
  public:
   Impl(const fs::path& root, const ScanOptions& options)
-      : root_(root), options_(options), sources_(root, options.most_files) {
+      : root_(root), options_(options), sources_(root, options.most_files, options.rules) {
     if (options.retry && options.known != nullptr) {
       // What is not known is read.
       retried_ = *options.known;
@@ -102,7 +102,7 @@ class RepositoryScan::Impl {
           look_at(root_, file, sources_.expected_language(file), options_);
       if (looked) {
         outcome.scanned = std::move(looked->scanned);
-        parse(looked->content, SourceList::is_header(file), *outcome.scanned, worker);
+        parse(looked->content, *outcome.scanned, worker);
       }
     } catch (...) {
       outcome.error = std::current_exception();
@@ -110,12 +110,13 @@ class RepositoryScan::Impl {
     return outcome;
   }
 
-  static void parse(std::string_view source, bool header, ScannedFile& scanned,
-                    ParseWorker& worker) {
+  static void parse(std::string_view source, ScannedFile& scanned, ParseWorker& worker) {
     index::FileRecord& file = scanned.file;
     if (scanned.state != ScannedFile::State::read || !file.skipped.empty()) return;
-    Parsed parsed = worker.parse(
-        {.language = file.expected, .is_header = header, .path = file.path, .source = source});
+    Parsed parsed = worker.parse({.language = file.expected,
+                                  .is_header = file.is_header,
+                                  .path = file.path,
+                                  .source = source});
     file.language = std::move(parsed.language);
     file.skipped = std::move(parsed.skipped);
     scanned.symbols = std::move(parsed.symbols);

@@ -93,11 +93,12 @@ std::string reason_of_link(const std::filesystem::path& root, const std::string&
 }
 
 std::optional<Glance> glance_at(const std::filesystem::path& root, const std::string& path,
-                                std::string_view expected, const ScanOptions& options) {
+                                const ExpectedLanguage& expected, const ScanOptions& options) {
   Glance seen;
   FileRecord& file = seen.file;
   file.path = path;
-  file.expected = expected;
+  file.expected = expected.name;
+  file.is_header = expected.is_header;
   if (options.known != nullptr) {
     const auto found = options.known->find(path);
     if (found != options.known->end()) seen.known = &found->second;
@@ -110,12 +111,13 @@ std::optional<Glance> glance_at(const std::filesystem::path& root, const std::st
     return seen;
   }
   file.skipped = S_ISLNK(status.st_mode) ? reason_of_link(root, path)
-                                         : reason_in(status, options.largest_file);
+                                         : reason_in(status, options.rules.largest_file);
   if (!file.skipped.empty()) return seen;
   note_identity(status, file);
   // A record without a hash is of a file that was not read.
   seen.same_if_hash = seen.known != nullptr && !options.parse_known && seen.known->hash != 0 &&
-                      seen.known->expected == expected && seen.known->size == file.size;
+                      seen.known->expected == file.expected &&
+                      seen.known->is_header == file.is_header && seen.known->size == file.size;
   seen.is_same = seen.same_if_hash && has_same_identity(*seen.known, file);
   if (!is_past(status.st_mtim, looked) || !is_past(status.st_ctim, looked)) {
     file.modified = file.changed = -1;
@@ -124,7 +126,7 @@ std::optional<Glance> glance_at(const std::filesystem::path& root, const std::st
 }
 
 std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::string& path,
-                                std::string_view expected, const ScanOptions& options) {
+                                const ExpectedLanguage& expected, const ScanOptions& options) {
   using State = ScannedFile::State;
   std::optional<Glance> seen = glance_at(root, path, expected, options);
   if (!seen) return std::nullopt;
@@ -144,7 +146,7 @@ std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::st
   }
   // By now something else may stand there.
   BoundedFile read =
-      read_bounded(AT_FDCWD, (root / path).string(), options.largest_file, Links::refuse);
+      read_bounded(AT_FDCWD, (root / path).string(), options.rules.largest_file, Links::refuse);
   if (read.state != BoundedFile::State::read) {
     file.size = file.modified = file.changed = -1;
     file.inode = 0;

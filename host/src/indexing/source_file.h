@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "indexing/source_list.h"
 #include "velmora/host/indexing/repository_scan.h"
 
 namespace velmora::host::indexing {
@@ -21,10 +22,11 @@ struct Glance {
   bool same_if_hash = false;                 // it is, if its content has the known hash
 };
 
-// Glances at the file `path` under `root`, whose name and neighbours tell the language `expected`.
+// Glances at the file `path` under `root`, of which SourceList tells the language `expected`.
 // Nothing when it is gone.
 [[nodiscard]] std::optional<Glance> glance_at(const std::filesystem::path& root,
-                                              const std::string& path, std::string_view expected,
+                                              const std::string& path,
+                                              const ExpectedLanguage& expected,
                                               const ScanOptions& options);
 
 // A scanned file without its symbols. In the state `read` the content is to be parsed, unless the
@@ -36,7 +38,8 @@ struct LookedAt {
 
 // The same, and reads the content of a file that is not the known one.
 [[nodiscard]] std::optional<LookedAt> look_at(const std::filesystem::path& root,
-                                              const std::string& path, std::string_view expected,
+                                              const std::string& path,
+                                              const ExpectedLanguage& expected,
                                               const ScanOptions& options);
 
 // The hash that a record keeps of a file's content. Never 0, which stands for no hash.

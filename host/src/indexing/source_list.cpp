@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "indexing/language_names.h"
+#include "indexing/path_rules.h"
 #include "indexing/source_file.h"
 
 namespace velmora::host::indexing {
@@ -24,12 +25,15 @@ std::string extension_of(const std::string& file) {
 
 }  // namespace
 
-SourceList::SourceList(const fs::path& root, std::size_t most_files) {
-  FileList list = list_files(root, most_files);
+SourceList::SourceList(const fs::path& root, std::size_t most_files, const SourceRules& rules) {
+  FileList list = list_files(root, most_files, rules.leave_out);
   files_ = std::move(list.files);
   skipped_ = std::move(list.skipped);
+  ToldLanguages told(rules.languages);
   std::erase_if(files_, [&](const std::string& file) {
-    if (!language_of(file).empty()) return false;
+    const std::string_view language = told.of(file);
+    if (!language.empty()) told_.emplace(file, language);
+    if (!language.empty() || !language_of(file).empty()) return false;
     if (is_link_to_folder(root / file)) {
       skipped_.push_back({file, reason_of_link(root, file), true});
     } else {
@@ -37,15 +41,14 @@ SourceList::SourceList(const fs::path& root, std::size_t most_files) {
     }
     return true;
   });
-  headers_.emplace(files_);
+  headers_.emplace(files_, told_);
 }
 
-bool SourceList::is_header(const std::string& file) {
-  return is_built_in("cpp") && file.ends_with(".h");
-}
-
-std::string_view SourceList::expected_language(const std::string& file) const {
-  return is_header(file) && headers_->among_cpp(file) ? "cpp" : language_of(file);
+ExpectedLanguage SourceList::expected_language(const std::string& file) const {
+  const auto told = told_.find(file);
+  if (told != told_.end()) return {told->second};
+  const bool is_header = is_built_in("cpp") && file.ends_with(".h");
+  return {is_header && headers_->among_cpp(file) ? "cpp" : language_of(file), is_header};
 }
 
 }  // namespace velmora::host::indexing

@@ -1,4 +1,4 @@
-// Which files of a tree are sources, by their names alone.
+// Which files of a tree are sources, by their names and the rules for them.
 #pragma once
 
 #include <cstddef>
@@ -11,14 +11,21 @@
 
 #include "indexing/header_language.h"
 #include "velmora/host/indexing/file_list.h"
+#include "velmora/host/indexing/source_rules.h"
 
 namespace velmora::host::indexing {
+
+// What is known of a file's language before it is read.
+struct ExpectedLanguage {
+  std::string_view name = {};
+  bool is_header = false;  // the name is a guess, and the content has the last word on it
+};
 
 // Any number of threads may ask one.
 class SourceList {
  public:
   // Lists the files under `root`. Throws as list_files does.
-  SourceList(const std::filesystem::path& root, std::size_t most_files);
+  SourceList(const std::filesystem::path& root, std::size_t most_files, const SourceRules& rules);
 
   // Those of languages that are indexed: relative to the root, forward slashes, sorted.
   [[nodiscard]] const std::vector<std::string>& files() const { return files_; }
@@ -30,14 +37,12 @@ class SourceList {
   // without one, and with one that is longer than any that people use, are under "".
   [[nodiscard]] const std::map<std::string, std::size_t>& others() const { return others_; }
 
-  // The language of one of the files, as its name and those of its neighbours tell.
-  [[nodiscard]] std::string_view expected_language(const std::string& file) const;
-
-  // Whether its content has the last word on that.
-  [[nodiscard]] static bool is_header(const std::string& file);
+  // The language of one of the files, as the rules, its name and those of its neighbours tell.
+  [[nodiscard]] ExpectedLanguage expected_language(const std::string& file) const;
 
  private:
   std::vector<std::string> files_;
+  std::map<std::string, std::string_view> told_;  // languages, by file, where a rule tells them
   std::vector<Skipped> skipped_;
   std::map<std::string, std::size_t> others_;
   std::optional<HeaderLanguage> headers_;

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "settings/settings.h"
 #include "upkeep/index_place.h"
 #include "velmora/host/index/writer_lock.h"
 #include "velmora/logging.h"
@@ -34,21 +35,23 @@ std::shared_ptr<const embedding::WordModel> model_for(const index::TreeState& tr
 
 indexing::RefreshReport refresh_in_time(const fs::path& root, index::Index& index,
                                         const index::TreeState& tree,
+                                        const indexing::SourceRules& rules,
                                         const UpkeepOptions& options) {
   const Clock::time_point start = Clock::now();
-  return indexing::refresh(root, index,
-                           {.largest_file = tree.largest_file,
-                            .model = model_for(tree, options),
-                            .progress = [&](const indexing::RefreshProgress& now) {
-                              if (Clock::now() - start > 2 * options.budget) throw OutOfTime();
-                              if (options.progress) options.progress(now);
-                            }});
+  indexing::RefreshOptions refresh{.rules = rules, .model = model_for(tree, options)};
+  if (tree.largest_file > 0) refresh.largest_file = tree.largest_file;
+  refresh.progress = [&](const indexing::RefreshProgress& now) {
+    if (Clock::now() - start > 2 * options.budget) throw OutOfTime();
+    if (options.progress) options.progress(now);
+  };
+  return indexing::refresh(root, index, refresh);
 }
 
 // REQUIRES: the index is ours.
 UpkeepReport look_after(const fs::path& root, index::Index& index, const index::TreeState& tree,
                         const UpkeepOptions& options) {
-  UpkeepReport report{.staleness = staleness(root, tree)};
+  const indexing::SourceRules rules = settings::source_rules(root);
+  UpkeepReport report{.staleness = staleness(root, tree, rules)};
   if (report.staleness.is_fresh()) return report;
   const fs::path file = index_of_repository(root);
   report.standing = Standing::behind;
@@ -65,7 +68,7 @@ UpkeepReport look_after(const fs::path& root, index::Index& index, const index::
     return report;
   }
   try {
-    report.refreshed = refresh_in_time(root, index, tree, options);
+    report.refreshed = refresh_in_time(root, index, tree, rules, options);
     report.standing = Standing::refreshed;
   } catch (const OutOfTime&) {
     report.reason = "it took longer than expected";

@@ -49,8 +49,10 @@ struct UpkeepOptions {
 };
 
 // Looks at the files under `root`, of which `index` is the index, and brings it up to date as it
-// was made: with the same limits, embedded as before; the vectors of servers' models stay. Waits
-// for nobody. Errors are in the report, but for what the system throws when there is no memory.
+// was made: embedded as before, with the limits that its user gave then, else those of the settings
+// as they are now, as with all that these say of sources; the vectors of servers' models stay.
+// Waits for nobody. Errors are in the report, but for what the system throws when there is no
+// memory.
 [[nodiscard]] UpkeepReport bring_up_to_date(const std::filesystem::path& root, index::Index& index,
                                             const UpkeepOptions& options = {});
 

@@ -18,6 +18,7 @@
 
 #include "index/index_errors.h"
 #include "indexing/folder_watch.h"
+#include "settings/settings.h"
 #include "upkeep/bring_up_to_date.h"
 #include "upkeep/index_place.h"
 #include "upkeep/make_index.h"
@@ -141,7 +142,10 @@ class KeptIndex::Impl {
         questions = asked_;
       }
       try {
-        if (changed || !is_settled_ || !fs::exists(file_)) look_after();
+        indexing::SourceRules rules = settings::source_rules(root_);
+        const bool same_rules = rules == rules_;
+        rules_ = std::move(rules);
+        if (changed || !is_settled_ || !same_rules || !fs::exists(file_)) look_after();
         if (is_busy_ && waiting_ > 0) {
           bell_.wait(TRY_AGAIN);
           bell_.silence();
@@ -172,7 +176,7 @@ class KeptIndex::Impl {
       index_ = std::move(index);
     }
     // Watched before they are read: what changes in between makes another round.
-    if (watcher_) watcher_->folders.watch_folders();
+    if (watcher_) watcher_->folders.watch_folders(rules_.leave_out);
     UpkeepReport report = bring();
     if (!watcher_ && is_ours(report.standing) && begin_watch()) report = bring();
     tell(note(report, root_), report.standing);
@@ -223,7 +227,7 @@ class KeptIndex::Impl {
       std::optional<WriterLock> lock = WriterLock::try_take(watch_lock_of(file_));
       if (!lock) return false;
       watcher_ = std::make_unique<Watcher>(std::move(*lock), root_, bell_.descriptor());
-      watcher_->folders.watch_folders();
+      watcher_->folders.watch_folders(rules_.leave_out);
       return true;
     } catch (const std::runtime_error& error) {
       // Then the files are looked at when somebody asks.
@@ -303,6 +307,7 @@ class KeptIndex::Impl {
   std::atomic<int> waiting_ = 0;  // questions that wait now
 
   // The thread's own.
+  indexing::SourceRules rules_;  // the user's file is watched by nobody: each round reads it
   std::unique_ptr<Watcher> watcher_;
   bool is_settled_ = false;  // nothing is left to do until a file changes
   bool refused_ = false;

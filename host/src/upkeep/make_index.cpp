@@ -1,7 +1,9 @@
 #include "upkeep/make_index.h"
 
 #include <stdexcept>
+#include <utility>
 
+#include "settings/settings.h"
 #include "upkeep/index_place.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/index/index_folder.h"
@@ -27,6 +29,7 @@ indexing::RefreshReport make_index(const fs::path& folder, const MakeOptions& op
   if (!fs::exists(status)) throw std::runtime_error(folder.string() + " does not exist");
   if (!fs::is_directory(status)) throw std::runtime_error(folder.string() + " is not a folder");
 
+  indexing::SourceRules rules = settings::source_rules(folder);
   const fs::path file = index_of_repository(folder);
   const bool consent = options.consent || is_indexed_here(file);
   if (!consent) require_no_consent(folder);
@@ -35,7 +38,8 @@ indexing::RefreshReport make_index(const fs::path& folder, const MakeOptions& op
   const auto index = index::Index::open_or_remake(file, options.rebuild, options.tell);
   try {
     return indexing::refresh(folder, *index,
-                             {.largest_file = options.largest_file,
+                             {.rules = std::move(rules),
+                              .largest_file = options.largest_file,
                               .most_files = consent ? indexing::ANY_NUMBER_OF_FILES : MOST_FILES,
                               .retry = options.retry,
                               .model = options.model,

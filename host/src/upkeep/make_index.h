@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "velmora/host/embedding/word_model.h"
@@ -14,7 +15,7 @@
 namespace velmora::host::upkeep {
 
 struct MakeOptions {
-  std::uintmax_t largest_file = indexing::ScanOptions().largest_file;  // in bytes
+  std::optional<std::uintmax_t> largest_file = {};  // as indexing::RefreshOptions has it
   bool retry = false;    // read files again that parsing took too much for
   bool rebuild = false;  // make it anew though it is there
   // The user means it, be it their home folder, `/` or a folder of more than MOST_FILES files. What
@@ -30,8 +31,9 @@ struct MakeOptions {
   std::function<void(const std::string&)> tell = {};
 };
 
-// Throws ConsentError before anything is written, std::runtime_error when `folder` is none, and
-// what indexing::refresh and Index::open_or_remake throw; the index is as it was then.
+// The settings of the folder count. Throws SettingsError and ConsentError before anything is
+// written, std::runtime_error when `folder` is none, and what indexing::refresh and
+// Index::open_or_remake throw; the index is as it was then.
 [[nodiscard]] indexing::RefreshReport make_index(const std::filesystem::path& folder,
                                                  const MakeOptions& options);
 

@@ -28,9 +28,10 @@ Seconds estimate(std::size_t files, std::uintmax_t bytes, Seconds listing) {
 
 }  // namespace
 
-Staleness staleness(const std::filesystem::path& root, const index::TreeState& tree) {
+Staleness staleness(const std::filesystem::path& root, const index::TreeState& tree,
+                    const indexing::SourceRules& rules) {
   const auto start = std::chrono::steady_clock::now();
-  const TreeChanges changes = changes_since(root, tree, Evidence::system);
+  const TreeChanges changes = changes_since(root, tree, rules, Evidence::system);
   Staleness found{.added = changes.added.size(),
                   .changed = changes.changed.size(),
                   .removed = changes.removed.size(),

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "velmora/host/index/tree_state.h"
+#include "velmora/host/indexing/source_rules.h"
 
 namespace velmora::host::upkeep {
 
@@ -28,7 +29,8 @@ struct Staleness {
 
 // Compares the files under `root` with what an index of it knows, as changes_since does, and
 // estimates. Reads no content.
-[[nodiscard]] Staleness staleness(const std::filesystem::path& root, const index::TreeState& tree);
+[[nodiscard]] Staleness staleness(const std::filesystem::path& root, const index::TreeState& tree,
+                                  const indexing::SourceRules& rules);
 
 // "1 file changed since", "12 files changed since", or that another version made the index; empty
 // when it has nothing for a user.

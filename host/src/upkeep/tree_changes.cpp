@@ -23,21 +23,24 @@ bool is_left_out_still(const fs::path& root, const Glance& seen) {
   if (seen.known == nullptr || seen.known->hash != 0 || seen.known->skipped.empty()) return false;
   const FileRecord& known = *seen.known;
   if (known.size < 0) return ::access((root / known.path).c_str(), R_OK) != 0;
+  if (known.expected != seen.file.expected || known.is_header != seen.file.is_header) return false;
   return known.size == seen.file.size && known.inode == seen.file.inode &&
          (known.modified < 0 || known.modified == seen.file.modified);
 }
 
 class Comparison {
  public:
-  Comparison(const fs::path& root, const index::TreeState& known, Evidence evidence)
+  Comparison(const fs::path& root, const index::TreeState& known,
+             const indexing::SourceRules& rules, Evidence evidence)
       : root_(root), known_(known.files), evidence_(evidence) {
+    options_.rules = rules;
     options_.known = &known.files;
-    if (known.largest_file > 0) options_.largest_file = known.largest_file;
+    if (known.largest_file > 0) options_.rules.largest_file = known.largest_file;
   }
 
   // Both lists are sorted.
   TreeChanges run() {
-    const indexing::SourceList sources(root_, indexing::ANY_NUMBER_OF_FILES);
+    const indexing::SourceList sources(root_, indexing::ANY_NUMBER_OF_FILES, options_.rules);
     auto next = known_.begin();
     for (const std::string& path : sources.files()) {
       for (; next != known_.end() && next->first < path; ++next) is_gone(next->second);
@@ -58,7 +61,8 @@ class Comparison {
 
  private:
   // What is to be told of a file: a glance at it, corrected by its content when that is asked for.
-  std::optional<Glance> look(const std::string& path, std::string_view expected) const {
+  std::optional<Glance> look(const std::string& path,
+                             const indexing::ExpectedLanguage& expected) const {
     std::optional<Glance> seen = indexing::glance_at(root_, path, expected, options_);
     const bool is_plain = !seen || !seen->file.skipped.empty() || seen->is_same;
     if (evidence_ == Evidence::system || is_plain || is_left_out_still(root_, *seen)) return seen;
@@ -109,8 +113,9 @@ class Comparison {
 
 }  // namespace
 
-TreeChanges changes_since(const fs::path& root, const index::TreeState& known, Evidence evidence) {
-  return Comparison(root, known, evidence).run();
+TreeChanges changes_since(const fs::path& root, const index::TreeState& known,
+                          const indexing::SourceRules& rules, Evidence evidence) {
+  return Comparison(root, known, rules, evidence).run();
 }
 
 }  // namespace velmora::host::upkeep

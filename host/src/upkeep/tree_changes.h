@@ -10,6 +10,7 @@
 
 #include "velmora/host/index/tree_state.h"
 #include "velmora/host/indexing/file_list.h"
+#include "velmora/host/indexing/source_rules.h"
 
 namespace velmora::host::upkeep {
 
@@ -38,10 +39,11 @@ enum class Evidence {
   content,  // files that have others are read
 };
 
-// Compares the files under `root` with what is known of them. Writes and parses nothing; lists the
-// tree and asks the system about each source: a hundred thousand files take about a second. Throws
-// as indexing::list_files does.
+// Compares the files under `root` with what is known of them, under the rules for them. Writes and
+// parses nothing; lists the tree and asks the system about each source: a hundred thousand files
+// take about a second. Throws as indexing::list_files does.
 [[nodiscard]] TreeChanges changes_since(const std::filesystem::path& root,
-                                        const index::TreeState& known, Evidence evidence);
+                                        const index::TreeState& known,
+                                        const indexing::SourceRules& rules, Evidence evidence);
 
 }  // namespace velmora::host::upkeep

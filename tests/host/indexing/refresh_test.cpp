@@ -45,7 +45,7 @@ Lines query(const fs::path& file, const std::string& sql) {
 
 // All that an index holds of its tree: rows of files, of symbols, and of the built-in model.
 constexpr const char* CONTENT = R"sql(
-  SELECT json_array('file', id, path, language, expected, size, hash, skipped) FROM files
+  SELECT json_array('file', id, path, language, expected, is_header, size, hash, skipped) FROM files
   UNION ALL
   SELECT json_array('symbol', id, file, fqn, name, kind, language, start_line, end_line, signature,
                     docstring) FROM symbols
@@ -165,10 +165,27 @@ std::string random_source(std::mt19937& random) {
 std::string random_header(std::mt19937& random, const Lines& names) {
   std::string text;
   for (auto i = random() % 5; i > 0; --i) {
+    if (random() % 8 == 0) text += "class alpha { public: int m(); };\n";
     const char* const parameters[] = {"void", "int a", "int alpha"};
     text += "int " + names[random() % names.size()] + "(" + parameters[random() % 3] + ");\n";
   }
   return text;
+}
+
+// What somebody may set, from one round to the next.
+SourceRules random_rules(std::mt19937& random) {
+  const auto sometimes = [&] { return random() % 4 == 0; };
+  SourceRules rules;
+  if (sometimes()) rules.largest_file = 60;
+  for (const char* glob : {"sub/", "a.py", "!sub/a.py", "*.h", "/x.h", "sub/*/", "**/c.py"}) {
+    if (sometimes()) rules.leave_out.emplace_back(glob);
+  }
+  const LanguageRule languages[] = {
+      {"*.h", "cpp"}, {"x.h", "c"}, {"sub/*.h", "python"}, {"b.*", "ruby"}, {"*.odd", "python"}};
+  for (const LanguageRule& rule : languages) {
+    if (sometimes()) rules.languages.push_back(rule);
+  }
+  return rules;
 }
 
 TEST_F(Refresh, EqualsAnIndexMadeAnewAfterAnyEdits) {
@@ -185,7 +202,7 @@ TEST_F(Refresh, EqualsAnIndexMadeAnewAfterAnyEdits) {
            std::ranges::none_of(functions, [&](auto& name) { return symbol.ends_with(name); });
   };
   const Lines header_names = {functions[0], functions[1], "beta"};
-  Lines names = {"a.py", "b.py", "sub/a.py", "sub/deep/c.py", "x.h", "sub/x.h"};
+  Lines names = {"a.py", "b.py", "sub/a.py", "sub/deep/c.py", "x.h", "sub/x.h", "d.odd"};
   names.insert(names.end(), same_number.begin(), same_number.end());
   const fs::path model_file = index_folder.path() / "test.model";
   test::write_model(model_file, {{"alpha", {3, 1}}, {"beta", {0, 1}}, {"gamma", {-1, 2}}});
@@ -199,9 +216,14 @@ TEST_F(Refresh, EqualsAnIndexMadeAnewAfterAnyEdits) {
 
   const auto any = [&] { return names[random() % names.size()]; };
   int collisions = 0;
+  SourceRules rules;
   for (int round = 0; round < 60 && !HasFailure(); ++round) {
     SCOPED_TRACE(round);
     const auto before = ids(file);
+    if (random() % 2 == 0) {
+      settle();
+      rules = random() % 4 == 0 ? SourceRules() : random_rules(random);
+    }
     for (auto edits = random() % 4; edits > 0; --edits) {
       const std::string name = any();
       const bool there = fs::exists(root / name);
@@ -229,8 +251,8 @@ TEST_F(Refresh, EqualsAnIndexMadeAnewAfterAnyEdits) {
     }
     // What changes without the model waits for it.
     const bool embeds = random() % 3 != 0;
-    static_cast<void>(refresh_index({.model = embeds ? model : nullptr}));
-    if (embeds) expect_equal_to_one_made_anew({.model = model}, model_file);
+    static_cast<void>(refresh_index({.rules = rules, .model = embeds ? model : nullptr}));
+    if (embeds) expect_equal_to_one_made_anew({.rules = rules, .model = model}, model_file);
 
     EXPECT_EQ(query(file, "SELECT count(*) FROM symbols WHERE id >> 22 <> file OR id >> 53 <> 0"),
               Lines{"0"});

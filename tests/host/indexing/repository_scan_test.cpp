@@ -46,7 +46,7 @@ TEST(RepositoryScan, SkipsWithAReason) {
   fs::create_symlink(outside.write("b.py", "def g(): pass"), folder.path() / "out.py");
   fs::create_directory_symlink(".", folder.path() / "circle");
   fs::create_directory_symlink(outside.path(), folder.path() / "outside");
-  RepositoryScan scan(folder.path(), {.largest_file = 100'000});
+  RepositoryScan scan(folder.path(), {.rules = {.largest_file = 100'000}});
   EXPECT_EQ(
       scan_all(scan),
       (Names{"a.py f python", "binary.py: it is binary", "broken.py: it is a link to nothing",

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "index/connection.h"
+#include "settings/settings.h"
 #include "support/temporary_folder.h"
 #include "support/word_models.h"
 #include "upkeep/index_place.h"
@@ -54,7 +55,9 @@ class BringUpToDate : public ::testing::Test {
     return time.tv_sec * std::int64_t{1'000'000'000} + time.tv_nsec;
   }
 
-  Staleness found() const { return staleness(root, index::Index::open(file)->tree_state()); }
+  Staleness found() const {
+    return staleness(root, index::Index::open(file)->tree_state(), settings::source_rules(root));
+  }
 
   const TemporaryFolder folder;
   const fs::path root = folder.path(), file = index_of_repository(root);
@@ -63,14 +66,20 @@ class BringUpToDate : public ::testing::Test {
 TEST_F(BringUpToDate, FindsWhatARefreshFinds) {
   std::mt19937 random(20250309);
   const std::vector<std::string> names = {"a.py", "b.py", "deep/c.py", "x.h", "deep/x.h", "y.cc"};
+  const std::vector<std::string> settings = {"", "index.leave_out = ['deep/']",
+                                             "languages = {'*.h' = 'cpp', 'y.cc' = 'c'}",
+                                             "index.leave_out = ['*.py', '!a.py']"};
   const auto index = make();
   int sizes = 0;
   for (int round = 0; round < 40; ++round) {
     SCOPED_TRACE(round);
     for (auto edits = random() % 4; edits > 0; --edits) {
       const std::string& name = names[random() % names.size()];
-      switch (random() % 4) {
+      switch (random() % 5) {
         case 0:
+          folder.write(".velmora.toml", settings[random() % settings.size()]);
+          break;
+        case 4:
           fs::remove(root / name);
           break;
         case 1:
@@ -84,7 +93,8 @@ TEST_F(BringUpToDate, FindsWhatARefreshFinds) {
     const Staleness& stale = report.staleness;
     EXPECT_EQ(report.standing, stale.is_fresh() ? Standing::fresh : Standing::refreshed);
     const indexing::RefreshReport refreshed =
-        report.refreshed ? *report.refreshed : indexing::refresh(root, *index);
+        report.refreshed ? *report.refreshed
+                         : indexing::refresh(root, *index, {.rules = settings::source_rules(root)});
     EXPECT_EQ(stale.added, refreshed.added);
     EXPECT_EQ(stale.changed, refreshed.changed);
     EXPECT_EQ(stale.removed, refreshed.removed);

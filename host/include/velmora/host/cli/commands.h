@@ -21,6 +21,7 @@ enum class ExitCode : int {
 
 // The program's subcommands, one source file each. `app` and `exit_code` outlive the parse.
 void add_clean_command(CLI::App& app, ExitCode& exit_code);
+void add_config_command(CLI::App& app, ExitCode& exit_code);
 void add_embed_command(CLI::App& app, ExitCode& exit_code);
 void add_explore_command(CLI::App& app, ExitCode& exit_code);
 // To be added last: it suggests the commands that are there.

@@ -9,7 +9,8 @@ namespace velmora::host::index {
 struct FileRecord {
   std::string path;        // relative to the root, forward slashes
   std::string language{};  // of its symbols; empty when the file was left out
-  std::string expected{};  // the language that the names of files told before this one was read
+  std::string expected{};  // the language that was told of it before it was read
+  bool is_header = false;  // that was a guess by the names around it; its content told
   std::int64_t size = -1;
   // When its content was modified, and when anything about it was changed, in nanoseconds since
   // 1970. A program may set the first at will, the second it cannot. -1, both, when the times are

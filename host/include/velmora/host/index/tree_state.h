@@ -13,7 +13,8 @@ struct TreeState {
   std::map<std::string, FileRecord> files = {};  // by path
   // Which version of the extraction made the symbols; empty when something else did: an import.
   std::string extraction = {};
-  // Larger files were left out, in bytes; 0 as long as `extraction` is empty.
+  // The largest files that the user wanted read when they last had it made, in bytes; 0: they said
+  // nothing, and the settings do.
   std::uintmax_t largest_file = 0;
   // The program's own model that embedded the symbols; empty when none did.
   std::string own_model = {};

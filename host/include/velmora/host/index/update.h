@@ -41,8 +41,8 @@ class Update {
   // What the index knew before the update.
   [[nodiscard]] const TreeState& tree() const;
 
-  // Notes which version of the extraction made the symbols now, and which files were left out as
-  // larger than so many bytes (below 2^63).
+  // Notes which version of the extraction made the symbols now, and the largest files that the user
+  // wanted read, in bytes (below 2^63); 0: they said nothing.
   void set_made_by(std::string_view extraction, std::uintmax_t largest_file);
 
   // Stores a file; `symbols`, in the order in which they stand in it, become all that it holds. One

@@ -47,13 +47,17 @@ inline constexpr std::size_t ANY_NUMBER_OF_FILES = std::numeric_limits<std::size
 // Of ignore rules those are followed that stand in regular files of at most 1 MiB; a .gitignore
 // that a sparse checkout leaves out counts for nothing.
 //
+// What `leave_out` says, as SourceRules has it, is not there.
+//
 // Throws std::filesystem::filesystem_error when `root` cannot be read, TooManyFilesError as soon as
-// more than `most_files` are found.
+// more than `most_files` are found, std::runtime_error as SourceRules says.
 [[nodiscard]] FileList list_files(const std::filesystem::path& root,
-                                  std::size_t most_files = ANY_NUMBER_OF_FILES);
+                                  std::size_t most_files = ANY_NUMBER_OF_FILES,
+                                  const std::vector<std::string>& leave_out = {});
 
 // The folders under `root` in which a file that list_files finds stands or may come to stand,
 // relative to the root, which is "" and the first.
-[[nodiscard]] std::vector<std::string> list_folders(const std::filesystem::path& root);
+[[nodiscard]] std::vector<std::string> list_folders(const std::filesystem::path& root,
+                                                    const std::vector<std::string>& leave_out = {});
 
 }  // namespace velmora::host::indexing

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "velmora/host/embedding/word_model.h"
@@ -38,8 +39,10 @@ struct RefreshProgress {
 };
 
 struct RefreshOptions {
-  std::uintmax_t largest_file = ScanOptions().largest_file;  // in bytes
-  std::size_t most_files = ANY_NUMBER_OF_FILES;              // as ScanOptions has it
+  SourceRules rules = {};
+  // Stands in place of the rules', and is remembered for the next time; in bytes.
+  std::optional<std::uintmax_t> largest_file = {};
+  std::size_t most_files = ANY_NUMBER_OF_FILES;  // as ScanOptions has it
   // Files that parsing took too much for are read again.
   bool retry = false;
   // Embeds the symbols that it did not embed yet. Null: new symbols get no vector for now.
@@ -51,8 +54,9 @@ struct RefreshOptions {
 
 // Makes `index` what an index of `root` made now would be, row for row, in one transaction. Files
 // whose size, times and inode are the known ones are not read, those whose content is the known one
-// are not parsed. New symbols get those vectors of a server's models that are known for their
-// texts. Logs each file that is not unchanged. Throws what Index::update and RepositoryScan throw.
+// are not parsed, and what the rules say of a file alone makes it another. New symbols get those
+// vectors of a server's models that are known for their texts. Logs each file that is not
+// unchanged. Throws what Index::update and RepositoryScan throw.
 [[nodiscard]] RefreshReport refresh(const std::filesystem::path& root, index::Index& index,
                                     const RefreshOptions& options = {});
 

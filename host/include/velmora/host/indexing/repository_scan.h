@@ -15,12 +15,12 @@
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/indexing/file_list.h"
 #include "velmora/host/indexing/parse_limits.h"
+#include "velmora/host/indexing/source_rules.h"
 
 namespace velmora::host::indexing {
 
 struct ScanOptions {
-  // Larger files are generated or data; in bytes.
-  std::uintmax_t largest_file = std::uintmax_t{2} * 1024 * 1024;
+  SourceRules rules = {};
   // A tree with more files, sources or not, is refused with TooManyFilesError.
   std::size_t most_files = ANY_NUMBER_OF_FILES;
   // Threads that read and parse; 0: one for each processor.
