@@ -75,9 +75,8 @@ struct Streams {
 };
 
 agent::RepositoryOptions repository_options(const McpOptions& options) {
-  // What is waited for is the index; a server's model is asked again by each question.
-  EmbeddingOptions embedding = options.embedding;
-  embedding.wait_seconds = 0;
+  const EmbeddingOptions embedding = options.embedding;
+  // Symbols are embedded whether or not questions are.
   EmbeddingOptions for_symbols = embedding;
   for_symbols.none = false;
   return {
@@ -161,7 +160,7 @@ void add_mcp_command(CLI::App& app, ExitCode& exit_code) {
       "the input ends the server. Indexes are made and kept up to date in the background. The\n"
       "tools are explore, find, show, outline and status; paths outside of the repositories are\n"
       "refused.\n"
-      "Clients: " +
+      "Clients for --print-config: " +
       CLI::detail::join(clients, ", ") + ".");
   command->callback([options, &exit_code] {
     if (!options->print_config) serve(*options);
