@@ -1,0 +1,227 @@
+#!/usr/bin/env python3
+"""How many characters an agent reads until it has read the right definition: with `explore` and
+`show` of `velmora mcp`, and with grep and reading files. Writes the table of docs/agents.md.
+
+Each task is a question and where its answer is defined. Both agents read what a tool prints from
+top to bottom, and a definition counts as read when one of its lines was. The tools:
+
+- grep: the question's words without the common ones and without their endings, the rarest first
+  (how rare they are is known for nothing); what the question quotes goes before them, as it stands.
+  `git grep` prints the lines with it in any case, cut at 200 characters, at most 100 of them. To
+  open a match is to read the 60 lines around it. When no match was right, the next word follows.
+- explore: the question as it stands, with the tool's own limits. To open a hit is to `show` it. When
+  no hit was right, the question is asked once more for thirty hits in 20,000 characters.
+
+They open what they found in two manners. *At sight*: what leads to the definition is known when it
+is printed, and nothing else is opened, which is the least that anybody can read. *In order*:
+everything is opened as it was printed, until the definition was read or 100,000 characters were.
+
+Where a choice had to be made, it favours grep.
+"""
+
+import argparse
+import ast
+import re
+import subprocess
+import sys
+import tempfile
+from dataclasses import dataclass
+from pathlib import Path
+
+from agent_session import Session, ToolError
+
+ROOT = Path(__file__).resolve().parent.parent
+PAGE = ROOT / "docs" / "agents.md"
+PACKAGES = ["libpython3.11-minimal", "libpython3.11-stdlib"]
+AROUND = 30  # lines before and after a match
+MOST_MATCHES = 100
+LONGEST_LINE = 200
+PATIENCE = 100_000  # characters
+COMMON = set("""a about after again all an and any are as at be because been before but by can come
+    could did do does done each for from get given goes had has have how i if in into is it its long
+    made make makes many may more most much must no not of off on one only or other out over same
+    says should so some that the their them then there they this those to too twice under until up
+    use used user was way what when where which while who whole why will with within without
+    you""".split())
+
+# The question, the file and how the first line of the definition begins; several are equally right.
+VELMORA = [
+    ("How does it notice that a name was typed with a single mistake?",
+     [("host/src/browse/near_names.cpp", "bool is_one_edit(")]),
+    ("Where are passwords and API keys kept out of what is stored?",
+     [("host/src/indexing/secrets.cpp", "std::string without_secrets(")]),
+    ("How are the rankings of several channels merged into one?",
+     [("src/workers/retrieval/fusion.cpp", "std::vector<FusedSymbol> reciprocal_rank_fusion(")]),
+    ("Which paths count as tests?",
+     [("src/utils/path_filter.cpp", "bool is_test_path(")]),
+    ("What happens when the user presses Ctrl-C?",
+     [("host/src/cli/end_signals.cpp", 'extern "C" void end_program('),
+      ("host/src/cli/end_signals.cpp", "void end_at_signals(")]),
+    ("How is damage on the disk noticed when a page of the index is read?",
+     [("host/src/index/page_checks.cpp", "int read(sqlite3_file*"),
+      ("host/src/index/page_checks.cpp", "Checksum checksum_of(")]),
+    ("Does a .gitignore rule match this path?",
+     [("host/src/indexing/ignore_rules.cpp", "bool IgnoreRules::ignores("),
+      ("host/src/indexing/glob.cpp", "bool Glob::matches(")]),
+    ("FolderWatch::wait",
+     [("host/src/indexing/folder_watch.cpp", "bool FolderWatch::wait(")]),
+    ("Who says 'Another version of velmora made the index'?",
+     [("host/src/upkeep/staleness.cpp", "std::string to_text(")]),
+    ("Where does 'Embedding the query failed; ranking without meaning' come from?",
+     [("src/workers/retrieval/semantic_channel.cpp", "Channel semantic_channel(")]),
+]
+PYTHON = [
+    ("How is a whole directory tree copied, symbolic links and all?",
+     [("shutil.py", "def copytree("), ("shutil.py", "def _copytree(")]),
+    ("May this cookie be sent over an unencrypted connection?",
+     [("http/cookiejar.py", "    def return_ok_secure(")]),
+    ("How is the delimiter of a csv file guessed?",
+     [("csv.py", "    def _guess_delimiter("), ("csv.py", "    def sniff(")]),
+    ("How are abbreviated options on the command line recognised?",
+     [("argparse.py", "    def _get_option_tuples(")]),
+    ("What is done when a web server redirects to another address?",
+     [("urllib/request.py", "    def redirect_request("),
+      ("urllib/request.py", "    def http_error_302(")]),
+    ("How does a cache throw away what was used least recently?",
+     [("functools.py", "def _lru_cache_wrapper("), ("functools.py", "def lru_cache(")]),
+    ("When does a log file get rolled over because it is too large?",
+     [("logging/handlers.py", "    def shouldRollover("),
+      ("logging/handlers.py", "class RotatingFileHandler(")]),
+    ("difflib.get_close_matches",
+     [("difflib.py", "def get_close_matches(")]),
+    ("Who raises 'too many positional arguments'?",
+     [("inspect.py", "    def _bind(")]),
+    ("Where does 'Population must be a sequence' come from?",
+     [("random.py", "    def sample(")]),
+]
+
+
+@dataclass(frozen=True)
+class Lines:
+    """Of a file: the first and the last of them, from 1."""
+
+    path: str
+    first: int
+    last: int
+
+    def touches(self, other):
+        return self.path == other.path and self.first <= other.last and other.first <= self.last
+
+
+def definition(tree, path, beginning):
+    """The lines of the first definition of a file that begins so."""
+    text = (tree / path).read_text()
+    lines = text.splitlines()
+    first = next((i for i, line in enumerate(lines, 1) if line.startswith(beginning)), None)
+    if first is None:
+        sys.exit(f"agent_comparison.py: {path} has no line that begins with {beginning!r}: has the "
+                 "definition moved?")
+    if path.endswith(".py"):
+        last = next(node.end_lineno for node in ast.walk(ast.parse(text))
+                    if getattr(node, "lineno", 0) == first and hasattr(node, "body"))
+    else:
+        last = next(i for i, line in enumerate(lines, 1) if i > first and line.startswith("}"))
+    return Lines(path, first, last)
+
+
+class Reading:
+    """What an agent has read, and whether that was enough."""
+
+    def __init__(self, right, at_sight):
+        self.right = right
+        self.at_sight = at_sight
+        self.characters = 0
+        self.calls = 0
+        self.found = False
+
+    def read(self, text):
+        self.characters += len(text)
+        self.calls += 1
+
+    def leads_there(self, lines):
+        return any(lines.touches(right) for right in self.right)
+
+    def open(self, candidates, show):
+        """Opens candidates, each with the lines that it leads to, until one was right."""
+        for candidate, lines in candidates:
+            if self.characters > PATIENCE:
+                return
+            if self.at_sight and not self.leads_there(lines):
+                continue
+            show(candidate, lines)
+            if self.leads_there(lines):
+                self.found = True
+                return
+
+
+class Grep:
+    def __init__(self, tree):
+        self.tree = tree
+
+    def find(self, question, reading):
+        quoted = re.findall(r"'([^']*)'", question)
+        words = {self.stem(word) for word in re.findall(r"\w+", re.sub(r"'[^']*'", "", question).lower())
+                 if word not in COMMON}
+        counted = sorted((len(self.lines_with(word)), word) for word in words)
+        for text in quoted + [word for count, word in counted if count]:
+            self.search(text, reading)
+            if reading.found or reading.characters > PATIENCE:
+                return
+
+    @staticmethod
+    def stem(word):
+        for ending in ("ies", "ing", "ed", "es", "s"):
+            if word.endswith(ending) and len(word) - len(ending) >= 3:
+                return word.removesuffix(ending)
+        return word
+
+    def lines_with(self, text):
+        return subprocess.run(["git", "grep", "-nIiF", "-e", text], cwd=self.tree, text=True,
+                              errors="replace", capture_output=True).stdout.splitlines()
+
+    def search(self, text, reading):
+        matches = [line[:LONGEST_LINE] for line in self.lines_with(text)[:MOST_MATCHES]]
+        reading.read("".join(match + "\n" for match in matches))
+        seen = set()
+
+        def show(_, lines):
+            source = (self.tree / lines.path).read_text(errors="replace").splitlines(keepends=True)
+            new = [i for i in range(lines.first, min(lines.last, len(source)) + 1)
+                   if (lines.path, i) not in seen]
+            if new:
+                seen.update((lines.path, i) for i in new)
+                reading.read("".join(source[i - 1] for i in new))
+
+        candidates = []
+        for match in matches:
+            path, line, _ = match.split(":", 2)
+            candidates.append((None, Lines(path, max(1, int(line) - AROUND), int(line) + AROUND - 1)))
+        reading.open(candidates, show)
+
+
+class Explore:
+    def __init__(self, session):
+        self.session = session
+
+    def find(self, question, reading):
+        opened = set()
+        for more in ({}, {"limit": 30, "max_characters": 20_000}):
+            text = self.session.ask("explore", {"question": question, **more})
+            reading.read(text)
+            candidates = [hit for hit in self.hits(text) if hit[0] not in opened]
+
+            def show(place, _):
+                opened.add(place)
+                try:
+                    reading.read(self.session.ask("show", {"what": place}))
+                except ToolError as error:
+                    reading.read(str(error))
+
+            reading.open(candidates, show)
+            if reading.found:
+                return
+
+    @staticmethod
+    def hits(text):
+        """Each with its place and its lines, in the order of the answer."""
+        raise NotImplementedError
