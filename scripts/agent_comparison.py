@@ -225,3 +225,93 @@ class Explore:
     def hits(text):
         """Each with its place and its lines, in the order of the answer."""
         raise NotImplementedError
+
+
+def copy_of(files, source, target):
+    """Some files of a folder as a repository of their own."""
+    for name in files:
+        (target / name).parent.mkdir(parents=True, exist_ok=True)
+        (target / name).write_bytes((source / name).read_bytes())
+    subprocess.run(["git", "init", "--quiet"], cwd=target, check=True)
+    subprocess.run(["git", "add", "--all", "--force"], cwd=target, check=True)
+
+
+def this_repository(target):
+    """Without what knows the questions."""
+    listed = subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, capture_output=True,
+                            text=True).stdout.splitlines()
+    ours = {Path(__file__).resolve(), PAGE}
+    copy_of([name for name in listed if ROOT / name not in ours and (ROOT / name).is_file()],
+            ROOT, target)
+
+
+def python_library(target):
+    """As Debian has it. Its version."""
+    listed = subprocess.run(["dpkg-query", "--listfiles", *PACKAGES], check=True,
+                            capture_output=True, text=True).stdout.splitlines()
+    source = Path("/usr/lib/python3.11")
+    copy_of([name.removeprefix(f"{source}/") for name in listed
+             if name.startswith(f"{source}/") and name.endswith(".py") and Path(name).is_file()],
+            source, target)
+    return subprocess.run(["dpkg-query", "--show", "--showformat=${Version}", PACKAGES[1]],
+                          check=True, capture_output=True, text=True).stdout
+
+
+MANNERS = {"at sight": True, "in order": False}
+
+
+def compare(program, tree, tasks):
+    """For each task what both read in either manner: [task, {(tool, manner): Reading}]."""
+    results = []
+    with Session(program, tree, subprocess.DEVNULL) as session:
+        session.ask("status", {}, timeout=600)
+        for question, places in tasks:
+            right = [definition(tree, path, beginning) for path, beginning in places]
+            readings = {}
+            for manner, at_sight in MANNERS.items():
+                for tool, agent in (("grep", Grep(tree)), ("explore", Explore(session))):
+                    reading = readings[tool, manner] = Reading(right, at_sight)
+                    agent.find(question, reading)
+            results.append((question, readings))
+    return results
+
+
+def shown(reading):
+    return f"{reading.characters:,}" + ("" if reading.found else " †")
+
+
+def table(results):
+    columns = [(tool, manner) for manner in MANNERS for tool in ("grep", "explore")]
+    yield "| question | " + " | ".join(f"{tool}, {manner}" for tool, manner in columns) + " |"
+    yield "|---|" + "--:|" * len(columns)
+    for question, readings in results:
+        yield f"| {question} | " + " | ".join(shown(readings[column]) for column in columns) + " |"
+    totals = [sum(readings[column].characters for _, readings in results) for column in columns]
+    yield "| **all** | " + " | ".join(f"**{total:,}**" for total in totals) + " |"
+    calls = [sum(readings[column].calls for _, readings in results) for column in columns]
+    yield "| calls of tools | " + " | ".join(f"{count:,}" for count in calls) + " |"
+
+
+def main():
+    parser = argparse.ArgumentParser(description="Measures what agents read, into docs/agents.md.")
+    parser.add_argument("--program", default=ROOT / "build/release/velmora", type=Path,
+                        help="the velmora to measure; build/release/velmora when absent")
+    program = parser.parse_args().program.resolve()
+    text = []
+    with tempfile.TemporaryDirectory() as temporary:
+        ours, python = Path(temporary) / "velmora", Path(temporary) / "python"
+        this_repository(ours)
+        version = python_library(python)
+        for title, tree, tasks in (("This repository:", ours, VELMORA),
+                                   (f"Python's standard library (Debian's 3.11, {version}):", python,
+                                    PYTHON)):
+            text += [title, "", *table(compare(program, tree, tasks)), ""]
+    print("\n".join(text))
+    begin, end = "<!-- measured -->\n", "<!-- end of measured -->"
+    page = PAGE.read_text()
+    head, tail = page.split(begin)[0], page.split(end)[1]
+    PAGE.write_text(head + begin + "\n".join(text).rstrip() + "\n" + end + tail)
+
+
+if __name__ == "__main__":
+    main()
