@@ -10,13 +10,11 @@ top to bottom, and a definition counts as read when one of its lines was. The to
   `git grep` prints the lines with it in any case, cut at 200 characters, at most 100 of them. To
   open a match is to read the 60 lines around it. When no match was right, the next word follows.
 - explore: the question as it stands, with the tool's own limits. To open a hit is to `show` it. When
-  no hit was right, the question is asked once more for thirty hits in 20,000 characters.
+  no hit was right, the same once more without the common words, and then grep as above.
 
-They open what they found in two manners. *At sight*: what leads to the definition is known when it
-is printed, and nothing else is opened, which is the least that anybody can read. *In order*:
-everything is opened as it was printed, until the definition was read or 100,000 characters were.
-
-Where a choice had to be made, it favours grep.
+They open what they found in two manners. *At sight*: who sees a line of the definition, or of the
+ten before it, knows it for the right one, and opens nothing else. *In order*: everything is opened
+as it was printed, until lines of the definition were among those read, or 100,000 characters were.
 """
 
 import argparse
@@ -34,6 +32,7 @@ ROOT = Path(__file__).resolve().parent.parent
 PAGE = ROOT / "docs" / "agents.md"
 PACKAGES = ["libpython3.11-minimal", "libpython3.11-stdlib"]
 AROUND = 30  # lines before and after a match
+COMMENT = 10  # lines before a definition that are taken for its own
 MOST_MATCHES = 100
 LONGEST_LINE = 200
 PATIENCE = 100_000  # characters
@@ -44,31 +43,45 @@ COMMON = set("""a about after again all an and any are as at be because been bef
     use used user was way what when where which while who whole why will with within without
     you""".split())
 
-# The question, the file and how the first line of the definition begins; several are equally right.
+# The question, and the files and how the first lines of the definitions begin that answer it: what
+# is declared in a header and defined elsewhere is read in either place.
 VELMORA = [
     ("How does it notice that a name was typed with a single mistake?",
-     [("host/src/browse/near_names.cpp", "bool is_one_edit(")]),
+     [("host/src/browse/near_names.cpp", "bool is_one_edit("),
+      ("host/src/browse/near_names.h", "[[nodiscard]] bool is_one_edit(")]),
     ("Where are passwords and API keys kept out of what is stored?",
-     [("host/src/indexing/secrets.cpp", "std::string without_secrets(")]),
+     [("host/src/indexing/secrets.cpp", "std::string without_secrets("),
+      ("host/src/indexing/secrets.h", "[[nodiscard]] std::string without_secrets("),
+      ("host/src/indexing/secrets.cpp", "std::string without_keys("),
+      ("host/src/indexing/secrets.h", "[[nodiscard]] std::string without_keys(")]),
     ("How are the rankings of several channels merged into one?",
-     [("src/workers/retrieval/fusion.cpp", "std::vector<FusedSymbol> reciprocal_rank_fusion(")]),
+     [("src/workers/retrieval/fusion.cpp", "std::vector<FusedSymbol> reciprocal_rank_fusion("),
+      ("include/velmora/workers/retrieval.h",
+       "[[nodiscard]] std::vector<FusedSymbol> reciprocal_rank_fusion(")]),
     ("Which paths count as tests?",
-     [("src/utils/path_filter.cpp", "bool is_test_path(")]),
+     [("src/utils/path_filter.cpp", "bool is_test_path("),
+      ("include/velmora/utils/path_filter.h", "[[nodiscard]] bool is_test_path(")]),
     ("What happens when the user presses Ctrl-C?",
      [("host/src/cli/end_signals.cpp", 'extern "C" void end_program('),
-      ("host/src/cli/end_signals.cpp", "void end_at_signals(")]),
+      ("host/src/cli/end_signals.cpp", "void end_at_signals("),
+      ("host/src/cli/end_signals.h", "void end_at_signals(")]),
     ("How is damage on the disk noticed when a page of the index is read?",
      [("host/src/index/page_checks.cpp", "int read(sqlite3_file*"),
       ("host/src/index/page_checks.cpp", "Checksum checksum_of(")]),
     ("Does a .gitignore rule match this path?",
      [("host/src/indexing/ignore_rules.cpp", "bool IgnoreRules::ignores("),
-      ("host/src/indexing/glob.cpp", "bool Glob::matches(")]),
+      ("host/src/indexing/ignore_rules.h", "  [[nodiscard]] bool ignores("),
+      ("host/src/indexing/glob.cpp", "bool Glob::matches("),
+      ("host/src/indexing/glob.h", "  [[nodiscard]] bool matches(")]),
     ("FolderWatch::wait",
-     [("host/src/indexing/folder_watch.cpp", "bool FolderWatch::wait(")]),
+     [("host/src/indexing/folder_watch.cpp", "bool FolderWatch::wait("),
+      ("host/src/indexing/folder_watch.h", "  [[nodiscard]] bool wait(")]),
     ("Who says 'Another version of velmora made the index'?",
-     [("host/src/upkeep/staleness.cpp", "std::string to_text(")]),
+     [("host/src/upkeep/staleness.cpp", "std::string to_text("),
+      ("host/src/upkeep/staleness.h", "[[nodiscard]] std::string to_text(")]),
     ("Where does 'Embedding the query failed; ranking without meaning' come from?",
-     [("src/workers/retrieval/semantic_channel.cpp", "Channel semantic_channel(")]),
+     [("src/workers/retrieval/semantic_channel.cpp", "Channel semantic_channel("),
+      ("src/workers/retrieval/semantic_channel.h", "[[nodiscard]] Channel semantic_channel(")]),
 ]
 PYTHON = [
     ("How is a whole directory tree copied, symbolic links and all?",
@@ -104,9 +117,6 @@ class Lines:
     first: int
     last: int
 
-    def touches(self, other):
-        return self.path == other.path and self.first <= other.last and other.first <= self.last
-
 
 def definition(tree, path, beginning):
     """The lines of the first definition of a file that begins so."""
@@ -119,6 +129,8 @@ def definition(tree, path, beginning):
     if path.endswith(".py"):
         last = next(node.end_lineno for node in ast.walk(ast.parse(text))
                     if getattr(node, "lineno", 0) == first and hasattr(node, "body"))
+    elif path.endswith(".h"):
+        last = next(i for i, line in enumerate(lines, 1) if i >= first and line.endswith(";"))
     else:
         last = next(i for i, line in enumerate(lines, 1) if i > first and line.startswith("}"))
     return Lines(path, first, last)
@@ -133,25 +145,28 @@ class Reading:
         self.characters = 0
         self.calls = 0
         self.found = False
+        self.agent = None  # who found it, or was the last to look
 
     def read(self, text):
         self.characters += len(text)
         self.calls += 1
 
-    def leads_there(self, lines):
-        return any(lines.touches(right) for right in self.right)
-
-    def open(self, candidates, show):
-        """Opens candidates, each with the lines that it leads to, until one was right."""
-        for candidate, lines in candidates:
+    def open(self, candidates, is_right, show):
+        """Opens candidates until one was right; `show` reads one."""
+        for candidate in candidates:
             if self.characters > PATIENCE:
                 return
-            if self.at_sight and not self.leads_there(lines):
-                continue
-            show(candidate, lines)
-            if self.leads_there(lines):
+            right = any(is_right(candidate, definition) for definition in self.right)
+            if right or not self.at_sight:
+                show(candidate)
+            if right:
                 self.found = True
                 return
+
+
+def words(question):
+    """Without the common ones."""
+    return [word for word in re.findall(r"\w+", question.lower()) if word not in COMMON]
 
 
 class Grep:
@@ -159,10 +174,10 @@ class Grep:
         self.tree = tree
 
     def find(self, question, reading):
+        rest = re.sub(r"'[^']*'", "", question)
+        counted = sorted((len(self.lines_with(word)), word)
+                         for word in {self.stem(word) for word in words(rest)})
         quoted = re.findall(r"'([^']*)'", question)
-        words = {self.stem(word) for word in re.findall(r"\w+", re.sub(r"'[^']*'", "", question).lower())
-                 if word not in COMMON}
-        counted = sorted((len(self.lines_with(word)), word) for word in words)
         for text in quoted + [word for count, word in counted if count]:
             self.search(text, reading)
             if reading.found or reading.characters > PATIENCE:
@@ -184,19 +199,23 @@ class Grep:
         reading.read("".join(match + "\n" for match in matches))
         seen = set()
 
-        def show(_, lines):
-            source = (self.tree / lines.path).read_text(errors="replace").splitlines(keepends=True)
-            new = [i for i in range(lines.first, min(lines.last, len(source)) + 1)
-                   if (lines.path, i) not in seen]
+        def is_of(match, right):
+            path, line = match
+            reach = COMMENT if reading.at_sight else AROUND
+            return path == right.path and right.first - reach <= line <= right.last + (
+                0 if reading.at_sight else AROUND)
+
+        def read(match):
+            path, line = match
+            source = (self.tree / path).read_text(errors="replace").splitlines(keepends=True)
+            new = [i for i in range(max(1, line - AROUND), min(line + AROUND, len(source) + 1))
+                   if (path, i) not in seen]
             if new:
-                seen.update((lines.path, i) for i in new)
+                seen.update((path, i) for i in new)
                 reading.read("".join(source[i - 1] for i in new))
 
-        candidates = []
-        for match in matches:
-            path, line, _ = match.split(":", 2)
-            candidates.append((None, Lines(path, max(1, int(line) - AROUND), int(line) + AROUND - 1)))
-        reading.open(candidates, show)
+        places = [match.split(":", 2) for match in matches]
+        reading.open([(path, int(line)) for path, line, _ in places], is_of, read)
 
 
 class Explore:
@@ -205,26 +224,38 @@ class Explore:
 
     def find(self, question, reading):
         opened = set()
-        for more in ({}, {"limit": 30, "max_characters": 20_000}):
-            text = self.session.ask("explore", {"question": question, **more})
+
+        def show(hit):
+            opened.add(hit)
+            try:
+                reading.read(self.session.ask("show", {"what": f"{hit.path}:{hit.first}"}))
+            except ToolError as error:
+                reading.read(str(error))
+
+        def is_it(hit, right):  # not what it stands in
+            return (hit.path == right.path and hit.last == right.last and
+                    abs(hit.first - right.first) < 5)
+
+        for words_of_it in (question, " ".join(words(question))):
+            text = self.session.ask("explore", {"question": words_of_it})
             reading.read(text)
-            candidates = [hit for hit in self.hits(text) if hit[0] not in opened]
-
-            def show(place, _):
-                opened.add(place)
-                try:
-                    reading.read(self.session.ask("show", {"what": place}))
-                except ToolError as error:
-                    reading.read(str(error))
-
-            reading.open(candidates, show)
+            reading.open([hit for hit in self.hits(text) if hit not in opened], is_it, show)
             if reading.found:
                 return
 
     @staticmethod
     def hits(text):
-        """Each with its place and its lines, in the order of the answer."""
-        raise NotImplementedError
+        """The lines of each, best first."""
+        found = []
+        path = None
+        for line in text.splitlines():
+            hit = re.match(r"#(\d+) (\d+)(?:-(\d+))? ", line)
+            if hit:
+                rank, first, last = hit.groups()
+                found.append((int(rank), Lines(path, int(first), int(last or first))))
+            elif not line.startswith(" "):
+                path = line
+        return [lines for _, lines in sorted(found, key=lambda hit: hit[0])]
 
 
 def copy_of(files, source, target):
@@ -269,15 +300,22 @@ def compare(program, tree, tasks):
             right = [definition(tree, path, beginning) for path, beginning in places]
             readings = {}
             for manner, at_sight in MANNERS.items():
-                for tool, agent in (("grep", Grep(tree)), ("explore", Explore(session))):
+                grep, explore = Grep(tree), Explore(session)
+                for tool, agents in (("grep", [grep]), ("explore", [explore, grep])):
                     reading = readings[tool, manner] = Reading(right, at_sight)
-                    agent.find(question, reading)
+                    for agent in agents:
+                        if not reading.found:
+                            reading.agent = agent
+                            agent.find(question, reading)
             results.append((question, readings))
     return results
 
 
-def shown(reading):
-    return f"{reading.characters:,}" + ("" if reading.found else " †")
+def shown(tool, reading):
+    text = f"{reading.characters:,}"
+    if tool == "explore" and isinstance(reading.agent, Grep):
+        text += " ‡"
+    return text if reading.found else text + " †"
 
 
 def table(results):
@@ -285,7 +323,7 @@ def table(results):
     yield "| question | " + " | ".join(f"{tool}, {manner}" for tool, manner in columns) + " |"
     yield "|---|" + "--:|" * len(columns)
     for question, readings in results:
-        yield f"| {question} | " + " | ".join(shown(readings[column]) for column in columns) + " |"
+        yield f"| {question} | " + " | ".join(shown(column[0], readings[column]) for column in columns) + " |"
     totals = [sum(readings[column].characters for _, readings in results) for column in columns]
     yield "| **all** | " + " | ".join(f"**{total:,}**" for total in totals) + " |"
     calls = [sum(readings[column].calls for _, readings in results) for column in columns]

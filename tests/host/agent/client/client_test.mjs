@@ -37,35 +37,31 @@ function repository(more = 0) {
   return folder;
 }
 
-function modern(mode) {
-  return async (folder) => {
-    const client = new Client(NAME, { versionNegotiation: { mode } });
-    const transport = new StdioClientTransport({ command: PROGRAM, args: ['mcp', '--repo', folder] });
-    await client.connect(transport);
-    return { client, transport };
-  };
-}
+const modern = (mode) => ({
+  client: () => new Client(NAME, { versionNegotiation: { mode } }),
+  Transport: StdioClientTransport,
+});
+const CLIENTS = {
+  'pinned to the modern revision': { ...modern({ pin: '2026-07-28' }), version: '2026-07-28' },
+  'that finds the era out': { ...modern('auto'), version: '2026-07-28' },
+  'with initialize': { ...modern('legacy'), version: '2025-11-25' },
+  'of the earlier revisions': { client: () => new EarlierClient(NAME), Transport: EarlierTransport },
+};
 
-async function earlier(folder) {
-  const client = new EarlierClient(NAME);
-  const transport = new EarlierTransport({ command: PROGRAM, args: ['mcp', '--repo', folder] });
+async function connect(t, { client: make, Transport }, folder) {
+  const client = make();
+  const transport = new Transport({ command: PROGRAM, args: ['mcp', '--repo', folder] });
+  t.after(() => client.close());
   await client.connect(transport);
   return { client, transport };
 }
 
-const CLIENTS = {
-  'pinned to the modern revision': [modern({ pin: '2026-07-28' }), '2026-07-28'],
-  'that finds the era out': [modern('auto'), '2026-07-28'],
-  'with initialize': [modern('legacy'), '2025-11-25'],
-  'of the earlier revisions': [earlier, '2025-11-25'],
-};
-
-for (const [name, [connect, version]] of Object.entries(CLIENTS)) {
-  test(`A client ${name} lists and calls every tool`, LIMIT, async () => {
+for (const [name, kind] of Object.entries(CLIENTS)) {
+  test(`A client ${name} lists and calls every tool`, LIMIT, async (t) => {
     const folder = repository();
-    const { client, transport } = await connect(folder);
+    const { client, transport } = await connect(t, kind, folder);
     assert.equal(client.getServerVersion().name, 'velmora');
-    if (client.getNegotiatedProtocolVersion) assert.equal(client.getNegotiatedProtocolVersion(), version);
+    if (kind.version) assert.equal(client.getNegotiatedProtocolVersion(), kind.version);
 
     const { tools } = await client.listTools();
     assert.deepEqual(tools.map((tool) => tool.name).sort(), TOOLS);
@@ -99,8 +95,8 @@ for (const [name, [connect, version]] of Object.entries(CLIENTS)) {
 }
 
 for (const era of ['that finds the era out', 'of the earlier revisions']) {
-  test(`A client ${era} cancels a call and is told of progress`, LIMIT, async () => {
-    const { client } = await CLIENTS[era][0](repository(1000));
+  test(`A client ${era} cancels a call and is told of progress`, LIMIT, async (t) => {
+    const { client } = await connect(t, CLIENTS[era], repository(1000));
     const question = { name: 'explore', arguments: { question: 'value of a task' } };
     const options = (more) => (client instanceof Client ? [more] : [undefined, more]);
     const abort = new AbortController();
@@ -116,8 +112,8 @@ for (const era of ['that finds the era out', 'of the earlier revisions']) {
   });
 }
 
-test('A cancelled call is not answered, and blocks no other', LIMIT, async () => {
-  const pipes = new Pipes(repository(1000));
+test('A cancelled call is not answered, and blocks no other', LIMIT, async (t) => {
+  const pipes = new Pipes(t, repository(1000));
   const cancel = { jsonrpc: '2.0', method: 'notifications/cancelled', params: { requestId: 'slow' } };
   pipes.write(call('slow', 'explore', { question: 'value' }) + JSON.stringify(cancel) + '\n' + call(2, 'status', {}));
   assert.ok((await pipes.answer(2)).result);
@@ -125,8 +121,8 @@ test('A cancelled call is not answered, and blocks no other', LIMIT, async () =>
   assert.deepEqual(pipes.messages.map(({ id }) => id), [2]);
 });
 
-test('Rubbish between messages gets an error each', LIMIT, async () => {
-  const pipes = new Pipes(repository());
+test('Rubbish between messages gets an error each', LIMIT, async (t) => {
+  const pipes = new Pipes(t, repository());
   const rubbish = {
     'no JSON': 'rubbish',
     'half a message': '{"jsonrpc": "2.0", "id": 1',
@@ -151,8 +147,8 @@ test('Rubbish between messages gets an error each', LIMIT, async () => {
   assert.equal(await pipes.end(), 0);
 });
 
-test('The end of input ends it while it works, and leaves no process behind', LIMIT, async () => {
-  const pipes = new Pipes(repository(3000));
+test('The end of input ends it while it works, and leaves no process behind', LIMIT, async (t) => {
+  const pipes = new Pipes(t, repository(3000));
   pipes.write(call(1, 'explore', { question: 'value' }));
   let started = [];
   while (started.length === 0) {

@@ -16,7 +16,8 @@ export function call(id, name, args, meta = {}) {
 }
 
 export class Pipes {
-  constructor(repository) {
+  constructor(test, repository) {
+    test.after(() => this.process.kill());
     this.process = spawn(PROGRAM, ['mcp', '--repo', repository], { stdio: ['pipe', 'pipe', 'inherit'] });
     this.messages = [];
     this.waiting = [];
