@@ -54,10 +54,14 @@ void add_source(const SourceLines& source, LineWriter& writer) {
 
 }  // namespace
 
+std::string line_range(std::int64_t first, std::int64_t last) {
+  std::string text = std::to_string(first);
+  if (last != first) text += "-" + std::to_string(last);
+  return text;
+}
+
 std::string line_range(const Symbol& symbol) {
-  const std::string first = std::to_string(symbol.start_line);
-  return symbol.end_line == symbol.start_line ? first
-                                              : first + "-" + std::to_string(symbol.end_line);
+  return line_range(symbol.start_line, symbol.end_line);
 }
 
 std::string title(const Symbol& symbol) {

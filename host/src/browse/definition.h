@@ -40,6 +40,7 @@ struct Definition {
                                        std::size_t most_characters = EVERY_CHARACTER);
 
 // "48-55", or "48" for one line.
+[[nodiscard]] std::string line_range(std::int64_t first, std::int64_t last);
 [[nodiscard]] std::string line_range(const index::Symbol& symbol);
 
 // What stands for a symbol among others of its file: its signature, or its name without one, on one

@@ -7,14 +7,7 @@ namespace {
 
 bool begins_character(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }
 
-// How many bytes the first `most` characters take.
-std::size_t bytes_of(std::string_view text, std::size_t most) {
-  std::size_t at = 0;
-  for (; at < text.size(); ++at) {
-    if (begins_character(text[at]) && most-- == 0) break;
-  }
-  return at;
-}
+}  // namespace
 
 std::size_t characters(std::string_view text) {
   std::size_t count = 0;
@@ -22,7 +15,13 @@ std::size_t characters(std::string_view text) {
   return count;
 }
 
-}  // namespace
+std::string_view first_characters(std::string_view text, std::size_t most) {
+  std::size_t at = 0;
+  for (; at < text.size(); ++at) {
+    if (begins_character(text[at]) && most-- == 0) break;
+  }
+  return text.substr(0, at);
+}
 
 void LineWriter::add(std::string_view line) {
   const std::size_t size = characters(line) + 1;
@@ -40,8 +39,7 @@ std::string one_line(std::string_view text, std::size_t most_characters) {
       text.substr(0, text.find_first_of("\r\n")).substr(0, 4 * most_characters + 4);
   std::string shown = text::printable_line(line);
   if (characters(shown) <= most_characters) return shown;
-  shown.resize(bytes_of(shown, most_characters - 1));
-  return shown + "…";
+  return std::string(first_characters(shown, most_characters - 1)) + "…";
 }
 
 }  // namespace velmora::host::browse

@@ -37,6 +37,10 @@ class LineWriter {
   LimitedText written_;
 };
 
+// How many characters (code points) a text has, and its first `most` of them.
+[[nodiscard]] std::size_t characters(std::string_view text);
+[[nodiscard]] std::string_view first_characters(std::string_view text, std::size_t most);
+
 // The first line of `text` as it may stand among others, cut to so many characters; "…" ends what
 // was cut.
 [[nodiscard]] std::string one_line(std::string_view text, std::size_t most_characters);

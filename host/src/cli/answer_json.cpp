@@ -6,6 +6,9 @@
 namespace velmora::host::cli {
 namespace {
 
+using browse::Answer;
+using browse::AnswerDetails;
+using browse::AnsweredHit;
 using nlohmann::ordered_json;
 using workers::retrieval::ChannelMap;
 using workers::retrieval::RetrievedSymbol;

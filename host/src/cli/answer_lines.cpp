@@ -3,12 +3,14 @@
 #include <unordered_set>
 
 #include "cli/output.h"
-#include "cli/text_layout.h"
+#include "text/layout.h"
 
 namespace velmora::host::cli {
 namespace {
 
 namespace fs = std::filesystem;
+using browse::Answer;
+using browse::AnsweredHit;
 
 std::string reached(const fs::path& root, const fs::path& from, const std::string& path) {
   return root.empty() ? path : (root / path).lexically_proximate(from).native();
@@ -45,7 +47,7 @@ std::string answer_vimgrep(const Answer& answer, const fs::path& root, const fs:
     }
     lines += printable_line(reached(root, from, symbol.path)) + ":" +
              std::to_string(symbol.start_line) + ":" + std::to_string(column) + ":" +
-             cut_to(on_one_line(text), MOST_COLUMNS) + "\n";
+             text::cut_to(text::on_one_line(text), MOST_COLUMNS) + "\n";
   }
   return lines;
 }

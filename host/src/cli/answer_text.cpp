@@ -1,33 +1,29 @@
 #include "cli/answer_text.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "cli/excerpt.h"
 #include "cli/output.h"
-#include "cli/text_layout.h"
+#include "text/layout.h"
 
 namespace velmora::host::cli {
 namespace {
+
+using browse::Answer;
+using browse::AnswerDetails;
+using browse::AnsweredHit;
 
 constexpr std::string_view INDENT = "    ";
 constexpr std::size_t MOST_LINES = 3;      // of a signature or a summary on a terminal
 constexpr std::size_t MOST_COLUMNS = 300;  // of one elsewhere, where lines are not folded
 
-// The channel as people know it.
-std::string_view channel_word(std::string_view channel) {
-  if (channel == workers::retrieval::LEXICAL) return "text";
-  if (channel == workers::retrieval::SEMANTIC) return "meaning";
-  return channel;
-}
-
 // A text below the line of its hit. What is folded stands a little further in.
 std::string paragraph(std::string_view text, const Look& look) {
-  const std::string line = on_one_line(text);
+  const std::string line = text::on_one_line(text);
   if (line.empty()) return {};
-  if (look.width == 0) return std::string(INDENT) + cut_to(line, MOST_COLUMNS) + "\n";
+  if (look.width == 0) return std::string(INDENT) + text::cut_to(line, MOST_COLUMNS) + "\n";
   std::string block;
-  for (const std::string& part : folded(line, look.width - INDENT.size() - 2, MOST_LINES)) {
+  for (const std::string& part : text::folded(line, look.width - INDENT.size() - 2, MOST_LINES)) {
     block.append(INDENT).append(block.empty() ? "" : "  ").append(part).append("\n");
   }
   return block;
@@ -36,7 +32,7 @@ std::string paragraph(std::string_view text, const Look& look) {
 std::string why(const AnsweredHit& answered, std::size_t place) {
   std::string text;
   for (const auto& [channel, rank] : answered.hit.ranks) {
-    text += (text.empty() ? "" : ", ") + std::string(channel_word(channel)) + " #" +
+    text += (text.empty() ? "" : ", ") + std::string(browse::channel_word(channel)) + " #" +
             std::to_string(rank);
   }
   if (answered.pinned_by) text += "; first because it is named " + *answered.pinned_by;
@@ -70,28 +66,10 @@ std::string hit_text(const AnsweredHit& answered, const AnswerDetails& details, 
 
 }  // namespace
 
-std::vector<std::string> remarks(const Answer& answer) {
-  std::vector<std::string> sentences;
-  if (answer.guesses) {
-    sentences.emplace_back("Nothing matches by name or text; these are guesses by meaning.");
-  }
-  if (answer.hits.empty()) {
-    sentences.emplace_back("No symbol of the index answers this question.");
-  }
-  if (!answer.did_you_mean.empty()) {
-    std::string names;
-    for (const std::string& name : answer.did_you_mean) {
-      names += (names.empty() ? "" : ", ") + printable_line(name);
-    }
-    sentences.push_back("Did you mean: " + names + "?");
-  }
-  return sentences;
-}
-
 std::string answer_text(const Answer& answer, const AnswerDetails& details,
                         const std::filesystem::path& root, const Look& look) {
   std::string text;
-  for (const std::string& remark : remarks(answer)) {
+  for (const std::string& remark : browse::remarks(answer)) {
     text += look.painted(Ink::notice, remark) + "\n";
   }
   if (!text.empty() && !answer.hits.empty()) text += "\n";

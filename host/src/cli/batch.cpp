@@ -13,6 +13,7 @@
 namespace velmora::host::cli {
 namespace {
 
+using browse::Answerer;
 using nlohmann::json;
 using nlohmann::ordered_json;
 using workers::retrieval::RetrieveOptions;

@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "cli/answer.h"
+#include "browse/answer.h"
 #include "cli/answer_json.h"
 #include "cli/answer_lines.h"
 #include "cli/answer_text.h"
@@ -31,6 +31,9 @@ namespace velmora::host::cli {
 namespace {
 
 namespace fs = std::filesystem;
+using browse::Answer;
+using browse::AnswerDetails;
+using browse::Answerer;
 using workers::retrieval::HybridRetriever;
 using workers::retrieval::QueryEmbedder;
 using workers::retrieval::RetrieveOptions;
@@ -79,7 +82,7 @@ void write_answer(const Answer& answer, const ExploreOptions& options, const fs:
     const Terminal terminal = output_terminal(options.terminal);
     return show_paged(answer_text(answer, options.details, root, terminal.look), terminal);
   }
-  for (const std::string& remark : remarks(answer)) tell(remark);
+  for (const std::string& remark : browse::remarks(answer)) tell(remark);
   if (answer.note) tell(*answer.note);
   if (form.json_lines) return write_output(answer_json_lines(answer, options.details));
   const fs::path from = fs::current_path();

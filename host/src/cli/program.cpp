@@ -47,6 +47,7 @@ ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   add_explore_command(app, exit_code);
   add_import_command(app, exit_code);
   add_index_command(app, exit_code);
+  add_mcp_command(app, exit_code);
   add_outline_command(app, exit_code);
   add_search_command(app, exit_code);
   add_show_command(app, exit_code);

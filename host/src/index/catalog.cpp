@@ -185,6 +185,23 @@ std::optional<Symbol> Catalog::symbol(SymbolId id) const {
   return SymbolReader(database_).read(id);
 }
 
+std::vector<Count> Catalog::symbols_by_file(const std::string& place) const {
+  std::unordered_map<std::int64_t, std::int64_t> counts;  // by file
+  const auto [first, last] = ids_in(database_, files_in(database_, place));
+  Statement symbols = database_.prepare("SELECT file FROM symbols WHERE id BETWEEN ? AND ?");
+  symbols.bind(1, first).bind(2, last);
+  while (symbols.step()) ++counts[symbols.column_int64(0)];
+  std::vector<Count> list;
+  Statement files =
+      database_.prepare("SELECT id, path FROM files" + std::string(IN_PLACE) + " ORDER BY path");
+  files.bind(1, place);
+  while (files.step()) {
+    const auto count = counts.find(files.column_int64(0));
+    if (count != counts.end()) list.push_back({text(files, 1), count->second});
+  }
+  return list;
+}
+
 Chosen Catalog::choose(const Choice& choice) const {
   std::vector<Place> found = places(database_, choice);
   Chosen chosen{.total = found.size()};

@@ -93,6 +93,10 @@ class Catalog {
 
   [[nodiscard]] std::optional<Symbol> symbol(SymbolId id) const;
 
+  // The files with symbols that are at `place`, as Choice has it, by path, with the number of their
+  // symbols.
+  [[nodiscard]] std::vector<Count> symbols_by_file(const std::string& place) const;
+
   // The symbols that fit, by grade, path, first line and id.
   [[nodiscard]] Chosen choose(const Choice& choice) const;
 

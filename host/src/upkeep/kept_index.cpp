@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
@@ -29,6 +30,7 @@ namespace {
 namespace fs = std::filesystem;
 using index::WriterLock;
 using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
 
 constexpr logging::Logger LOGGER("velmora.host.upkeep");
 
@@ -38,6 +40,8 @@ constexpr milliseconds QUIET{100};
 constexpr milliseconds LONGEST{1000};
 // How often a lock is tried that another process holds while it makes the index.
 constexpr milliseconds TRY_AGAIN{100};
+// How often somebody who waits is told how far it is.
+constexpr milliseconds MEANWHILE{250};
 
 // The index is no longer kept.
 struct Stopped {};
@@ -95,12 +99,23 @@ class KeptIndex::Impl {
     thread_.join();
   }
 
-  KeptState wait(milliseconds longest) {
+  KeptState wait(milliseconds longest, const Meanwhile& meanwhile) {
+    const Clock::time_point end = Clock::now() + longest;
     std::unique_lock lock(mutex_);
     const std::uint64_t question = ++asked_;
     bell_.ring();
-    const bool settled = round_over_.wait_for(lock, longest, [&] { return settled_ >= question; });
-    return {index_, settled ? note_ : progress_note()};
+    while (true) {
+      const Clock::time_point until = meanwhile ? std::min(end, Clock::now() + MEANWHILE) : end;
+      if (round_over_.wait_until(lock, until, [&] { return settled_ >= question; })) {
+        return {index_, note_};
+      }
+      std::string note = progress_note();
+      if (until == end) return {index_, std::move(note)};
+      lock.unlock();
+      const bool goes_on = meanwhile(note);
+      lock.lock();
+      if (!goes_on) return {index_, std::move(note)};
+    }
   }
 
  private:
@@ -166,7 +181,7 @@ class KeptIndex::Impl {
           make_index(root_, {.consent = options_.consent,
                              .model = options_.model ? options_.model() : nullptr,
                              .lock = [this](const fs::path& index) { return wait_for_lock(index); },
-                             .progress = [this](const auto& now) { show("made", now); },
+                             .progress = [this](const auto& now) { show(now); },
                              .tell =
                                  [](const std::string& sentence) {
                                    LOGGER.log(logging::Level::warning, [&] { return sentence; });
@@ -178,11 +193,10 @@ class KeptIndex::Impl {
   }
 
   UpkeepReport bring() {
-    return bring_up_to_date(
-        root_, *index_,
-        {.budget = NO_BUDGET, .model = options_.model, .progress = [this](const auto& now) {
-           show("brought up to date", now);
-         }});
+    return bring_up_to_date(root_, *index_,
+                            {.budget = NO_BUDGET,
+                             .model = options_.model,
+                             .progress = [this](const auto& now) { show(now); }});
   }
 
   // Whether this process watches from now on.
@@ -211,15 +225,14 @@ class KeptIndex::Impl {
   }
 
   // Called before each file.
-  void show(const char* what, const indexing::RefreshProgress& progress) {
+  void show(const indexing::RefreshProgress& progress) {
     if (stop_) throw Stopped();
     const std::lock_guard lock(mutex_);
-    work_ = what;
     progress_ = progress;
   }
 
   [[nodiscard]] std::string progress_note() const {
-    std::string text = std::string("The index is being ") + work_;
+    std::string text = index_ ? "The index is being brought up to date" : "The index is being made";
     if (progress_.file_count == 0) return text;
     return text + ": " + std::to_string(progress_.files_done) + " of " +
            std::to_string(progress_.file_count) + " files so far";
@@ -279,7 +292,6 @@ class KeptIndex::Impl {
   std::uint64_t asked_ = 0;
   std::uint64_t settled_ = 0;  // so many of them
   std::string note_;
-  const char* work_ = "made";
   indexing::RefreshProgress progress_;
   std::shared_ptr<index::Index> index_;  // written by the thread, once
 
@@ -290,6 +302,8 @@ KeptIndex::KeptIndex(fs::path root, KeptOptions options)
     : impl_(std::make_unique<Impl>(std::move(root), std::move(options))) {}
 KeptIndex::~KeptIndex() = default;
 
-KeptState KeptIndex::wait(milliseconds longest) { return impl_->wait(longest); }
+KeptState KeptIndex::wait(milliseconds longest, const Meanwhile& meanwhile) {
+  return impl_->wait(longest, meanwhile);
+}
 
 }  // namespace velmora::host::upkeep

@@ -34,6 +34,9 @@ struct KeptState {
   std::string note;
 };
 
+// Is told what the note would be now; false ends the wait.
+using Meanwhile = std::function<bool(const std::string& note)>;
+
 class KeptIndex {
  public:
   // Starts the work and returns at once; `root` is a folder, absolute.
@@ -45,8 +48,8 @@ class KeptIndex {
   ~KeptIndex();
 
   // The index, once it shows every change that was made to the files before this call, or what
-  // there is after `longest`.
-  [[nodiscard]] KeptState wait(std::chrono::milliseconds longest);
+  // there is after `longest`. While it waits, `meanwhile` is called a few times a second.
+  [[nodiscard]] KeptState wait(std::chrono::milliseconds longest, const Meanwhile& meanwhile = {});
 
  private:
   class Impl;

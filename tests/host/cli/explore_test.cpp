@@ -169,7 +169,7 @@ TEST_F(Explore, ShowsSourceFromTheWorkTree) {
   EXPECT_EQ(ask({"--files"}).output, "a b.py\n");
   EXPECT_EQ(ask({"--files", "-0"}).output, std::string("a b.py\0", 7));
   EXPECT_EQ(ask({"--why"}).output.find(
-                head + "    exact #1, text #1, file #1; first because it is named deep_name\n"),
+                head + "    name #1, text #1, file #1; first because it is named deep_name\n"),
             0U);
   tree.write("src/a b.py", "def other(): pass\n");
   EXPECT_EQ(

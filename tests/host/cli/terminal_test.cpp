@@ -8,10 +8,16 @@
 #include <tuple>
 #include <vector>
 
-#include "cli/text_layout.h"
+#include "text/layout.h"
 
 namespace velmora::host::cli {
 namespace {
+
+using text::columns;
+using text::cut_to;
+using text::first_sentence;
+using text::folded;
+using text::on_one_line;
 
 TEST(Terminal, ColourFollowsTheStrongestWish) {
   using Variables = std::map<std::string, std::string>;

@@ -99,7 +99,7 @@ class Refresh : public ::testing::Test {
     retrieval::HybridRetriever retriever(
         index, {.embedder = retrieval::engine_query_embedder(
                     std::make_shared<embedding::BuiltinEngine>(model_file))});
-    const cli::Answerer answerer(index, retriever, {}, {});
+    const browse::Answerer answerer(index, retriever, {}, {});
     std::string text;
     for (const char* question : {"alpha", "beta doc", "where is gamma moved", "Alpha.m", "int"}) {
       text += cli::answer_json(answerer.answer(question, {.limit = 30}), {});

@@ -25,6 +25,7 @@ void add_embed_command(CLI::App& app, ExitCode& exit_code);
 void add_explore_command(CLI::App& app, ExitCode& exit_code);
 void add_import_command(CLI::App& app, ExitCode& exit_code);
 void add_index_command(CLI::App& app, ExitCode& exit_code);
+void add_mcp_command(CLI::App& app, ExitCode& exit_code);
 void add_outline_command(CLI::App& app, ExitCode& exit_code);
 void add_search_command(CLI::App& app, ExitCode& exit_code);
 void add_show_command(CLI::App& app, ExitCode& exit_code);

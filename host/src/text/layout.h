@@ -1,4 +1,4 @@
-// Texts of strangers in the room that a terminal has. Everything returned may be shown on one.
+// Texts of strangers in little room, as a terminal has it. Everything returned may be shown on one.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace velmora::host::cli {
+namespace velmora::host::text {
 
 // Longer texts are read no further, in bytes: there is no room for them anywhere.
 inline constexpr std::size_t LONGEST_LAID_OUT = 16 << 10;
@@ -31,4 +31,4 @@ inline constexpr std::size_t LONGEST_LAID_OUT = 16 << 10;
 // before a line of tags (@param, :param).
 [[nodiscard]] std::string first_sentence(std::string_view docstring);
 
-}  // namespace velmora::host::cli
+}  // namespace velmora::host::text

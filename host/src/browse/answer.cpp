@@ -1,4 +1,4 @@
-#include "cli/answer.h"
+#include "browse/answer.h"
 
 #include <algorithm>
 #include <limits>
@@ -6,9 +6,10 @@
 #include <utility>
 
 #include "browse/near_names.h"
-#include "cli/text_layout.h"
+#include "text/layout.h"
+#include "text/printable.h"
 
-namespace velmora::host::cli {
+namespace velmora::host::browse {
 namespace {
 
 using workers::retrieval::Hit;
@@ -49,6 +50,31 @@ bool found_by(const std::vector<AnsweredHit>& hits, std::string_view channel) {
 
 }  // namespace
 
+std::string_view channel_word(std::string_view channel) {
+  if (channel == workers::retrieval::EXACT) return "name";
+  if (channel == workers::retrieval::LEXICAL) return "text";
+  if (channel == workers::retrieval::SEMANTIC) return "meaning";
+  return channel;
+}
+
+std::vector<std::string> remarks(const Answer& answer) {
+  std::vector<std::string> sentences;
+  if (answer.guesses) {
+    sentences.emplace_back("Nothing matches by name or text; these are guesses by meaning.");
+  }
+  if (answer.hits.empty()) {
+    sentences.emplace_back("No symbol of the index answers this question.");
+  }
+  if (!answer.did_you_mean.empty()) {
+    std::string names;
+    for (const std::string& name : answer.did_you_mean) {
+      names += (names.empty() ? "" : ", ") + text::printable_line(name);
+    }
+    sentences.push_back("Did you mean: " + names + "?");
+  }
+  return sentences;
+}
+
 Answerer::Answerer(std::shared_ptr<index::Index> index,
                    workers::retrieval::HybridRetriever& retriever, std::filesystem::path root,
                    AnswerDetails details)
@@ -67,7 +93,7 @@ Answer Answerer::answer(std::string_view question, const RetrieveOptions& option
     AnsweredHit answered{.hit = std::move(hit)};
     const auto symbol = stored.find(answered.hit.symbol.id);
     if (symbol != stored.end() && symbol->second.docstring) {
-      std::string sentence = first_sentence(*symbol->second.docstring);
+      std::string sentence = text::first_sentence(*symbol->second.docstring);
       if (!sentence.empty()) answered.summary = std::move(sentence);
     }
     answered.pinned_by = pin(words, answered.hit);
@@ -83,20 +109,20 @@ Answer Answerer::answer(std::string_view question, const RetrieveOptions& option
   const std::string_view name = only_name(question);
   // A word of prose that the texts hold is no mistyped name.
   if (!name.empty() && !by_name && (!by_text || workers::retrieval::reads_as_code(name))) {
-    answer.did_you_mean = browse::near_names(name, *index_);
+    answer.did_you_mean = near_names(name, *index_);
   }
   return answer;
 }
 
-std::optional<browse::SourceLines> Answerer::source(
+std::optional<SourceLines> Answerer::source(
     const workers::retrieval::RetrievedSymbol& symbol) const {
   if (root_.empty()) return std::nullopt;
   constexpr std::int64_t MOST = std::numeric_limits<std::int64_t>::max();
   const std::int64_t around = details_.context.value_or(0);
   const std::int64_t end = details_.body ? symbol.end_line : symbol.start_line;
-  return browse::read_source(root_, *index_, symbol.path,
-                             symbol.start_line > around ? symbol.start_line - around : 1,
-                             end > MOST - around ? MOST : end + around);
+  return read_source(root_, *index_, symbol.path,
+                     symbol.start_line > around ? symbol.start_line - around : 1,
+                     end > MOST - around ? MOST : end + around);
 }
 
 // The rerank reorders hits among more than are shown, so as many are asked for.
@@ -113,4 +139,4 @@ void Answerer::add_places(Answer& answer, RetrieveOptions options) const {
   }
 }
 
-}  // namespace velmora::host::cli
+}  // namespace velmora::host::browse

@@ -1,4 +1,4 @@
-#include "cli/text_layout.h"
+#include "text/layout.h"
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "cli/output.h"
+#include "text/printable.h"
 
-namespace velmora::host::cli {
+namespace velmora::host::text {
 namespace {
 
 constexpr std::string_view ELLIPSIS = "\u2026";
@@ -121,4 +121,4 @@ std::string first_sentence(std::string_view docstring) {
   return on_one_line(docstring.substr(0, end + 1));
 }
 
-}  // namespace velmora::host::cli
+}  // namespace velmora::host::text

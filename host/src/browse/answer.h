@@ -1,5 +1,4 @@
-// An answer of the retriever with what people and programs want to know of it besides. The forms in
-// which it is written are answer_text.h, answer_json.h and answer_lines.h.
+// An answer of the retriever with what people and programs want to know of it besides.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +13,7 @@
 #include "velmora/host/index/index.h"
 #include "velmora/workers/retrieval.h"
 
-namespace velmora::host::cli {
+namespace velmora::host::browse {
 
 // What is told of each hit.
 struct AnswerDetails {
@@ -31,7 +30,7 @@ struct AnsweredHit {
   std::optional<std::string> pinned_by = {};  // the word of the question that put it first
   // Its place, from 1, before the decision model had its say; where that is asked for and known.
   std::optional<std::size_t> place_before_rerank = {};
-  std::optional<browse::SourceLines> source = {};  // where asked for and readable
+  std::optional<SourceLines> source = {};  // where asked for and readable
 };
 
 struct Answer {
@@ -42,6 +41,13 @@ struct Answer {
   bool guesses = false;                        // there are hits, and none matches by name or text
   std::vector<std::string> did_you_mean = {};  // names of the index near to one that it lacks
 };
+
+// The channel as people know it: "name", "text", "file" or "meaning".
+[[nodiscard]] std::string_view channel_word(std::string_view channel);
+
+// What an answer says of itself, a sentence each: that its hits are guesses, that there are none,
+// which name may have been meant.
+[[nodiscard]] std::vector<std::string> remarks(const Answer& answer);
 
 // Answers questions about one index.
 class Answerer {
@@ -59,7 +65,7 @@ class Answerer {
   [[nodiscard]] const AnswerDetails& details() const { return details_; }
 
  private:
-  [[nodiscard]] std::optional<browse::SourceLines> source(
+  [[nodiscard]] std::optional<SourceLines> source(
       const workers::retrieval::RetrievedSymbol& symbol) const;
   void add_places(Answer& answer, workers::retrieval::RetrieveOptions options) const;
 
@@ -69,4 +75,4 @@ class Answerer {
   const AnswerDetails details_;
 };
 
-}  // namespace velmora::host::cli
+}  // namespace velmora::host::browse
