@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "agent/asking.h"
+#include "agent/symbol_label.h"
 #include "agent/tool.h"
 #include "browse/answer.h"
-#include "browse/definition.h"
 #include "text/layout.h"
 #include "text/printable.h"
 #include "velmora/workers/retrieval.h"
@@ -18,7 +18,7 @@ using browse::Answer;
 using browse::AnsweredHit;
 using workers::retrieval::RetrieveOptions;
 
-constexpr std::size_t MOST_COLUMNS = 160;  // of a signature or a summary
+constexpr std::size_t MOST_COLUMNS = 160;  // of a summary
 constexpr std::size_t LONGEST_NOTE = 300;
 
 // "[name 1, text 3]": the channels that found it, with its rank in each.
@@ -32,15 +32,8 @@ std::string why(const AnsweredHit& answered) {
 }
 
 std::string hit_lines(const AnsweredHit& answered, std::size_t place) {
-  const workers::retrieval::RetrievedSymbol& symbol = answered.hit.symbol;
-  std::string text = "#" + std::to_string(place) + " " +
-                     browse::line_range(symbol.start_line, symbol.end_line) + " " +
-                     browse::one_line(symbol.kind, MOST_COLUMNS) + " " +
-                     browse::one_line(symbol.fqn, MOST_COLUMNS);
-  if (symbol.signature) {
-    text += ": " + text::cut_to(text::on_one_line(*symbol.signature), MOST_COLUMNS);
-  }
-  text += " " + why(answered) + "\n";
+  std::string text = "#" + std::to_string(place) + " " + label(parts_of(answered.hit.symbol)) +
+                     " " + why(answered) + "\n";
   if (answered.summary) text += "  " + text::cut_to(*answered.summary, MOST_COLUMNS) + "\n";
   return text;
 }

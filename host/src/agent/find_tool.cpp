@@ -6,8 +6,9 @@
 #include <vector>
 
 #include "agent/asking.h"
+#include "agent/symbol_label.h"
 #include "agent/tool.h"
-#include "browse/definition.h"
+#include "browse/limited_text.h"
 #include "browse/name_match.h"
 #include "browse/near_names.h"
 #include "index/catalog.h"
@@ -42,10 +43,7 @@ std::string symbols_text(const std::vector<Symbol>& symbols, std::size_t shown) 
     const Symbol& symbol = symbols[i];
     if (path == nullptr || *path != symbol.path) text += text::printable_line(symbol.path) + "\n";
     path = &symbol.path;
-    text += browse::line_range(symbol) + " " + browse::one_line(symbol.kind, LONGEST_NAME) + " " +
-            browse::one_line(symbol.fqn, LONGEST_NAME);
-    if (symbol.signature) text += ": " + browse::title(symbol);
-    text += "\n";
+    text += label(parts_of(symbol)) + "\n";
   }
   return text;
 }

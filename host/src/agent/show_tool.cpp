@@ -84,8 +84,7 @@ std::string show(const Arguments& arguments, const Asking& asking) {
     if (found.symbols.empty()) throw nothing_found(what, ready);
     if (found.symbols.size() > found.best) found.symbols.resize(found.best);
     const auto shown = [&](const Symbol& symbol, std::size_t room) {
-      return whole_text(browse::definition_of(*ready.index, ready.repository.root(), symbol),
-                             room);
+      return whole_text(browse::definition_of(*ready.index, ready.repository.root(), symbol), room);
     };
     if (found.best == 1) return shown(found.symbols.front(), most);
     if (found.best <= FEW) {
