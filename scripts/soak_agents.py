@@ -142,6 +142,7 @@ class Soak:
         self.log = log
         self.sessions = []
         self.answers = 0
+        self.behind = 0  # of them said that they did not show the last change
         self.idle_time = 0.0
         self.idle_ticks = 0
         self.memory = []  # by round, of each session
@@ -183,11 +184,17 @@ class Soak:
         }[tool])
 
     def look_for_probe(self):
-        """Every answer shows each change that was made before the question."""
+        """Every answer shows each change that was made before the question, or says that it does
+        not yet."""
         self.tree.write_probe()
         for number, is_there in ((self.tree.probes, True), (self.tree.probes - 1, False)):
             name = f"soak_probe_{number}"
-            for text in self.ask("find", {"name": name}):
+            waiting = True
+            while waiting:
+                texts = self.ask("find", {"name": name})
+                waiting = any("changed since" in text for text in texts)
+                self.behind += waiting
+            for text in texts:
                 if ("soak/probe.py" in text) != is_there:
                     raise Failure(f"{name} should{'' if is_there else ' not'} be found, but:\n{text}")
 
