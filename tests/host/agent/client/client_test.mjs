@@ -77,7 +77,7 @@ for (const [name, kind] of Object.entries(CLIENTS)) {
     assert.match(await ask('show', { what: 'Retrier.delay' }), /return 2\*\*attempt/);
     assert.match(await ask('show', { what: 'src/store.ts:2' }), /return path;/);
     assert.match(await ask('outline', { path: 'src/retry.py' }), /Retrier[^]*delay/);
-    assert.match(await ask('status', {}), /2 files/);
+    assert.match(await ask('status', {}), /Files: 2/);
     // The index is the one of the files as they are.
     writeFileSync(join(folder, 'src', 'late.py'), 'def came_later():\n    pass\n');
     assert.match(await ask('find', { name: 'came_later' }), /src\/late\.py/);
@@ -113,7 +113,7 @@ for (const era of ['that finds the era out', 'of the earlier revisions']) {
 }
 
 test('A cancelled call is not answered, and blocks no other', LIMIT, async (t) => {
-  const pipes = new Pipes(t, repository(1000));
+  const pipes = new Pipes(t, repository(200));
   const cancel = { jsonrpc: '2.0', method: 'notifications/cancelled', params: { requestId: 'slow' } };
   pipes.write(call('slow', 'explore', { question: 'value' }) + JSON.stringify(cancel) + '\n' + call(2, 'status', {}));
   assert.ok((await pipes.answer(2)).result);
@@ -148,7 +148,7 @@ test('Rubbish between messages gets an error each', LIMIT, async (t) => {
 });
 
 test('The end of input ends it while it works, and leaves no process behind', LIMIT, async (t) => {
-  const pipes = new Pipes(t, repository(3000));
+  const pipes = new Pipes(t, repository(1000));
   pipes.write(call(1, 'explore', { question: 'value' }));
   let started = [];
   while (started.length === 0) {
