@@ -41,8 +41,10 @@ std::string with_index(const Arguments& arguments, const Asking& asking,
   }
   if (!state.index) {
     throw ToolError(text + "There is no index of " + shown(repository.root().string()) +
-                    " to answer from yet: ask again in a while, and search with other tools"
-                    " meanwhile.");
+                    (state.is_under_way
+                         ? " yet: ask again in a while, and search with other tools meanwhile."
+                         : ". Search with other tools, and tell the user: velmora mcp --help says"
+                           " how to serve another folder, or to consent to this one."));
   }
   text += answer({.repository = repository, .index = state.index}, most - browse::characters(text));
   return text;

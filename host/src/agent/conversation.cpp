@@ -113,7 +113,8 @@ void check_modern(const Json& meta) {
   const Json* const version = find(meta, VERSION_FIELD);
   const Json* const capabilities = find(meta, CAPABILITIES_FIELD);
   if (version == nullptr || !version->is_string()) {
-    throw wrong_params(std::string("\"_meta\" must have ") + VERSION_FIELD + ", a string");
+    throw wrong_params(std::string("\"_meta\" must have ") + VERSION_FIELD +
+                       ", a string; earlier revisions open with initialize");
   }
   if (capabilities == nullptr || !capabilities->is_object()) {
     throw wrong_params(std::string("\"_meta\" must have ") + CAPABILITIES_FIELD + ", an object");

@@ -20,7 +20,7 @@ using browse::Outline;
 using index::Count;
 
 // More symbols than so many are not listed one by one: no answer has room for them.
-constexpr std::size_t MOST_SYMBOLS = 5000;
+constexpr std::int64_t MOST_SYMBOLS = 5000;
 constexpr std::size_t LONGEST_PATH = 300;
 
 std::string shown(const std::string& path) {
@@ -90,10 +90,8 @@ std::string line_of(const std::string& path, const Group& group) {
 // The deepest levels of folders that fit, with the number of definitions of each; the first of the
 // uppermost level when not even that fits.
 std::string folders_text(const std::string& place, const std::vector<Count>& files,
-                         std::size_t most) {
+                         std::int64_t total, std::size_t most) {
   const std::size_t below = place.empty() ? 0 : place.size() + 1;
-  std::int64_t total = 0;
-  for (const Count& file : files) total += file.count;
   const std::string head = shown(place) + " has " +
                            text::counted(static_cast<std::size_t>(total), "definition") + " in " +
                            text::counted(files.size(), "file") +
@@ -139,9 +137,12 @@ std::string answer(const std::string& path, const Ready& ready, std::size_t most
     file = catalog.file(place);
   });
   if (files.empty()) throw nothing_at(place, file);
+  std::int64_t total = 0;
+  for (const Count& one : files) total += one.count;
+  if (!file && total > MOST_SYMBOLS) return folders_text(place, files, total, most);
   const Outline outline = browse::outline_of(*ready.index, place, MOST_SYMBOLS);
   if (std::optional<std::string> text = symbols_text(outline, most)) return *std::move(text);
-  if (!file) return folders_text(place, files, most);
+  if (!file) return folders_text(place, files, total, most);
   return fitted_lines(
       most, [&](std::size_t room) { return browse::outline_text(to_depth(outline, 0), room); },
       [&](std::size_t left_out) {

@@ -94,7 +94,7 @@ void Repositories::keep() {
 }
 
 Repository& Repositories::pick(const std::optional<std::string>& name) const {
-  if (!name || name->empty()) {
+  if (!name || name->empty() || *name == ".") {
     if (all_.size() == 1) return *all_.front();
     throw ToolError("The server has several repositories: say which by \"repo\"." + list_of(all_));
   }

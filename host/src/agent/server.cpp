@@ -43,7 +43,16 @@ void Server::run() {
         pool_.wait(options_.longest_end);
         return;
     }
+    keep_repositories();
+  }
+}
+
+// What keeps one from being kept, each call is told too.
+void Server::keep_repositories() {
+  try {
     repositories_.keep();
+  } catch (const std::exception& error) {
+    LOGGER.log(logging::Level::warning, [&] { return std::string(error.what()); });
   }
 }
 

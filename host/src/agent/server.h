@@ -46,6 +46,7 @@ class Server {
   struct CallUnderWay;
 
   void take(const Conversation::Step& step);
+  void keep_repositories();
   void begin(const Call& call);
   void make(const Call& call, CallUnderWay& under_way);
   void cancel(const Json& id);

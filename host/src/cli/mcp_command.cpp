@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -73,9 +74,8 @@ struct Streams {
 };
 
 agent::RepositoryOptions repository_options(const McpOptions& options) {
-  // What is waited for is the index; a server's model is asked again by each question.
-  EmbeddingOptions embedding = options.embedding;
-  embedding.wait_seconds = 0;
+  const EmbeddingOptions embedding = options.embedding;
+  // Symbols are embedded whether or not questions are.
   EmbeddingOptions for_symbols = embedding;
   for_symbols.none = false;
   return {
@@ -92,13 +92,17 @@ agent::RepositoryOptions repository_options(const McpOptions& options) {
   const auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(
       std::chrono::duration<double>(options.wait_seconds));
   agent::Server server(repositories, streams.input, streams.output, {.longest_wait = wait});
+  auto code = ExitCode::answered;
   try {
     server.run();
   } catch (const agent::NobodyListens&) {
     // The client is gone.
+  } catch (const std::exception& error) {
+    tell(error.what());
+    code = ExitCode::failed;
   }
   // At once, whatever the threads are at: what is written to an index is there whole or not at all.
-  std::_Exit(static_cast<int>(ExitCode::answered));
+  std::_Exit(static_cast<int>(code));
 }
 
 void print_config(const McpOptions& options) {
@@ -155,7 +159,7 @@ void add_mcp_command(CLI::App& app, ExitCode& exit_code) {
       "the input ends the server. Indexes are made and kept up to date in the background. The\n"
       "tools are explore, find, show, outline and status; paths outside of the repositories are\n"
       "refused.\n"
-      "Clients: " +
+      "Clients for --print-config:\n" +
       clients + ".");
   command->callback([options, &exit_code] {
     if (!options->print_config) serve(*options);

@@ -38,7 +38,8 @@ constexpr logging::Logger LOGGER("velmora.host.upkeep");
 // than that.
 constexpr milliseconds QUIET{100};
 constexpr milliseconds LONGEST{1000};
-// How often a lock is tried that another process holds while it makes the index.
+// How often a lock is tried that another process holds while it makes the index, or brings it up to
+// date.
 constexpr milliseconds TRY_AGAIN{100};
 // How often somebody who waits is told how far it is.
 constexpr milliseconds MEANWHILE{250};
@@ -74,6 +75,17 @@ class Bell {
   const int descriptor_;
 };
 
+// Counts for as long as it lives.
+class Counted {
+ public:
+  explicit Counted(std::atomic<int>& count) : count_(count) { ++count_; }
+  Counted(const Counted&) = delete;
+  ~Counted() { --count_; }
+
+ private:
+  std::atomic<int>& count_;
+};
+
 // What this process holds while it watches for all.
 struct Watcher {
   Watcher(WriterLock taken, const fs::path& root, int wake)
@@ -101,20 +113,21 @@ class KeptIndex::Impl {
 
   KeptState wait(milliseconds longest, const Meanwhile& meanwhile) {
     const Clock::time_point end = Clock::now() + longest;
+    const Counted waiting(waiting_);
     std::unique_lock lock(mutex_);
     const std::uint64_t question = ++asked_;
     bell_.ring();
     while (true) {
       const Clock::time_point until = meanwhile ? std::min(end, Clock::now() + MEANWHILE) : end;
       if (round_over_.wait_until(lock, until, [&] { return settled_ >= question; })) {
-        return {index_, note_};
+        return {.index = index_, .note = note_};
       }
-      std::string note = progress_note();
-      if (until == end) return {index_, std::move(note)};
+      KeptState state{
+          .index = index_, .note = is_busy_ ? note_ : progress_note(), .is_under_way = true};
+      if (until == end) return state;
       lock.unlock();
-      const bool goes_on = meanwhile(note);
+      if (!meanwhile(state.note)) return state;
       lock.lock();
-      if (!goes_on) return {index_, std::move(note)};
     }
   }
 
@@ -129,6 +142,12 @@ class KeptIndex::Impl {
       }
       try {
         if (changed || !is_settled_ || !fs::exists(file_)) look_after();
+        if (is_busy_ && waiting_ > 0) {
+          bell_.wait(TRY_AGAIN);
+          bell_.silence();
+          changed = true;
+          continue;
+        }
         end_round(questions);
         changed = wait_for_change();
       } catch (const Stopped&) {
@@ -136,7 +155,7 @@ class KeptIndex::Impl {
       } catch (const std::exception& error) {
         LOGGER.log(logging::Level::warning, [&] { return root_.string() + ": " + error.what(); });
         watcher_.reset();
-        tell(error.what(), false);
+        tell(error.what(), Standing::failed);
         end_round(questions);
         wait_for_question();
         changed = true;
@@ -156,8 +175,7 @@ class KeptIndex::Impl {
     if (watcher_) watcher_->folders.watch_folders();
     UpkeepReport report = bring();
     if (!watcher_ && is_ours(report.standing) && begin_watch()) report = bring();
-    const bool moves_on = report.standing == Standing::busy || report.standing == Standing::failed;
-    tell(note(report, root_), !moves_on);
+    tell(note(report, root_), report.standing);
   }
 
   // Whether there is an index that this program can use.
@@ -238,10 +256,11 @@ class KeptIndex::Impl {
            std::to_string(progress_.file_count) + " files so far";
   }
 
-  void tell(std::string note, bool is_settled) {
+  void tell(std::string note, Standing standing) {
     const std::lock_guard lock(mutex_);
     note_ = std::move(note);
-    is_settled_ = is_settled;
+    is_busy_ = standing == Standing::busy;
+    is_settled_ = !is_busy_ && standing != Standing::failed;
   }
 
   void end_round(std::uint64_t questions) {
@@ -281,6 +300,7 @@ class KeptIndex::Impl {
   const KeptOptions options_;
   const Bell bell_;
   std::atomic<bool> stop_ = false;
+  std::atomic<int> waiting_ = 0;  // questions that wait now
 
   // The thread's own.
   std::unique_ptr<Watcher> watcher_;
@@ -292,6 +312,7 @@ class KeptIndex::Impl {
   std::uint64_t asked_ = 0;
   std::uint64_t settled_ = 0;  // so many of them
   std::string note_;
+  bool is_busy_ = false;  // another process brings the index up to date; written by the thread
   indexing::RefreshProgress progress_;
   std::shared_ptr<index::Index> index_;  // written by the thread, once
 

@@ -32,6 +32,7 @@ struct KeptState {
   // What the answer should say, a sentence without a full stop: how far the making of the index is,
   // how stale it is, or what failed. Empty when it answers from the files as they are.
   std::string note;
+  bool is_under_way = false;  // the note tells of work that goes on
 };
 
 // Is told what the note would be now; false ends the wait.

@@ -83,7 +83,7 @@ TEST_F(Mcp, AnswersByEachTool) {
   AgentProcess agent(arguments());
   const std::vector<std::tuple<std::string, Json, std::string>> cases = {
       {"explore",
-       {{"question", "size"}, {"limit", 1}},
+       {{"question", "size"}, {"limit", 1}, {"repo", "."}, {"tests", nullptr}},
        "app/deep/other.py\n#1 1-2 function size() [name 1, text 1, file"},
       {"explore", {{"question", "Store"}}, "app/store.py\n#1 1-10 class Store [name 1"},
       {"explore", {{"question", "Store"}}, "\n  Keeps things.\n"},
@@ -223,7 +223,10 @@ TEST_F(Mcp, SaysHowFarTheIndexIsAndHonoursCancellation) {
     EXPECT_EQ(message.at("id"), "a");
     EXPECT_EQ(message.at("result").at("isError"), true);
     const std::string text = message["result"]["content"][0]["text"];
-    EXPECT_EQ(text.find("The index is being made.\nThere is no index of "), 0U) << text;
+    EXPECT_EQ(
+        text.find("The index is being made.\nThere is no index of " + repo_ + " yet: ask again"),
+        0U)
+        << text;
     EXPECT_TRUE(has(agent.text("status", Json::object()), "The index is being made."));
   }
   std::optional<WriterLock> held(lock(repo_));
@@ -320,7 +323,7 @@ TEST_F(Mcp, RefusesAHomeFolderWithoutConsent) {
   ::setenv("HOME", repo_.c_str(), 1);
   AgentProcess refused({"--no-embeddings"}, repo_);
   const std::string text = refused.text("find", {{"name", "size"}});
-  EXPECT_TRUE(has(text, "--yes") && has(text, "velmora index DIR")) << text;
+  EXPECT_TRUE(has(text, "--yes") && has(text, ". Search with other tools, and tell")) << text;
   AgentProcess meant({"--no-embeddings", "--yes"}, repo_);
   EXPECT_TRUE(has(meant.text("find", {{"name", "size"}}), "2 definitions"));
   ::setenv("HOME", before.c_str(), 1);

@@ -85,10 +85,11 @@ TEST_F(Kept, SaysWhatItIsAtMeanwhile) {
   EXPECT_EQ(waiting.index, nullptr);
   lock.reset();
   EXPECT_EQ(files(kept), "a.py 14 ");
-  // Once there is one, it answers though another process is at it.
+  // Once there is one, it is what there is while another process is at it.
   lock.emplace(*WriterLock::try_take(writer_lock_of(file)));
   folder.write("b.py", "");
-  const KeptState busy = kept.wait(LONG);
+  const KeptState busy = kept.wait(
+      LONG, [](const std::string& note) { return note.find("changed since") == note.npos; });
   EXPECT_NE(busy.index, nullptr);
   EXPECT_EQ(busy.note.find("1 file changed since; it is being brought up to date by "), 0U)
       << busy.note;
