@@ -1,7 +1,6 @@
 #include "agent/conversation.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 #include "browse/limited_text.h"

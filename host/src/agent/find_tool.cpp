@@ -1,6 +1,4 @@
-#include <algorithm>
-#include <functional>
-#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,7 +8,6 @@
 #include "agent/tool.h"
 #include "browse/limited_text.h"
 #include "browse/name_match.h"
-#include "browse/near_names.h"
 #include "index/catalog.h"
 #include "text/printable.h"
 #include "velmora/workers/retrieval.h"
@@ -76,12 +73,8 @@ std::string nothing_text(const Wanted& wanted, std::size_t everywhere, index::In
     return text + text::counted(everywhere, "definition") +
            " of other kinds or in other folders: leave out kinds or folder.\n";
   }
-  const std::string own = wanted.name.substr(wanted.name.find_last_of(".:") + 1);
-  std::string near;
-  for (const std::string& name : browse::near_names(own, index)) {
-    near += (near.empty() ? "" : ", ") + browse::one_line(name, LONGEST_NAME);
-  }
-  if (!near.empty()) text += "Did you mean: " + near + "?\n";
+  const std::string near = did_you_mean(wanted.name, index);
+  if (!near.empty()) text += near + "\n";
   return text +
          "A part of a name needs *, as *part*. What is not defined in this repository"
          " can be grepped only; explore finds by meaning.\n";

@@ -2,8 +2,6 @@
 
 #include <atomic>
 #include <exception>
-#include <type_traits>
-#include <utility>
 #include <variant>
 
 #include "velmora/logging.h"

@@ -1,4 +1,4 @@
-#include <optional>
+#include <algorithm>
 #include <span>
 #include <string>
 #include <vector>
@@ -7,7 +7,6 @@
 #include "agent/tool.h"
 #include "browse/definition.h"
 #include "browse/lookup.h"
-#include "browse/near_names.h"
 #include "index/catalog.h"
 #include "text/printable.h"
 
@@ -43,12 +42,8 @@ ToolError nothing_found(const std::string& what, const Ready& ready) {
                      ". outline lists the definitions of " + place + ".");
   }
   std::string text = "There is no definition " + shown + ".";
-  std::string near;
-  for (const std::string& name :
-       browse::near_names(what.substr(what.find_last_of(".:") + 1), *ready.index)) {
-    near += (near.empty() ? "" : ", ") + browse::one_line(name, LONGEST_NAME);
-  }
-  if (!near.empty()) text += " Did you mean: " + near + "?";
+  const std::string near = did_you_mean(what, *ready.index);
+  if (!near.empty()) text += " " + near;
   return ToolError(text + " find takes a part of a name as *part*; explore finds by meaning.");
 }
 

@@ -1,7 +1,5 @@
 #include "agent/symbol_label.h"
 
-#include <algorithm>
-
 #include "browse/definition.h"
 #include "browse/limited_text.h"
 #include "text/layout.h"

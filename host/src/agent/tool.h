@@ -4,10 +4,6 @@
 // made of the same list.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
