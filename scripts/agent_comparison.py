@@ -318,16 +318,41 @@ def shown(tool, reading):
     return text if reading.found else text + " †"
 
 
+COLUMNS = [(tool, manner) for manner in MANNERS for tool in ("grep", "explore")]
+
+
 def table(results):
-    columns = [(tool, manner) for manner in MANNERS for tool in ("grep", "explore")]
-    yield "| question | " + " | ".join(f"{tool}, {manner}" for tool, manner in columns) + " |"
-    yield "|---|" + "--:|" * len(columns)
+    yield "| question | " + " | ".join(f"{tool}, {manner}" for tool, manner in COLUMNS) + " |"
+    yield "|---|" + "--:|" * len(COLUMNS)
     for question, readings in results:
-        yield f"| {question} | " + " | ".join(shown(column[0], readings[column]) for column in columns) + " |"
-    totals = [sum(readings[column].characters for _, readings in results) for column in columns]
-    yield "| **all** | " + " | ".join(f"**{total:,}**" for total in totals) + " |"
-    calls = [sum(readings[column].calls for _, readings in results) for column in columns]
-    yield "| calls of tools | " + " | ".join(f"{count:,}" for count in calls) + " |"
+        yield f"| {question} | " + " | ".join(shown(tool, readings[tool, manner])
+                                              for tool, manner in COLUMNS) + " |"
+    for name, count in (("**characters**", lambda reading: reading.characters),
+                        ("calls of tools", lambda reading: reading.calls)):
+        totals = [sum(count(readings[column]) for _, readings in results) for column in COLUMNS]
+        yield f"| {name} | " + " | ".join(f"{total:,}" for total in totals) + " |"
+
+
+def summary(results):
+    """What all tasks come to, in sentences."""
+    alone = [readings for _, readings in results
+             if isinstance(readings["explore", "at sight"].agent, Explore)]
+
+    def total(rows, column):
+        return sum(readings[column].characters for readings in rows)
+
+    def found(column):
+        return sum(readings[column].found for _, readings in results)
+
+    yield (f"Of {len(results)} questions, `explore` led to {len(alone)} definitions by itself; these "
+           "take " + " and ".join(
+               f"{total(alone, ('explore', manner)):,} characters {manner} in place of grep's "
+               f"{total(alone, ('grep', manner)):,}" for manner in MANNERS) + ". " +
+           "With the others, for which asking was in vain: " + ", and ".join(
+               f"{total([row for _, row in results], ('explore', manner)):,} {manner} in place of "
+               f"{total([row for _, row in results], ('grep', manner)):,} "
+               f"({found(('explore', manner))} found, {found(('grep', manner))} by grep)"
+               for manner in MANNERS) + ".")
 
 
 def main():
@@ -335,7 +360,7 @@ def main():
     parser.add_argument("--program", default=ROOT / "build/release/velmora", type=Path,
                         help="the velmora to measure; build/release/velmora when absent")
     program = parser.parse_args().program.resolve()
-    text = []
+    text, all_results = [], []
     with tempfile.TemporaryDirectory() as temporary:
         ours, python = Path(temporary) / "velmora", Path(temporary) / "python"
         this_repository(ours)
@@ -343,7 +368,10 @@ def main():
         for title, tree, tasks in (("This repository:", ours, VELMORA),
                                    (f"Python's standard library (Debian's 3.11, {version}):", python,
                                     PYTHON)):
-            text += [title, "", *table(compare(program, tree, tasks)), ""]
+            results = compare(program, tree, tasks)
+            all_results += results
+            text += [title, "", *table(results), ""]
+    text = [*summary(all_results), "", *text]
     print("\n".join(text))
     begin, end = "<!-- measured -->\n", "<!-- end of measured -->"
     page = PAGE.read_text()
