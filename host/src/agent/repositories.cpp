@@ -6,6 +6,7 @@
 
 #include "agent/arguments.h"
 #include "browse/limited_text.h"
+#include "settings/settings.h"
 #include "text/printable.h"
 #include "upkeep/index_place.h"
 
@@ -69,16 +70,28 @@ upkeep::KeptState Repository::wait(std::chrono::milliseconds longest,
 browse::Answer Repository::answer(const std::shared_ptr<index::Index>& index,
                                   std::string_view question,
                                   const workers::retrieval::RetrieveOptions& options) {
-  std::call_once(asked_once_, [&] {
-    workers::retrieval::RetrieverOptions how{.decisions = options_.decisions};
-    if (options_.engine) {
-      if (auto engine = options_.engine(upkeep::index_of_repository(root_))) {
-        how.embedder = workers::retrieval::engine_query_embedder(std::move(engine));
-      }
+  const std::shared_ptr<HybridRetriever> retriever = retriever_of(index);
+  return browse::Answerer(index, *retriever, root_, {}).answer(question, options);
+}
+
+std::shared_ptr<HybridRetriever> Repository::retriever_of(
+    const std::shared_ptr<index::Index>& index) {
+  std::call_once(embedder_once_, [&] {
+    if (!options_.engine) return;
+    if (auto engine = options_.engine(upkeep::index_of_repository(root_))) {
+      embedder_ = workers::retrieval::engine_query_embedder(std::move(engine));
     }
-    retriever_ = std::make_unique<HybridRetriever>(index, std::move(how));
   });
-  return browse::Answerer(index, *retriever_, root_, {}).answer(question, options);
+  const workers::retrieval::RetrievalSettings ranking = settings::retrieval_settings(root_);
+  const std::lock_guard lock(mutex_);
+  if (asked_.index != index || asked_.ranking != ranking) {
+    asked_.retriever = std::make_shared<HybridRetriever>(
+        index, workers::retrieval::RetrieverOptions{
+                   .embedder = embedder_, .settings = ranking, .decisions = options_.decisions});
+    asked_.index = index;
+    asked_.ranking = ranking;
+  }
+  return asked_.retriever;
 }
 
 Repositories::Repositories(const std::vector<fs::path>& roots, const RepositoryOptions& options) {

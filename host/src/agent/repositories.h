@@ -51,17 +51,30 @@ class Repository {
   [[nodiscard]] upkeep::KeptState wait(std::chrono::milliseconds longest,
                                        const upkeep::Meanwhile& meanwhile);
 
-  // Answers a question by its index, which wait() gave. Throws as browse::Answerer does.
+  // Answers a question by its index, which wait() gave, ranking as its settings say now. Throws as
+  // browse::Answerer does, and SettingsError.
   [[nodiscard]] browse::Answer answer(const std::shared_ptr<index::Index>& index,
                                       std::string_view question,
                                       const workers::retrieval::RetrieveOptions& options);
 
  private:
+  // What answers by an index, until it is another one or the settings say something else.
+  struct Asked {
+    std::shared_ptr<index::Index> index = {};
+    workers::retrieval::RetrievalSettings ranking = {};
+    std::shared_ptr<workers::retrieval::HybridRetriever> retriever = {};
+  };
+
+  [[nodiscard]] std::shared_ptr<workers::retrieval::HybridRetriever> retriever_of(
+      const std::shared_ptr<index::Index>& index);
+
   const std::filesystem::path root_;
   const RepositoryOptions options_;
-  std::once_flag kept_once_, asked_once_;
+  std::once_flag kept_once_, embedder_once_;
   std::unique_ptr<upkeep::KeptIndex> kept_;
-  std::unique_ptr<workers::retrieval::HybridRetriever> retriever_;
+  workers::retrieval::QueryEmbedder embedder_;
+  std::mutex mutex_;
+  Asked asked_;  // guarded by it
 };
 
 class Repositories {

@@ -125,9 +125,11 @@ bool wants_still(const DatabaseError& error) {
 }
 
 void make_private(const fs::path& file) {
-  static_cast<void>(open_plain_file(file, O_RDWR | O_CREAT));
-  // They were made with the mode that the file had then.
-  for (const fs::path& one : {log_of(file), shared_memory_of(file)}) {
+  // Opened only to make it: a process that closes any descriptor of a file loses all its locks on
+  // it, and SQLite's would be among them.
+  if (!require_plain_file(file)) static_cast<void>(open_plain_file(file, O_RDWR | O_CREAT));
+  // The others were made with the mode that the file had then.
+  for (const fs::path& one : {file, log_of(file), shared_memory_of(file)}) {
     if (require_plain_file(one)) static_cast<void>(::chmod(one.c_str(), 0600));
   }
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 
 #include "index/index_file.h"
@@ -17,13 +18,34 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Everything that is ever written into the folder. The index goes first: a log without its index is
-// of no use, an index without its log may be half of one. The locks go last: whoever waits for one
-// finds no index then.
+// Everything that is ever written into the folder, but for the logs. The index goes first: a log
+// without its index is of no use, an index without its log may be half of one. The locks go last:
+// whoever waits for one finds no index then.
 constexpr std::array<const char*, 10> OWN_FILES = {
     "index.db",    "index.db-wal",     "index.db-shm", "index.db-journal",
     "tuned.model", "tuned.model.made", "embed.lock",   "watch.lock",
     "lock",        ".gitignore"};
+
+// A write-ahead log: of this index or, when that was replaced, of one before it (log_of).
+bool is_log(std::string_view name) {
+  constexpr std::string_view BEGINNING = "index.db-wal";
+  constexpr std::size_t DIGITS = 16;
+  if (!name.starts_with(BEGINNING) || name.size() != BEGINNING.size() + DIGITS) return false;
+  return name.find_first_not_of("0123456789abcdef", BEGINNING.size()) == std::string_view::npos;
+}
+
+// The names that files of this program may have, in the order in which they go.
+std::vector<std::string> own_names(const fs::path& folder) {
+  std::vector<std::string> names(OWN_FILES.begin(), OWN_FILES.end());
+  std::vector<std::string> logs;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+    std::string name = entry.path().filename().string();
+    if (is_log(name)) logs.push_back(std::move(name));
+  }
+  std::ranges::sort(logs);
+  names.insert(names.begin() + 1, logs.begin(), logs.end());
+  return names;
+}
 
 [[noreturn]] void fail(const fs::path& what) {
   throw std::system_error(errno, std::generic_category(), what.string() + " cannot be removed");
@@ -48,9 +70,9 @@ std::optional<Removal> Removal::find(const fs::path& repository) {
 }
 
 void Removal::look() {
-  for (const char* name : OWN_FILES) {
+  for (const std::string& name : own_names(folder_)) {
     struct stat status {};
-    if (::fstatat(open_.descriptor(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    if (::fstatat(open_.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
     if (S_ISREG(status.st_mode)) files_.push_back({name, status.st_size});
   }
   for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
@@ -70,11 +92,13 @@ void Removal::look() {
 }
 
 void Removal::remove() const {
-  for (const char* name : OWN_FILES) {
+  for (const std::string& name : own_names(folder_)) {  // locks came since
     struct stat status {};
-    if (::fstatat(open_.descriptor(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    if (::fstatat(open_.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
     if (!S_ISREG(status.st_mode)) continue;
-    if (::unlinkat(open_.descriptor(), name, 0) != 0 && errno != ENOENT) fail(folder_ / name);
+    if (::unlinkat(open_.descriptor(), name.c_str(), 0) != 0 && errno != ENOENT) {
+      fail(folder_ / name);
+    }
   }
   if (::rmdir(folder_.c_str()) != 0 && errno != ENOTEMPTY && errno != EEXIST && errno != ENOENT) {
     fail(folder_);

@@ -225,6 +225,7 @@ TEST_F(Browse, RemovesAnIndexAndNothingElse) {
                              "/app. The nearest is removed by: velm"),
             0U);
   folder_.write("repo/.velmora/theirs", "kept");
+  folder_.write("repo/.velmora/index.db-wal0123456789abcdef", "of a process that was killed");
   fs::create_symlink(folder_.write("victim", "kept"), at / "tuned.model");
   const auto removed = run({"clean", "--yes"});
   EXPECT_EQ(removed.exit_code, 0) << removed.errors;

@@ -1,6 +1,8 @@
 #include "velmora/host/index/index.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -191,6 +193,26 @@ std::vector<NearestPair> plain_nearest(const std::vector<Symbol>& symbols,
     return a.id < b.id;
   });
   return pairs;
+}
+
+// Without its lock, the next process to close the index would take it for its own alone and remove
+// the log that this one goes on writing.
+TEST(Index, WriterKeepsItsLockOnTheFile) {
+  const TemporaryFolder folder;
+  const fs::path file = folder.path() / "index.db";
+  const auto index = Index::open_or_create(file);
+  EXPECT_TRUE(rows(*index).empty());
+  index->replace(each({symbol({}, "a")}));
+  EXPECT_EQ(rows(*index).size(), 1U);
+  const int other = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
+  // The bytes that SQLite's readers lock; asked as another process would.
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_start = 0x40000002;
+  lock.l_len = 510;
+  EXPECT_EQ(::fcntl(other, F_OFD_GETLK, &lock), 0);
+  EXPECT_EQ(lock.l_type, F_RDLCK);
+  ::close(other);
 }
 
 TEST(Index, NearestIsExactWithTiesByLowerId) {
