@@ -64,7 +64,8 @@ Tool status_tool() {
       .name = "status",
       .title = "Tell what is indexed",
       .description =
-          "What the index holds: repository, files and definitions by language and kind, what was"
+          "Exhaustive: what the index holds: repository, files and definitions by language and "
+          "kind, what was"
           " left out and why, what changed since. Use it when an answer surprises you, as when a"
           " file seems to be missing. Not needed before questions: every tool brings the index up"
           " to date by itself, and says so when it is behind.",
