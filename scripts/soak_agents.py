@@ -103,7 +103,9 @@ class Tree:
 
     def _function(self, file):
         name = f"soak_{self.changes}"
-        return f"\ndef {name}():\n    pass\n" if file.suffix == ".py" else f"\nint {name}() {{ return 1; }}\n"
+        if file.suffix == ".py":
+            return f"\ndef {name}():\n    pass\n"
+        return f"\nint {name}() {{ return 1; }}\n"
 
 
 def family(pid):
