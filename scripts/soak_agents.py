@@ -103,7 +103,9 @@ class Tree:
 
     def _function(self, file):
         name = f"soak_{self.changes}"
-        return f"\ndef {name}():\n    pass\n" if file.suffix == ".py" else f"\nint {name}() {{ return 1; }}\n"
+        if file.suffix == ".py":
+            return f"\ndef {name}():\n    pass\n"
+        return f"\nint {name}() {{ return 1; }}\n"
 
 
 def family(pid):
@@ -142,7 +144,7 @@ class Soak:
         self.log = log
         self.sessions = []
         self.answers = 0
-        self.behind = 0  # of them said that they did not show the last change
+        self.behind = 0  # so often one of them said that it did not show the last change
         self.idle_time = 0.0
         self.idle_ticks = 0
         self.memory = []  # by round, of each session
@@ -322,6 +324,7 @@ def main():
         finally:
             for session in soak.sessions:
                 session.__exit__()
+        print(f"asked again, for an answer said that it was behind: {soak.behind} times")
         half = soak.memory[len(soak.memory) // 2:]
         for number, memory in enumerate(zip(*half), 1):
             grown = growth(memory)

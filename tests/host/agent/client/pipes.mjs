@@ -1,7 +1,7 @@
 // The server's process with its pipes as they are, for what no well-behaved client sends.
-import { spawn } from 'node:child_process';
-import { readFileSync, readdirSync } from 'node:fs';
-import { createInterface } from 'node:readline';
+import {spawn} from 'node:child_process';
+import {readdirSync, readFileSync} from 'node:fs';
+import {createInterface} from 'node:readline';
 
 export const PROGRAM = process.env.VELMORA_PROGRAM;
 
@@ -10,19 +10,20 @@ const META = {
   'io.modelcontextprotocol/clientCapabilities': {},
 };
 
-export function call(id, name, args, meta = {}) {
-  const params = { name, arguments: args, _meta: { ...META, ...meta } };
-  return JSON.stringify({ jsonrpc: '2.0', id, method: 'tools/call', params }) + '\n';
+export function call(id, name, args) {
+  const params = {name, arguments: args, _meta: META};
+  return JSON.stringify({jsonrpc: '2.0', id, method: 'tools/call', params}) + '\n';
 }
 
 export class Pipes {
   constructor(test, repository) {
     test.after(() => this.process.kill());
-    this.process = spawn(PROGRAM, ['mcp', '--repo', repository], { stdio: ['pipe', 'pipe', 'inherit'] });
+    this.process =
+        spawn(PROGRAM, ['mcp', '--repo', repository], {stdio: ['pipe', 'pipe', 'inherit']});
     this.messages = [];
     this.waiting = [];
-    createInterface({ input: this.process.stdout }).on('line', (line) => {
-      this.messages.push(JSON.parse(line)); // throws at anything but messages
+    createInterface({input: this.process.stdout}).on('line', (line) => {
+      this.messages.push(JSON.parse(line));  // throws at anything but messages
       this.waiting = this.waiting.filter((look) => !look());
     });
     this.exit = new Promise((resolve) => this.process.on('close', (code) => resolve(code)));
@@ -50,20 +51,23 @@ export class Pipes {
   }
 }
 
+function contents(file) {
+  try {
+    return readFileSync(file, 'utf8');
+  } catch {
+    return '';  // it ended meanwhile
+  }
+}
+
 // The processes that a process started and theirs.
 export function children(pid) {
   const found = [];
   for (const task of readdirSync(`/proc/${pid}/task`)) {
-    const listed = readFileSync(`/proc/${pid}/task/${task}/children`, 'utf8').trim();
-    for (const child of listed ? listed.split(' ') : []) found.push(child, ...children(child));
+    for (const child of contents(`/proc/${pid}/task/${task}/children`).split(' ').filter(Boolean)) {
+      found.push(child, ...children(child));
+    }
   }
   return found;
 }
 
-export function lives(pid) {
-  try {
-    return !/\) Z/.test(readFileSync(`/proc/${pid}/stat`, 'utf8'));
-  } catch {
-    return false;
-  }
-}
+export const lives = (pid) => /^ [^Z]/.test(contents(`/proc/${pid}/stat`).replace(/.*\)/, ''));
