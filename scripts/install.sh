@@ -6,8 +6,8 @@ set -euo pipefail
 
 usage="usage: scripts/install.sh [build|test|bench|train]"
 build=(ca-certificates g++ cmake ninja-build patch libsqlite3-dev libicu-dev
-  libcurl4-openssl-dev libxxhash-dev nlohmann-json3-dev libcli11-dev)
-tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk)
+  libcurl4-openssl-dev libxxhash-dev nlohmann-json3-dev libcli11-dev libtomlplusplus-dev)
+tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk mandoc groff-base zsh fish)
 benchmarks=(libbenchmark-dev libxapian-dev python3 git)
 trainer=(libeigen3-dev zlib1g-dev git)
 

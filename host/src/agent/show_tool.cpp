@@ -98,10 +98,10 @@ Tool show_tool() {
       .name = "show",
       .title = "Show a definition",
       .description =
-          "Exhaustive: the source of one definition, as the work tree has it now, with line "
-          "numbers, what it"
-          " stands in and its docstring. Use it in place of reading a whole file, once explore,"
-          " find, grep or a stack trace has named the definition. When several fit, it lists them."
+          "Exhaustive: the whole source of one definition, as the work tree has it now, with line"
+          " numbers, what it stands in and its docstring. Use it in place of reading a whole file,"
+          " once explore, find, grep or a stack trace has named the definition. When several fit,"
+          " it lists them."
           " Not for text outside of definitions: read the file.",
       .parameters = {{.name = "what",
                       .description =
