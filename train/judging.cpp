@@ -63,7 +63,9 @@ ExamAsker::ExamAsker(const Tree& tree, const TreeExam& exam, std::shared_ptr<con
       model_(std::move(model)),
       decisions_(std::move(decisions)),
       vectors_(std::make_shared<TreeVectors>(tree, exam.hidden, *model_)) {
-  for (const TreeSymbol& symbol : tree.symbols) names_.insert(symbol.name);
+  for (const TreeSymbol& symbol : tree.symbols) {
+    if (!models::CALLABLE_KINDS.contains(symbol.kind)) things_.insert(symbol.name);
+  }
 }
 
 retrieval::RetrievalResult ExamAsker::ask(const Question& question, const Parts& parts) {
@@ -73,9 +75,9 @@ retrieval::RetrievalResult ExamAsker::ask(const Question& question, const Parts&
         std::make_shared<TreeRepository>(tree_, exam_.hidden, vectors_, parts.bodies),
         retrieval::RetrieverOptions{.embedder = embedder(model_), .decisions = decisions_});
   }
-  const auto is_name = [&](std::string_view word) { return names_.contains(word); };
+  const auto is_thing = [&](std::string_view word) { return things_.contains(word); };
   return retriever->retrieve(
-      parts.sentences ? host::browse::read_as_sentence(question.text, is_name) : question.text,
+      parts.sentences ? host::browse::read_as_sentence(question.text, is_thing) : question.text,
       {.limit = ANSWER_LIMIT, .rerank = parts.decision});
 }
 

@@ -48,7 +48,7 @@ class ExamAsker {
   const std::shared_ptr<const host::embedding::WordModel> model_;
   const std::shared_ptr<engines::RerankClient> decisions_;
   const std::shared_ptr<const TreeVectors> vectors_;
-  std::unordered_set<std::string_view> names_;
+  std::unordered_set<std::string_view> things_;  // names of what cannot be called
   // Without and with bodies, made when first asked.
   std::array<std::unique_ptr<workers::retrieval::HybridRetriever>, 2> retrievers_;
 };

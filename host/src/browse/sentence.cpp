@@ -9,7 +9,6 @@ namespace {
 
 constexpr std::string_view SPACES = " \t\r\n";
 constexpr std::string_view MARKS = ".,:;!?";
-constexpr std::size_t PROSE_WORDS = 2;
 
 bool is_capital(char c) { return c >= 'A' && c <= 'Z'; }
 bool is_small(char c) { return c >= 'a' && c <= 'z'; }
@@ -42,18 +41,18 @@ std::vector<Word> words_of(std::string_view question) {
 }  // namespace
 
 std::string read_as_sentence(std::string_view question,
-                             const std::function<bool(std::string_view)>& is_name) {
+                             const std::function<bool(std::string_view)>& is_thing) {
   std::string read(question);
   const std::vector<Word> words = words_of(question);
   for (std::size_t i = 0; i < words.size(); ++i) {
     const std::string_view word = words[i].text;
     if (!words[i].begins_sentence || word.size() < 2 || !is_capital(word.front())) continue;
     if (!is_prose(word.substr(1))) continue;
-    std::size_t prose = 0;
+    bool goes_on = false;
     for (std::size_t j = i + 1; j < words.size() && !words[j].begins_sentence; ++j) {
-      prose += is_prose(words[j].text) ? 1U : 0U;
+      goes_on = goes_on || is_prose(words[j].text);
     }
-    if (prose < PROSE_WORDS || is_name(word)) continue;
+    if (!goes_on || is_thing(word)) continue;
     read[words[i].begin] = static_cast<char>(word.front() - 'A' + 'a');
   }
   return read;
