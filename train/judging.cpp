@@ -72,7 +72,7 @@ retrieval::RetrievalResult ExamAsker::ask(const Question& question, const Parts&
   std::unique_ptr<retrieval::HybridRetriever>& retriever = retrievers_[parts.bodies ? 1 : 0];
   if (!retriever) {
     retriever = std::make_unique<retrieval::HybridRetriever>(
-        std::make_shared<TreeRepository>(tree_, exam_.hidden, vectors_, parts.bodies),
+        std::make_shared<TreeRepository>(tree_, exam_, vectors_, parts.bodies),
         retrieval::RetrieverOptions{.embedder = embedder(model_), .decisions = decisions_});
   }
   const auto is_thing = [&](std::string_view word) { return things_.contains(word); };

@@ -3,6 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -11,10 +14,14 @@
 #include <utility>
 #include <vector>
 
+#include "decision/decision_weights.h"
+#include "decision_training.h"
 #include "judge_report.h"
 #include "judging.h"
 #include "tree.h"
 #include "tree_split.h"
+#include "velmora/host/decision/builtin_decision.h"
+#include "velmora/host/embedding/builtin_engine.h"
 #include "velmora/host/embedding/word_model.h"
 #include "workers.h"
 
@@ -28,6 +35,10 @@ struct Arguments {
   std::string trees;
   std::string model = "models/builtin.model";
   TreeSet set = TreeSet::validation;
+  std::string decision = "models/builtin.decision";
+  bool without_sentences = false;
+  bool without_bodies = false;
+  DecisionTrainingOptions training;
   ExamOptions exams = {.questions = 200};
 };
 
@@ -55,16 +66,50 @@ std::vector<Result> each_tree(const Arguments& arguments, TreeSet set, Workers& 
 
 // Each part by itself, then one after the other.
 std::vector<Parts> all_parts() {
-  return {{}, {.sentences = true}, {.bodies = true}, {.sentences = true, .bodies = true}};
+  return {{},
+          {.sentences = true},
+          {.bodies = true},
+          {.decision = true},
+          {.sentences = true, .bodies = true},
+          {.sentences = true, .decision = true},
+          {.sentences = true, .bodies = true, .decision = true}};
 }
 
-std::string judged(const Arguments& arguments, TreeSet set, Workers& workers) {
-  const std::vector<Parts> parts = all_parts();
+std::string judged(const Arguments& arguments, TreeSet set, const std::vector<Parts>& parts,
+                   Workers& workers) {
   const auto model = WordModel::open(arguments.model);
+  static_cast<void>(host::decision::read_weights(arguments.decision));  // tells what is wrong
+  const auto decisions = std::make_shared<host::decision::BuiltinDecision>(
+      arguments.decision, std::make_shared<host::embedding::BuiltinEngine>(arguments.model));
   const std::vector<JudgedTree> trees = each_tree<JudgedTree>(
       arguments, set, workers,
-      [&](const Tree& tree) { return judge(tree, parts, arguments.exams, model, nullptr); });
+      [&](const Tree& tree) { return judge(tree, parts, arguments.exams, model, decisions); });
   return judged_markdown(trees, parts);
+}
+
+// Learns the weights, writes them, and measures them by the trees that choose settings.
+void decide(const Arguments& arguments, Workers& workers) {
+  const auto model = WordModel::open(arguments.model);
+  const Parts parts = {.sentences = !arguments.without_sentences,
+                       .bodies = !arguments.without_bodies};
+  std::vector<RankedQuestion> questions;
+  for (std::vector<RankedQuestion>& some : each_tree<std::vector<RankedQuestion>>(
+           arguments, TreeSet::training, workers, [&](const Tree& tree) {
+             return ranked_questions(tree, parts, arguments.exams, model);
+           })) {
+    std::move(some.begin(), some.end(), std::back_inserter(questions));
+  }
+  if (questions.empty()) throw std::runtime_error("the trees hold no question to learn from");
+  std::fprintf(stderr, "learning from %zu questions\n", questions.size());
+  const std::string text = host::decision::weights_text(
+      {model->name(), learn_weights(questions, arguments.training, workers)});
+  std::ofstream out(arguments.decision, std::ios::binary | std::ios::trunc);
+  out << text;
+  out.close();
+  if (!out) throw std::runtime_error(arguments.decision + " cannot be written");
+  Parts with = parts;
+  with.decision = true;
+  std::fputs(judged(arguments, TreeSet::validation, {parts, with}, workers).c_str(), stdout);
 }
 
 void add_common(CLI::App& command, Arguments& arguments) {
@@ -90,9 +135,28 @@ void add_tree_commands(CLI::App& app, const unsigned& threads) {
   judge->add_option("--set", arguments->set, "training, validation or test")
       ->transform(CLI::CheckedTransformer(sets))
       ->default_str("validation");
+  judge->add_option("--decision", arguments->decision, "The weights of the decision model")
+      ->capture_default_str();
   judge->callback([arguments, &threads] {
     Workers workers(threads);
-    std::fputs(judged(*arguments, arguments->set, workers).c_str(), stdout);
+    std::fputs(judged(*arguments, arguments->set, all_parts(), workers).c_str(), stdout);
+  });
+
+  CLI::App* decision =
+      app.add_subcommand("decide", "Learn the weights of the decision model, and measure them");
+  add_common(*decision, *arguments);
+  decision->add_option("--out", arguments->decision, "The file of weights to write")
+      ->capture_default_str();
+  decision->add_flag("--without-sentences", arguments->without_sentences,
+                     "Ask questions as they are typed");
+  decision->add_flag("--without-bodies", arguments->without_bodies,
+                     "Let text search read no bodies");
+  decision->add_option("--l2", arguments->training.l2, "What large weights cost")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  decision->callback([arguments, &threads] {
+    Workers workers(threads);
+    decide(*arguments, workers);
   });
 }
 

@@ -108,15 +108,15 @@ std::vector<storage::NearestPair> TreeVectors::nearest(std::span<const float> va
   return pairs;
 }
 
-TreeRepository::TreeRepository(const Tree& tree, const std::vector<bool>& hidden,
+TreeRepository::TreeRepository(const Tree& tree, const TreeExam& exam,
                                std::shared_ptr<const TreeVectors> vectors, bool bodies)
-    : tree_(tree), hidden_(hidden), vectors_(std::move(vectors)), bodies_(bodies) {}
+    : tree_(tree), exam_(exam), vectors_(std::move(vectors)), bodies_(bodies) {}
 
 storage::IndexFingerprint TreeRepository::retrieval_fingerprint() { return {tree_.repository}; }
 
 std::unique_ptr<storage::SymbolCursor> TreeRepository::retrievable_code_symbols(
     std::span<const std::string_view> languages, std::span<const std::string_view> kinds) {
-  return std::make_unique<Cursor>(tree_, hidden_, bodies_, languages, kinds);
+  return std::make_unique<Cursor>(tree_, exam_.hidden, bodies_, languages, kinds);
 }
 
 std::vector<storage::NearestPair> TreeRepository::nearest_symbol_ids(
@@ -130,7 +130,7 @@ std::unordered_map<storage::SymbolId, storage::StoredSymbol> TreeRepository::get
   for (const storage::SymbolId id : ids) {
     const auto number = static_cast<std::size_t>(id);
     storage::StoredSymbol symbol;
-    if (!hidden_[number]) symbol.docstring = some(tree_.symbols[number].docstring);
+    if (exam_.kind == PairKind::commit) symbol.docstring = some(tree_.symbols[number].docstring);
     found.emplace(id, std::move(symbol));
   }
   return found;

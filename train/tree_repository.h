@@ -36,9 +36,10 @@ class TreeVectors {
 class TreeRepository final : public storage::Repository {
  public:
   // With `bodies`, text search reads the words of a symbol's source behind its docstring; what a
-  // rerank shows of it stays the docstring. `tree` and `hidden` live as long as this.
-  TreeRepository(const Tree& tree, const std::vector<bool>& hidden,
-                 std::shared_ptr<const TreeVectors> vectors, bool bodies);
+  // rerank shows of it stays the docstring. In an exam of docstrings it shows none: which are
+  // hidden would tell the answer. `tree` and `exam` live as long as this.
+  TreeRepository(const Tree& tree, const TreeExam& exam, std::shared_ptr<const TreeVectors> vectors,
+                 bool bodies);
 
   storage::IndexFingerprint retrieval_fingerprint() override;
   std::unique_ptr<storage::SymbolCursor> retrievable_code_symbols(
@@ -52,7 +53,7 @@ class TreeRepository final : public storage::Repository {
 
  private:
   const Tree& tree_;
-  const std::vector<bool>& hidden_;
+  const TreeExam& exam_;
   const std::shared_ptr<const TreeVectors> vectors_;
   const bool bodies_;
 };
