@@ -70,7 +70,7 @@ void report(const Arguments& arguments, const std::vector<Pair>& pairs, Workers&
   const std::string text =
       to_markdown(measure(drawn, whole, arguments.model, arguments.float_model, workers));
   std::fputs(text.c_str(), stdout);
-  if (arguments.report) write_measured(*arguments.report, text);
+  if (arguments.report) write_measured(*arguments.report, "measured", text);
 }
 
 void run_train(const Arguments& arguments) {

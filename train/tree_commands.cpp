@@ -9,6 +9,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -18,6 +20,8 @@
 #include "decision_training.h"
 #include "judge_report.h"
 #include "judging.h"
+#include "pairs.h"
+#include "quality_report.h"
 #include "tree.h"
 #include "tree_split.h"
 #include "velmora/host/decision/builtin_decision.h"
@@ -39,19 +43,39 @@ struct Arguments {
   bool without_sentences = false;
   bool without_bodies = false;
   DecisionTrainingOptions training;
+  std::size_t learned_questions = 1000;
+  std::optional<std::string> pairs;
+  std::optional<std::string> page;
   ExamOptions exams = {.questions = 200};
 };
 
-// Reads the trees of a set, one a thread at a time, and gives what `make` makes of each, in the
+std::vector<fs::path> files_of(const Arguments& arguments, TreeSet set) {
+  std::vector<fs::path> files = tree_files(arguments.trees, set);
+  if (!files.empty()) return files;
+  throw std::runtime_error(arguments.trees + " holds no tree of the " + std::string(name_of(set)) +
+                           " set");
+}
+
+// The trees to learn from. The embedding model knows the answers of those that it learned from
+// itself, which would teach too much trust in it.
+std::vector<fs::path> files_to_learn_from(const Arguments& arguments) {
+  std::vector<fs::path> files = files_of(arguments, TreeSet::training);
+  if (!arguments.pairs) return files;
+  std::set<std::string, std::less<>> known;
+  for (const Pair& pair : read_pairs(*arguments.pairs)) known.insert(pair.repository);
+  for (const std::string_view held_back : VALIDATION_REPOSITORIES) {
+    known.erase(std::string(held_back));
+  }
+  std::erase_if(files,
+                [&](const fs::path& file) { return known.contains(tree_repository_of(file)); });
+  return files;
+}
+
+// Reads trees, one a thread at a time, and gives what `make` makes of each, in the
 // order of their names.
 template <class Result>
-std::vector<Result> each_tree(const Arguments& arguments, TreeSet set, Workers& workers,
+std::vector<Result> each_tree(const std::vector<fs::path>& files, Workers& workers,
                               const std::function<Result(const Tree&)>& make) {
-  const std::vector<fs::path> files = tree_files(arguments.trees, set);
-  if (files.empty()) {
-    throw std::runtime_error(arguments.trees + " holds no tree of the " +
-                             std::string(name_of(set)) + " set");
-  }
   std::vector<Result> results(files.size());
   std::mutex lock;
   std::size_t done = 0;
@@ -82,9 +106,16 @@ std::string judged(const Arguments& arguments, TreeSet set, const std::vector<Pa
   const auto decisions = std::make_shared<host::decision::BuiltinDecision>(
       arguments.decision, std::make_shared<host::embedding::BuiltinEngine>(arguments.model));
   const std::vector<JudgedTree> trees = each_tree<JudgedTree>(
-      arguments, set, workers,
+      files_of(arguments, set), workers,
       [&](const Tree& tree) { return judge(tree, parts, arguments.exams, model, decisions); });
   return judged_markdown(trees, parts);
+}
+
+void tell(const Arguments& arguments, TreeSet set, unsigned threads) {
+  Workers workers(threads);
+  const std::string text = judged(arguments, set, all_parts(), workers);
+  std::fputs(text.c_str(), stdout);
+  if (arguments.page) write_measured(*arguments.page, std::string(name_of(set)) + " set", text);
 }
 
 // Learns the weights, writes them, and measures them by the trees that choose settings.
@@ -92,11 +123,12 @@ void decide(const Arguments& arguments, Workers& workers) {
   const auto model = WordModel::open(arguments.model);
   const Parts parts = {.sentences = !arguments.without_sentences,
                        .bodies = !arguments.without_bodies};
+  const ExamOptions exams = {.questions = arguments.learned_questions,
+                             .seed = arguments.exams.seed};
   std::vector<RankedQuestion> questions;
   for (std::vector<RankedQuestion>& some : each_tree<std::vector<RankedQuestion>>(
-           arguments, TreeSet::training, workers, [&](const Tree& tree) {
-             return ranked_questions(tree, parts, arguments.exams, model);
-           })) {
+           files_to_learn_from(arguments), workers,
+           [&](const Tree& tree) { return ranked_questions(tree, parts, exams, model); })) {
     std::move(some.begin(), some.end(), std::back_inserter(questions));
   }
   if (questions.empty()) throw std::runtime_error("the trees hold no question to learn from");
@@ -135,17 +167,27 @@ void add_tree_commands(CLI::App& app, const unsigned& threads) {
   judge->add_option("--set", arguments->set, "training, validation or test")
       ->transform(CLI::CheckedTransformer(sets))
       ->default_str("validation");
-  judge->add_option("--decision", arguments->decision, "The weights of the decision model")
-      ->capture_default_str();
-  judge->callback([arguments, &threads] {
-    Workers workers(threads);
-    std::fputs(judged(*arguments, arguments->set, all_parts(), workers).c_str(), stdout);
-  });
+  CLI::App* report = app.add_subcommand(
+      "report", "Measure the same by the trees of the test set, by which nothing is ever chosen");
+  add_common(*report, *arguments);
+  for (CLI::App* command : {judge, report}) {
+    command->add_option("--decision", arguments->decision, "The weights of the decision model")
+        ->capture_default_str();
+    command->add_option("--report", arguments->page, "Puts the tables into this file");
+  }
+  judge->callback([arguments, &threads] { tell(*arguments, arguments->set, threads); });
+  report->callback([arguments, &threads] { tell(*arguments, TreeSet::test, threads); });
 
   CLI::App* decision =
       app.add_subcommand("decide", "Learn the weights of the decision model, and measure them");
   add_common(*decision, *arguments);
   decision->add_option("--out", arguments->decision, "The file of weights to write")
+      ->capture_default_str();
+  decision->add_option("--pairs", arguments->pairs,
+                       "The pairs that the embedding model learned from: their trees are left out");
+  decision
+      ->add_option("--learned-questions", arguments->learned_questions,
+                   "The most questions of each kind that are learned from a tree")
       ->capture_default_str();
   decision->add_flag("--without-sentences", arguments->without_sentences,
                      "Ask questions as they are typed");

@@ -59,8 +59,7 @@ struct ExploreOptions {
   EmbeddingOptions embedding;
 };
 
-QueryEmbedder embedder(const ExploreOptions& options, const fs::path& index_file) {
-  auto engine = question_engine(options.embedding, index_file);
+QueryEmbedder embedder(std::shared_ptr<engines::EmbeddingEngine> engine) {
   return engine ? workers::retrieval::engine_query_embedder(std::move(engine)) : QueryEmbedder();
 }
 
@@ -95,8 +94,9 @@ ExitCode explore(const ExploreOptions& options) {
   const fs::path file = options.location.file();
   // First: what is wrong with it matters most.
   const auto index = options.location.open(options.embedding);
-  const auto decisions = rerank_client(options.rerank);
-  HybridRetriever retriever(index, {.embedder = embedder(options, file), .decisions = decisions});
+  const auto engine = question_engine(options.embedding, file);
+  const auto decisions = rerank_client(options.rerank, engine);
+  HybridRetriever retriever(index, {.embedder = embedder(engine), .decisions = decisions});
   const RetrieveOptions retrieve = retrieve_options(options, decisions != nullptr);
   AnswerDetails details = options.details;
   if (options.form.vimgrep) details.context = 0;  // the line that it shows

@@ -17,7 +17,7 @@ namespace velmora::host::decision {
 const std::array<std::string_view, FEATURES> FEATURE_NAMES = {"reciprocal_place",
                                                               "log_place",
                                                               "cosine",
-                                                              "cosine_behind",
+                                                              "cosine_deviation",
                                                               "cosine_reciprocal_rank",
                                                               "name_cosine",
                                                               "docstring_cosine",
@@ -33,9 +33,9 @@ const std::array<std::string_view, FEATURES> FEATURE_NAMES = {"reciprocal_place"
                                                               "docstring_precision",
                                                               "line_recall",
                                                               "name_rare_recall",
-                                                              "name_rare_behind",
+                                                              "name_rare_deviation",
                                                               "line_rare_recall",
-                                                              "line_rare_behind",
+                                                              "line_rare_deviation",
                                                               "name_covered",
                                                               "name_spelled",
                                                               "file_precision",
@@ -66,6 +66,8 @@ namespace retrieval = workers::retrieval;
 constexpr std::size_t MOST_QUESTION_WORDS = 64;
 constexpr std::size_t PREFIX = 4;
 constexpr std::size_t SHORTEST_STEM = 3;
+// Differences below this are those of rounding.
+constexpr double SMALLEST_UNIT = 1e-9;
 
 // Parse, parses, parsed, parser and parsing become one.
 std::string_view stem(std::string_view word) {
@@ -219,7 +221,7 @@ class Rows {
       model_.embed_query(text.docstring, told);
       at(i, Feature::docstring_cosine) = dot(asked, told);
     }
-    set_behind(Feature::cosine, Feature::cosine_behind);
+    set_deviation(Feature::cosine, Feature::cosine_deviation);
     for (std::size_t i = 0; i < rows_.size(); ++i) {
       std::size_t better = 0;
       for (std::size_t j = 0; j < rows_.size(); ++j) {
@@ -229,10 +231,19 @@ class Rows {
     }
   }
 
-  void set_behind(Feature of, Feature behind) {
-    double best = -1.0;
-    for (std::size_t i = 0; i < rows_.size(); ++i) best = std::max(best, at(i, of));
-    for (std::size_t i = 0; i < rows_.size(); ++i) at(i, behind) = at(i, of) - best;
+  void set_deviation(Feature of, Feature deviation) {
+    double sum = 0.0;
+    double squares = 0.0;
+    for (std::size_t i = 0; i < rows_.size(); ++i) sum += at(i, of);
+    const double mean = sum / static_cast<double>(rows_.size());
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+      at(i, deviation) = at(i, of) - mean;
+      squares += at(i, deviation) * at(i, deviation);
+    }
+    const double unit = std::sqrt(squares / static_cast<double>(rows_.size()));
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+      at(i, deviation) = unit > SMALLEST_UNIT ? at(i, deviation) / unit : 0.0;
+    }
   }
 
   void add_overlaps(std::size_t i) {
@@ -340,8 +351,8 @@ class Rows {
       at(i, Feature::name_rare_recall) = recall(parts_[i].name);
       at(i, Feature::line_rare_recall) = recall(parts_[i].line);
     }
-    set_behind(Feature::name_rare_recall, Feature::name_rare_behind);
-    set_behind(Feature::line_rare_recall, Feature::line_rare_behind);
+    set_deviation(Feature::name_rare_recall, Feature::name_rare_deviation);
+    set_deviation(Feature::line_rare_recall, Feature::line_rare_deviation);
   }
 
   const embedding::WordModel& model_;

@@ -14,14 +14,15 @@ namespace velmora::host::decision {
 
 // Words are the stems of what the library's splitter cuts, without stop words. A share is a part
 // of the words of something, from 0 to 1; a rare word counts as much as the logarithm of how few
-// of the candidates have it. "Behind" is how far a candidate lags behind the best, 0 or less.
+// of the candidates have it. A deviation is how far something is above its mean over the
+// candidates, in standard deviations; 0 when all are equal.
 enum class Feature : std::size_t {
   // The order of the ranking.
   reciprocal_place,  // 1 / place, from 1
   log_place,         // of 1 + place, to the base 2
   // Cosines with the question by the word model, -1 to 1.
   cosine,                  // of the whole candidate
-  cosine_behind,           // of the same
+  cosine_deviation,        // of the same
   cosine_reciprocal_rank,  // 1 / its place when ordered by it
   name_cosine,             // of the name alone
   docstring_cosine,        // of the docstring alone; 0 without
@@ -40,9 +41,9 @@ enum class Feature : std::size_t {
   line_recall,  // any part
   // The same of rare words.
   name_rare_recall,
-  name_rare_behind,
+  name_rare_deviation,
   line_rare_recall,
-  line_rare_behind,
+  line_rare_deviation,
   // Yes (1) or no (0), and shares.
   name_covered,    // every word of a name of two or more is in the question
   name_spelled,    // the name stands in the question as a word of its own, in any case
@@ -53,14 +54,14 @@ enum class Feature : std::size_t {
   same_file,       // share of the other candidates that are in the same file
   same_name,       // share of them that have the same name
   is_type,         // class, struct, union, interface, trait, enum or type
-  is_function,     //
-  is_method,       //
-  is_constructor,  //
-  is_constant,     //
-  is_macro,        //
-  is_module,       //
-  is_test,         // by its path
-  has_docstring,   //
+  is_function,
+  is_method,
+  is_constructor,
+  is_constant,
+  is_macro,
+  is_module,
+  is_test,  // by its path
+  has_docstring,
   // Natural logarithms of 1 + a count.
   name_words,
   signature_bytes,
