@@ -2,16 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <array>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "decision_training.h"
-#include "judge_report.h"
 #include "judged_scores.h"
 #include "judging.h"
 #include "random.h"

