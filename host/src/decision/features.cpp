@@ -6,6 +6,7 @@
 #include <numeric>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "decision/candidate.h"
 #include "embedding/word_bag.h"
@@ -41,7 +42,7 @@ const std::array<std::string_view, FEATURES> FEATURE_NAMES = {"reciprocal_place"
                                                               "file_precision",
                                                               "file_covered",
                                                               "pair_recall",
-                                                              "prefix_recall",
+                                                              "short_recall",
                                                               "same_file",
                                                               "same_name",
                                                               "is_type",
@@ -64,29 +65,29 @@ namespace retrieval = workers::retrieval;
 
 // A question is as long as its user likes; words beyond so many say nothing new.
 constexpr std::size_t MOST_QUESTION_WORDS = 64;
-constexpr std::size_t PREFIX = 4;
 constexpr std::size_t SHORTEST_STEM = 3;
 // Differences below this are those of rounding.
 constexpr double SMALLEST_UNIT = 1e-9;
 
-// Parse, parses, parsed, parser and parsing become one.
-std::string_view stem(std::string_view word) {
+// Cuts the ending off a word, so that parse, parses, parsed, parser and parsing become one, as do
+// retry and retries.
+void stem(std::string& word) {
   constexpr std::array<std::string_view, 6> ENDS = {"ing", "ed", "er", "es", "s", "e"};
   for (const std::string_view end : ENDS) {
     if (!word.ends_with(end) || word.size() < end.size() + SHORTEST_STEM) continue;
     if (end == "s" && word.ends_with("ss")) continue;
-    word.remove_suffix(end.size());
+    word.resize(word.size() - end.size());
     const std::size_t size = word.size();
     const bool doubled = size > SHORTEST_STEM && word[size - 1] == word[size - 2];
-    if (doubled && end.size() >= 2 && end != "es") word.remove_suffix(1);
+    if (doubled && end.size() >= 2 && end != "es") word.pop_back();
     break;
   }
-  return word;
+  if (word.size() >= SHORTEST_STEM && word.back() == 'y') word.back() = 'i';
 }
 
 struct Stem {
-  std::uint64_t whole = 0;
-  std::uint64_t prefix = 0;  // of its first letters
+  std::uint64_t whole = 0;  // its hash
+  std::string text;
 };
 
 using Stems = std::vector<Stem>;
@@ -94,11 +95,10 @@ using Stems = std::vector<Stem>;
 // In the order of the text, repeats kept.
 Stems stems_of(std::string_view text) {
   Stems stems;
-  for (const std::string& word : retrieval::split_identifier(text)) {
+  for (std::string& word : retrieval::split_identifier(text)) {
     if (retrieval::STOP_WORDS.contains(word)) continue;
-    const std::string_view cut = stem(word);
-    stems.push_back({embedding::word_hash(cut),
-                     cut.size() < PREFIX ? 0 : embedding::word_hash(cut.substr(0, PREFIX))});
+    stem(word);
+    stems.push_back({embedding::word_hash(word), std::move(word)});
   }
   return stems;
 }
@@ -116,6 +116,12 @@ Stems distinct(const Stems& stems, std::size_t most) {
     if (!has(once, some.whole)) once.push_back(some);
   }
   return once;
+}
+
+// Whether one is the beginning of the other: config and configuration.
+bool is_short_for(std::string_view one, std::string_view other) {
+  if (one.size() > other.size()) std::swap(one, other);
+  return one.size() >= SHORTEST_STEM && other.starts_with(one);
 }
 
 double share(std::size_t part, std::size_t whole) {
@@ -272,13 +278,13 @@ class Rows {
         question_.empty() ? 0.0 : share(shared_pairs(parts.name), question_.size() - 1);
     std::size_t prefixes = 0;
     for (const Stem& asked : question_) {
-      if (asked.prefix == 0 || has(parts.name, asked.whole)) continue;
+      if (has(parts.name, asked.whole)) continue;
       prefixes += std::any_of(parts.name.begin(), parts.name.end(),
-                              [&](const Stem& told) { return told.prefix == asked.prefix; })
+                              [&](const Stem& told) { return is_short_for(asked.text, told.text); })
                       ? 1U
                       : 0U;
     }
-    at(i, Feature::prefix_recall) = share(prefixes, question_.size());
+    at(i, Feature::short_recall) = share(prefixes, question_.size());
   }
 
   // Of the question's neighbouring words, how many are neighbours in `name`, in this order.
