@@ -14,9 +14,6 @@ namespace {
 
 using host::embedding::WordModel;
 
-constexpr std::string_view BEGIN_MARK = "<!-- measured -->";
-constexpr std::string_view END_MARK = "<!-- end of measured -->";
-
 template <class... Values>
 std::string print(const char* format, Values... values) {
   std::array<char, 512> line{};
@@ -118,16 +115,19 @@ std::string to_markdown(const Quality& quality) {
   return text;
 }
 
-void write_measured(const std::filesystem::path& file, const std::string& text) {
+void write_measured(const std::filesystem::path& file, const std::string& name,
+                    const std::string& text) {
+  const std::string begin_mark = "<!-- " + name + " -->";
+  const std::string end_mark = "<!-- end of " + name + " -->";
   std::string content;
   if (std::ifstream in(file, std::ios::binary); in) {
     content.assign(std::istreambuf_iterator<char>(in), {});
   }
-  const std::string block = std::string(BEGIN_MARK) + "\n" + text + std::string(END_MARK);
-  const std::size_t begin = content.find(BEGIN_MARK);
-  const std::size_t end = content.find(END_MARK);
+  const std::string block = begin_mark + "\n" + text + end_mark;
+  const std::size_t begin = content.find(begin_mark);
+  const std::size_t end = content.find(end_mark);
   if (begin != content.npos && end != content.npos && begin < end) {
-    content.replace(begin, end + END_MARK.size() - begin, block);
+    content.replace(begin, end + end_mark.size() - begin, block);
   } else {
     content += (content.empty() ? "" : "\n") + block + "\n";
   }

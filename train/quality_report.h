@@ -47,9 +47,10 @@ struct Quality {
 // The tables, in Markdown.
 [[nodiscard]] std::string to_markdown(const Quality& quality);
 
-// Puts `text` between the marks "<!-- measured -->" and "<!-- end of measured -->" of a file, in
-// the place of what stands there; behind everything when it has no marks. What a person wrote
-// around them stays. Throws std::runtime_error when the file cannot be written.
-void write_measured(const std::filesystem::path& file, const std::string& text);
+// Puts `text` between the marks "<!-- NAME -->" and "<!-- end of NAME -->" of a file, in the place
+// of what stands there; behind everything when it has no marks. What a person wrote around them
+// stays. Throws std::runtime_error when the file cannot be written.
+void write_measured(const std::filesystem::path& file, const std::string& name,
+                    const std::string& text);
 
 }  // namespace velmora::train

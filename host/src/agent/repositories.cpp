@@ -76,18 +76,18 @@ browse::Answer Repository::answer(const std::shared_ptr<index::Index>& index,
 
 std::shared_ptr<HybridRetriever> Repository::retriever_of(
     const std::shared_ptr<index::Index>& index) {
-  std::call_once(embedder_once_, [&] {
-    if (!options_.engine) return;
-    if (auto engine = options_.engine(upkeep::index_of_repository(root_))) {
-      embedder_ = workers::retrieval::engine_query_embedder(std::move(engine));
-    }
+  std::call_once(engine_once_, [&] {
+    std::shared_ptr<engines::EmbeddingEngine> engine;
+    if (options_.engine) engine = options_.engine(upkeep::index_of_repository(root_));
+    if (options_.decisions) decisions_ = options_.decisions(engine);
+    if (engine) embedder_ = workers::retrieval::engine_query_embedder(std::move(engine));
   });
   const workers::retrieval::RetrievalSettings ranking = settings::retrieval_settings(root_);
   const std::lock_guard lock(mutex_);
   if (asked_.index != index || asked_.ranking != ranking) {
     asked_.retriever = std::make_shared<HybridRetriever>(
         index, workers::retrieval::RetrieverOptions{
-                   .embedder = embedder_, .settings = ranking, .decisions = options_.decisions});
+                   .embedder = embedder_, .settings = ranking, .decisions = decisions_});
     asked_.index = index;
     asked_.ranking = ranking;
   }

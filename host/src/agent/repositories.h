@@ -33,8 +33,11 @@ struct RepositoryOptions {
   // The engine that embeds questions to it, or null; called by the first question.
   std::function<std::shared_ptr<engines::EmbeddingEngine>(const std::filesystem::path&)> engine =
       {};
-  std::shared_ptr<engines::RerankClient> decisions = {};  // null: no rerank
-  bool consent = false;                                   // as upkeep::MakeOptions has it
+  // The client that reorders hits, given that engine; null: none. Called by the first question.
+  std::function<std::shared_ptr<engines::RerankClient>(
+      const std::shared_ptr<engines::EmbeddingEngine>&)>
+      decisions = {};
+  bool consent = false;  // as upkeep::MakeOptions has it
 };
 
 class Repository {
@@ -70,9 +73,10 @@ class Repository {
 
   const std::filesystem::path root_;
   const RepositoryOptions options_;
-  std::once_flag kept_once_, embedder_once_;
+  std::once_flag kept_once_, engine_once_;
   std::unique_ptr<upkeep::KeptIndex> kept_;
   workers::retrieval::QueryEmbedder embedder_;
+  std::shared_ptr<engines::RerankClient> decisions_;
   std::mutex mutex_;
   Asked asked_;  // guarded by it
 };

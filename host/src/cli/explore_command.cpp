@@ -63,8 +63,7 @@ struct ExploreOptions {
   EmbeddingOptions embedding;
 };
 
-QueryEmbedder embedder(const ExploreOptions& options, const fs::path& index_file) {
-  auto engine = question_engine(options.embedding, index_file);
+QueryEmbedder embedder(std::shared_ptr<engines::EmbeddingEngine> engine) {
   return engine ? workers::retrieval::engine_query_embedder(std::move(engine)) : QueryEmbedder();
 }
 
@@ -102,10 +101,11 @@ ExitCode explore(const ExploreOptions& options) {
   auto ranking = settings::retrieval_settings(root);
   // First: what is wrong with it matters most.
   const auto index = options.location.open(options.embedding);
-  const auto decisions = rerank_client(options.rerank);
-  HybridRetriever retriever(index, {.embedder = embedder(options, file),
-                                    .settings = std::move(ranking),
-                                    .decisions = decisions});
+  const auto engine = question_engine(options.embedding, file);
+  const auto decisions = rerank_client(options.rerank, engine);
+  HybridRetriever retriever(
+      index,
+      {.embedder = embedder(engine), .settings = std::move(ranking), .decisions = decisions});
   const RetrieveOptions retrieve = retrieve_options(options, decisions != nullptr);
   AnswerDetails details = options.details;
   if (options.form.vimgrep) details.context = 0;  // the line that it shows

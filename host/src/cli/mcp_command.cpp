@@ -82,7 +82,10 @@ agent::RepositoryOptions repository_options(const McpOptions& options) {
   return {
       .model = [for_symbols](const fs::path& file) { return indexing_model(for_symbols, file); },
       .engine = [embedding](const fs::path& file) { return question_engine(embedding, file); },
-      .decisions = rerank_client(options.rerank),
+      .decisions =
+          [rerank = options.rerank](const std::shared_ptr<engines::EmbeddingEngine>& engine) {
+            return rerank_client(rerank, engine);
+          },
       .consent = options.yes};
 }
 

@@ -2,8 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
+#include <utility>
 
+#include "velmora/host/decision/builtin_decision.h"
 #include "velmora/host/decision/http_reranker.h"
+#include "velmora/host/embedding/builtin_engine.h"
 
 namespace velmora::host::cli {
 
@@ -28,8 +31,18 @@ void require_whole_rerank(const RerankOptions& options) {
                                 " needs a model: --rerank-model NAME, or VELMORA_RERANK_MODEL");
 }
 
-std::shared_ptr<engines::RerankClient> rerank_client(const RerankOptions& options) {
-  if (options.none || options.url.empty()) return nullptr;
+std::shared_ptr<engines::RerankClient> rerank_client(
+    const RerankOptions& options, const std::shared_ptr<engines::EmbeddingEngine>& engine) {
+  if (options.none) return nullptr;
+  if (options.url.empty()) {
+    if (!engine) return nullptr;
+    auto words = std::dynamic_pointer_cast<embedding::BuiltinEngine>(engine);
+    if (!words) {
+      words = std::make_shared<embedding::BuiltinEngine>(embedding::shipped_model_file());
+    }
+    return std::make_shared<decision::BuiltinDecision>(decision::shipped_decision_file(),
+                                                       std::move(words));
+  }
   const char* const key = std::getenv("VELMORA_RERANK_API_KEY");
   return std::make_shared<decision::HttpReranker>(
       decision::HttpRerankerOptions{.url = options.url,

@@ -1,9 +1,10 @@
-// The options of a rerank by a server.
+// The options of a rerank.
 #pragma once
 
 #include <memory>
 #include <string>
 
+#include "velmora/engines/embedding.h"
 #include "velmora/engines/rerank_client.h"
 
 namespace CLI {
@@ -14,7 +15,7 @@ namespace velmora::host::cli {
 
 struct RerankOptions {
   bool none = false;  // --no-rerank
-  std::string url;    // empty: no rerank either
+  std::string url;    // empty: no server, but the program's own model
   std::string model;
   bool share_source = false;
 };
@@ -27,7 +28,11 @@ void add_rerank_options(CLI::App& command, RerankOptions& options);
 // without a server.
 void require_whole_rerank(const RerankOptions& options);
 
-// The client that reorders the first hits; null when there is none.
-[[nodiscard]] std::shared_ptr<engines::RerankClient> rerank_client(const RerankOptions& options);
+// The client that reorders the first hits: the server's, or the program's own, which knows words as
+// `engine` does, or as the model that the program came with when `engine` is a server's. Null when
+// there is to be none: with --no-rerank, and without a server when `engine` is null, since hits are
+// to be ranked by names and text only.
+[[nodiscard]] std::shared_ptr<engines::RerankClient> rerank_client(
+    const RerankOptions& options, const std::shared_ptr<engines::EmbeddingEngine>& engine);
 
 }  // namespace velmora::host::cli

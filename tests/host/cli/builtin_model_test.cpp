@@ -249,9 +249,19 @@ TEST_F(BuiltinModel, ComesWithTheProgram) {
     fs::copy_file(model, folder.path() / place / "builtin.model");
     fs::remove_all(folder.path() / "repo" / ".velmora");
     EXPECT_EQ(run_velmora({"index", repo}, "", "/", program).exit_code, 0);
-    const auto answer =
-        run_velmora({"explore", "--repo", repo, "--json", "fetch"}, "", "/", program);
+    const auto ask = [&](const std::string& more) {
+      return run_velmora({"explore", "--repo", repo, "--json", "fetch", more}, "", "/", program);
+    };
+    EXPECT_NE(ask("--no-rerank").output.find(ALL_OK), std::string::npos);
+    const fs::path weights = folder.path() / place / "builtin.decision";
+    const auto unordered = ask("--why");
+    EXPECT_NE(unordered.output.find("could not rerank the hits"), std::string::npos);
+    EXPECT_NE(unordered.errors.find("builtin.decision is missing"), std::string::npos);
+    fs::copy_file(fs::path(VELMORA_PROGRAM).parent_path() / "builtin.decision", weights);
+    const auto answer = ask("--why");
     EXPECT_NE(answer.output.find(ALL_OK), std::string::npos) << answer.output;
+    EXPECT_NE(answer.output.find(R"("place_before_rerank":1)"), std::string::npos);
+    fs::remove(weights);
   }
 }
 
