@@ -38,9 +38,6 @@ std::vector<Pair> without_answers_documentation(std::vector<Pair> symbols,
   return symbols;
 }
 
-namespace {
-
-// Keeps `most` of the questions, in their order.
 std::vector<Question> draw(std::vector<Question> questions, const ExamOptions& options) {
   Random random(options.seed);
   std::vector<std::size_t> numbers(questions.size());
@@ -58,8 +55,6 @@ std::vector<Question> draw(std::vector<Question> questions, const ExamOptions& o
   }
   return drawn;
 }
-
-}  // namespace
 
 std::vector<Exam> make_exams(std::span<const Pair> pairs,
                              std::span<const std::string_view> repositories,

@@ -50,6 +50,11 @@ struct ExamOptions {
   std::uint64_t seed = 1;
 };
 
+// Keeps at most `options.questions` of the questions, in their order; their answers are put in
+// order too, each once.
+[[nodiscard]] std::vector<Question> draw(std::vector<Question> questions,
+                                         const ExamOptions& options);
+
 // An exam of each kind for each of the repositories, in their order, docs first; one without
 // questions is left out. A symbol's documentation is what its pairs tell of it, and for the
 // sentence of a doc question nothing: the symbols that it is asked about stand there without

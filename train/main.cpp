@@ -18,6 +18,7 @@
 #include "pairs.h"
 #include "quality_report.h"
 #include "training.h"
+#include "tree_commands.h"
 #include "tuning.h"
 #include "velmora/host/index/index_folder.h"
 #include "workers.h"
@@ -229,6 +230,8 @@ int run(int argc, const char* const* argv) {
       "tune", "Adapt the model to a repository, and keep the result there if it is better");
   tuner->add_option("REPO", arguments.repositories, "A work tree")->required()->expected(1);
   tuner->add_option("--model", arguments.model, "The model to begin with")->capture_default_str();
+
+  add_tree_commands(app, arguments.threads);
 
   try {
     app.parse(argc, argv);

@@ -2,11 +2,13 @@
 
 #include <zlib.h>
 
-#include <array>
+#include <cstddef>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string_view>
+
+#include "gzip_lines.h"
 
 namespace velmora::train {
 namespace {
@@ -60,38 +62,14 @@ std::string symbol_key(const Pair& pair) {
 }
 
 std::vector<Pair> read_pairs(const std::filesystem::path& file) {
-  const File in(gzopen(file.c_str(), "rb"));
-  if (!in) fail(file, "cannot be opened");
   std::vector<Pair> pairs;
-  std::string line;
-  std::array<char, 65536> buffer;
-  std::size_t number = 0;
-  const auto take_line = [&] {
-    ++number;
+  read_gzip_lines(file, [&](std::string_view line, std::size_t) {
     try {
       pairs.push_back(pair_of(line));
     } catch (const std::exception& error) {
-      fail(file, "line " + std::to_string(number) + " is not a pair: " + error.what());
+      throw std::runtime_error(std::string("is not a pair: ") + error.what());
     }
-    line.clear();
-  };
-  while (true) {
-    const int count = gzread(in.get(), buffer.data(), static_cast<unsigned>(buffer.size()));
-    if (count < 0) fail(file, "is damaged or cannot be read");
-    if (count == 0) break;
-    std::string_view rest(buffer.data(), static_cast<std::size_t>(count));
-    for (std::size_t end = rest.find('\n'); end != rest.npos; end = rest.find('\n')) {
-      line.append(rest.substr(0, end));
-      take_line();
-      rest.remove_prefix(end + 1);
-    }
-    line.append(rest);
-  }
-  // A gzip file that is cut short ends quietly.
-  int code = Z_OK;
-  gzerror(in.get(), &code);
-  if (code != Z_OK) fail(file, "is cut short");
-  if (!line.empty()) take_line();
+  });
   return pairs;
 }
 

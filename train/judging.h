@@ -1,0 +1,79 @@
+// Asks whole trees their questions, through the retriever and with the settings of `velmora
+// explore`, with the parts of the answer switched on one by one.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "tree.h"
+#include "tree_repository.h"
+#include "velmora/host/embedding/word_model.h"
+#include "velmora/workers/retrieval.h"
+
+namespace velmora::train {
+
+// What may be added to the fusion.
+struct Parts {
+  bool sentences = false;  // the first word of a sentence is read as prose
+  bool bodies = false;     // text search reads the words of bodies
+  bool decision = false;   // the first hits are reordered
+
+  bool operator==(const Parts&) const = default;
+};
+
+// "fusion", or what is added to it: "sentences + bodies".
+[[nodiscard]] std::string name_of(const Parts& parts);
+
+// Puts the questions of one exam. One thread uses it at a time.
+class ExamAsker {
+ public:
+  // `tree` and `exam` live as long as this. `decisions` may be null when none is asked for.
+  ExamAsker(const Tree& tree, const TreeExam& exam,
+            std::shared_ptr<const host::embedding::WordModel> model,
+            std::shared_ptr<engines::RerankClient> decisions);
+
+  // The first ANSWER_LIMIT hits, whose ids are numbers of the tree's symbols.
+  [[nodiscard]] workers::retrieval::RetrievalResult ask(const Question& question,
+                                                        const Parts& parts);
+
+ private:
+  const Tree& tree_;
+  const TreeExam& exam_;
+  const std::shared_ptr<const host::embedding::WordModel> model_;
+  const std::shared_ptr<engines::RerankClient> decisions_;
+  const std::shared_ptr<const TreeVectors> vectors_;
+  std::unordered_set<std::string_view> things_;  // names of what cannot be called
+  // Without and with bodies, made when first asked.
+  std::array<std::unique_ptr<workers::retrieval::HybridRetriever>, 2> retrievers_;
+};
+
+struct JudgedQuestion {
+  PairKind kind = PairKind::commit;
+  std::uint32_t words = 0;  // with spaces between
+  // For each of the parts the place, from 1, of the first right answer; 0: not among the hits.
+  std::vector<std::uint32_t> ranks;
+
+  bool operator==(const JudgedQuestion&) const = default;
+};
+
+struct JudgedTree {
+  std::string repository;
+  std::string commit;
+  std::size_t symbols = 0;
+  std::vector<JudgedQuestion> questions;  // docs first
+
+  bool operator==(const JudgedTree&) const = default;
+};
+
+[[nodiscard]] JudgedTree judge(const Tree& tree, std::span<const Parts> parts,
+                               const ExamOptions& options,
+                               const std::shared_ptr<const host::embedding::WordModel>& model,
+                               const std::shared_ptr<engines::RerankClient>& decisions);
+
+}  // namespace velmora::train

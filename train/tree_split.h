@@ -1,0 +1,34 @@
+// Which trees are learned from, which choose settings, and which judge at the end.
+//
+// The sets share no owner and no family: forks and ports, organisations of one company or author,
+// and trees of which one holds a copy of the other. Copies were looked for: where two trees share
+// more than two in a hundred of the smaller one's signatures together with the words of their
+// bodies, both stand in one set.
+#pragma once
+
+#include <array>
+#include <filesystem>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace velmora::train {
+
+enum class TreeSet { training, validation, test };
+
+// The set of a repository "owner/name": that of its owner; an owner that stands in no list is
+// learned from.
+[[nodiscard]] TreeSet tree_set(std::string_view repository);
+
+// Owners that belong together, though their names differ; one family a row. For a test, which holds
+// the sets against it.
+[[nodiscard]] std::span<const std::vector<std::string_view>> owner_families();
+
+// The files of a folder of trees that belong to the set, by name.
+[[nodiscard]] std::vector<std::filesystem::path> tree_files(const std::filesystem::path& folder,
+                                                            TreeSet set);
+
+// "training", "validation" or "test".
+[[nodiscard]] std::string_view name_of(TreeSet set);
+
+}  // namespace velmora::train
