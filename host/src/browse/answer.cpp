@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "browse/near_names.h"
+#include "browse/sentence.h"
+#include "index/catalog.h"
 #include "text/layout.h"
 #include "text/printable.h"
 
@@ -23,14 +25,36 @@ bool same_but_for_case(std::string_view left, std::string_view right) {
                     [](char a, char b) { return lower(a) == lower(b); });
 }
 
-// The word of the question that put the hit above the fused ranking, if one did.
-std::optional<std::string> pin(const std::vector<std::string>& words, const Hit& hit) {
-  for (const std::string& word : words) {
-    const bool pins = words.size() == 1 || workers::retrieval::reads_as_code(word);
-    if (pins && same_but_for_case(word, hit.symbol.name)) return word;
+// The words of a question that put the symbols that they name above the fused ranking.
+class Pins {
+ public:
+  // Whether a word does so is decided by the question as it was `read`; it is told as it was
+  // `asked`.
+  Pins(std::string_view asked, std::string_view read)
+      : asked_(workers::retrieval::query_names(asked)),
+        read_(workers::retrieval::query_names(read)) {}
+
+  // The word that put the hit there, if one did.
+  [[nodiscard]] std::optional<std::string> of(const Hit& hit) const {
+    for (const std::string& word : read_) {
+      const bool pins = read_.size() == 1 || workers::retrieval::reads_as_code(word);
+      if (pins && same_but_for_case(word, hit.symbol.name)) return as_asked(word);
+    }
+    return std::nullopt;
   }
-  return std::nullopt;
-}
+
+ private:
+  [[nodiscard]] std::string as_asked(const std::string& word) const {
+    if (std::find(asked_.begin(), asked_.end(), word) != asked_.end()) return word;
+    const auto same = std::find_if(asked_.begin(), asked_.end(), [&](const std::string& other) {
+      return same_but_for_case(word, other);
+    });
+    return same == asked_.end() ? word : *same;
+  }
+
+  std::vector<std::string> asked_;
+  std::vector<std::string> read_;
+};
 
 // The one name that the question consists of, without what it is qualified by; empty when it is
 // something else.
@@ -81,14 +105,16 @@ Answerer::Answerer(std::shared_ptr<index::Index> index,
     : index_(std::move(index)), retriever_(retriever), root_(std::move(root)), details_(details) {}
 
 Answer Answerer::answer(std::string_view question, const RetrieveOptions& options) const {
-  RetrievalResult result = retriever_.retrieve(question, options);
+  const std::string read =
+      read_as_sentence(question, [&](std::string_view word) { return has_thing(word); });
+  RetrievalResult result = retriever_.retrieve(read, options);
   Answer answer{.question = std::string(question),
                 .channels = result.channels,
                 .note = std::move(result.note)};
   std::vector<models::SymbolId> ids;
   for (const Hit& hit : result.hits) ids.push_back(hit.symbol.id);
   const auto stored = index_->get_symbols_by_ids(ids);
-  const std::vector<std::string> words = workers::retrieval::query_names(question);
+  const Pins pins(question, read);
   for (Hit& hit : result.hits) {
     AnsweredHit answered{.hit = std::move(hit)};
     const auto symbol = stored.find(answered.hit.symbol.id);
@@ -96,11 +122,11 @@ Answer Answerer::answer(std::string_view question, const RetrieveOptions& option
       std::string sentence = text::first_sentence(*symbol->second.docstring);
       if (!sentence.empty()) answered.summary = std::move(sentence);
     }
-    answered.pinned_by = pin(words, answered.hit);
+    answered.pinned_by = pins.of(answered.hit);
     if (details_.source()) answered.source = source(answered.hit.symbol);
     answer.hits.push_back(std::move(answered));
   }
-  if (details_.why && options.rerank) add_places(answer, options);
+  if (details_.why && options.rerank) add_places(answer, read, options);
 
   const bool by_text = found_by(answer.hits, workers::retrieval::LEXICAL) ||
                        found_by(answer.hits, workers::retrieval::FILE);
@@ -125,12 +151,18 @@ std::optional<SourceLines> Answerer::source(
                      end > MOST - around ? MOST : end + around);
 }
 
+bool Answerer::has_thing(std::string_view name) const {
+  bool found = false;
+  index_->read([&](const index::Catalog& catalog) { found = catalog.has_thing(name); });
+  return found;
+}
+
 // The rerank reorders hits among more than are shown, so as many are asked for.
-void Answerer::add_places(Answer& answer, RetrieveOptions options) const {
+void Answerer::add_places(Answer& answer, std::string_view read, RetrieveOptions options) const {
   options.rerank = false;
   options.limit += static_cast<int>(std::min<std::int64_t>(
       workers::retrieval::RERANK_DEPTH, std::numeric_limits<int>::max() - options.limit));
-  const RetrievalResult before = retriever_.retrieve(answer.question, options);
+  const RetrievalResult before = retriever_.retrieve(read, options);
   std::unordered_map<models::SymbolId, std::size_t> places;
   for (const Hit& hit : before.hits) places.emplace(hit.symbol.id, places.size() + 1);
   for (AnsweredHit& answered : answer.hits) {

@@ -57,8 +57,9 @@ class Answerer {
   Answerer(std::shared_ptr<index::Index> index, workers::retrieval::HybridRetriever& retriever,
            std::filesystem::path root, AnswerDetails details);
 
-  // Throws what the retriever and the index throw. To tell what a rerank did, the retriever is
-  // asked a second time, without it.
+  // The retriever is asked the question as browse/sentence.h reads it; the answer tells it as it
+  // was asked. Throws what the retriever and the index throw. To tell what a rerank did, the
+  // retriever is asked a second time, without it.
   [[nodiscard]] Answer answer(std::string_view question,
                               const workers::retrieval::RetrieveOptions& options) const;
 
@@ -67,7 +68,9 @@ class Answerer {
  private:
   [[nodiscard]] std::optional<SourceLines> source(
       const workers::retrieval::RetrievedSymbol& symbol) const;
-  void add_places(Answer& answer, workers::retrieval::RetrieveOptions options) const;
+  [[nodiscard]] bool has_thing(std::string_view name) const;
+  void add_places(Answer& answer, std::string_view read,
+                  workers::retrieval::RetrieveOptions options) const;
 
   const std::shared_ptr<index::Index> index_;
   workers::retrieval::HybridRetriever& retriever_;

@@ -67,6 +67,7 @@ A server's model takes the place of both: velmora help servers.
         "names", "Names, places and scope",
         R"(A question may be a sentence, keywords or a name. A name that it spells as code does
 (parse_config, Server::start, readLine) comes first. One that does not exist gets "did you mean".
+The capital letter of a sentence's first word counts only if a type or constant has that name.
 Words need no quotes, but for what the shell takes for itself; behind -- every word is one of
 the question's, one with a dash too.
 

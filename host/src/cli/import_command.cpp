@@ -118,9 +118,9 @@ void add_import_command(CLI::App& app, ExitCode& exit_code) {
       "  velmora explore --index project.db parse config\n"
       "\n"
       "A row has fqn, name, kind, language, path, start_line and end_line, and optionally id,\n"
-      "signature, docstring and embeddings, a list of {\"model\", \"values\"}. A row without id "
-      "gets\n"
-      "the largest id so far plus one. Blank lines are skipped, unknown fields are errors.\n"
+      "signature, docstring, words (a list, of the body) and embeddings, a list of {\"model\",\n"
+      "\"values\"}. A row without id gets the largest id so far plus one. Blank lines are\n"
+      "skipped, unknown fields are errors.\n"
       "An input that cannot be read to its end leaves the index as it was.\n"
       "Exit status: 0 when all rows were taken, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] {

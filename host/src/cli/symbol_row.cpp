@@ -38,6 +38,17 @@ index::SymbolEmbedding parse_embedding(const json& value) {
   return {.model = text_of(fields, "model"), .values = *std::move(values)};
 }
 
+// The words of a list that may be absent, with spaces between.
+std::string parse_words(const json* list) {
+  std::string words;
+  if (list == nullptr) return words;
+  for (const json& word : *list) {
+    if (!word.is_string()) throw InputError("\"words\" must be a list of strings");
+    words.append(words.empty() ? "" : " ").append(word.get_ref<const std::string&>());
+  }
+  return checked("words", std::move(words));
+}
+
 // A path as the index keeps it; the filters of a question compare paths segment by segment.
 std::string parse_path(std::string path) {
   const std::string bounded = "/" + path + "/";
@@ -54,7 +65,7 @@ std::string parse_path(std::string path) {
 index::Symbol parse_symbol_row(std::string_view line) {
   const json value = parse_line(line);
   const JsonFields fields(value, {"id", "fqn", "name", "kind", "language", "path", "start_line",
-                                  "end_line", "signature", "docstring", "embeddings"});
+                                  "end_line", "signature", "docstring", "words", "embeddings"});
   index::Symbol symbol{.id = fields.optional_integer("id"),
                        .fqn = text_of(fields, "fqn"),
                        .name = text_of(fields, "name"),
@@ -64,7 +75,8 @@ index::Symbol parse_symbol_row(std::string_view line) {
                        .start_line = fields.integer("start_line"),
                        .end_line = fields.integer("end_line"),
                        .signature = optional_text_of(fields, "signature"),
-                       .docstring = optional_text_of(fields, "docstring")};
+                       .docstring = optional_text_of(fields, "docstring"),
+                       .words = parse_words(fields.optional_list("words"))};
   if (symbol.start_line < 0) throw InputError("\"start_line\" must not be negative");
   if (symbol.end_line < symbol.start_line) {
     throw InputError("\"end_line\" must not be before \"start_line\"");

@@ -185,6 +185,15 @@ std::optional<Symbol> Catalog::symbol(SymbolId id) const {
   return SymbolReader(database_).read(id);
 }
 
+bool Catalog::has_thing(std::string_view name) const {
+  Statement select = database_.prepare(
+      "SELECT 1 FROM symbols INDEXED BY things_by_name WHERE name = ?"
+      " AND name GLOB '[A-Z]*' AND name NOT GLOB '?*[^a-z]*'"
+      " AND kind NOT IN ('function', 'method', 'constructor', 'macro') LIMIT 1");
+  select.bind(1, name);
+  return select.step();
+}
+
 std::vector<Count> Catalog::symbols_by_file(const std::string& place) const {
   std::unordered_map<std::int64_t, std::int64_t> counts;  // by file
   const auto [first, last] = ids_in(database_, files_in(database_, place));

@@ -93,6 +93,11 @@ class Catalog {
 
   [[nodiscard]] std::optional<Symbol> symbol(SymbolId id) const;
 
+  // Whether something that cannot be called is named so, letter for letter. Known of names that
+  // could begin a sentence, one capital (A to Z) and small letters alone; false for others. Costs a
+  // look-up.
+  [[nodiscard]] bool has_thing(std::string_view name) const;
+
   // The files with symbols that are at `place`, as Choice has it, by path, with the number of their
   // symbols.
   [[nodiscard]] std::vector<Count> symbols_by_file(const std::string& place) const;

@@ -23,7 +23,7 @@ using storage::DatabaseError;
 using storage::Statement;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 8;
+constexpr std::int64_t FORMAT = 9;
 
 constexpr const char* TABLES = R"sql(
 CREATE TABLE meta(
@@ -60,8 +60,13 @@ CREATE TABLE symbols(
   start_line INTEGER NOT NULL,
   end_line INTEGER NOT NULL,
   signature TEXT,
-  docstring TEXT
+  docstring TEXT,
+  words TEXT NOT NULL  -- of the body
 );
+-- What Catalog::has_thing finds.
+CREATE INDEX things_by_name ON symbols(name)
+  WHERE name GLOB '[A-Z]*' AND name NOT GLOB '?*[^a-z]*'
+  AND kind NOT IN ('function', 'method', 'constructor', 'macro');
 CREATE TABLE models(
   id INTEGER PRIMARY KEY,
   name TEXT NOT NULL UNIQUE,

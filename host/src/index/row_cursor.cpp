@@ -9,7 +9,9 @@
 namespace velmora::host::index {
 namespace {
 
-constexpr int LANGUAGE = 9;  // its column, behind those of symbol_row
+// Columns behind those of symbol_row.
+constexpr int LANGUAGE = 9;
+constexpr int WORDS = 10;
 
 }  // namespace
 
@@ -34,7 +36,7 @@ RowCursor::RowCursor(ReaderPool::Lease reader, std::span<const std::string_view>
                      std::span<const std::string_view> kinds)
     : reader_(std::move(reader)), language_wanted_(languages), kind_wanted_(kinds) {
   std::string sql(SELECT_SYMBOL_ROWS);
-  sql.insert(sql.find(" FROM "), ", s.language");
+  sql.insert(sql.find(" FROM "), ", s.language, s.words");
   select_ = reader_->database.prepare(sql + " ORDER BY s.id");
 }
 
@@ -42,10 +44,20 @@ const storage::SymbolRow* RowCursor::next() {
   return with_index_errors(reader_->file, [&]() -> const storage::SymbolRow* {
     while (select_.step()) {
       row_ = symbol_row(select_);
-      if (language_wanted_(select_.column_text(LANGUAGE)) && kind_wanted_(row_.kind)) return &row_;
+      if (!language_wanted_(select_.column_text(LANGUAGE)) || !kind_wanted_(row_.kind)) continue;
+      add_words(select_.column_text(WORDS));
+      return &row_;
     }
     return nullptr;
   });
+}
+
+void RowCursor::add_words(std::string_view words) {
+  if (words.empty()) return;
+  text_ = row_.docstring.value_or("");
+  if (!text_.empty()) text_ += '\n';
+  text_ += words;
+  row_.docstring = text_;
 }
 
 }  // namespace velmora::host::index

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "index/reader_pool.h"
@@ -30,8 +31,9 @@ class OneOf {
   std::span<const std::string_view>::iterator last_;  // or the end
 };
 
-// Streams the symbols of some languages and kinds by ascending id. Its open statement is the read
-// transaction that keeps all rows of one state.
+// Streams the symbols of some languages and kinds by ascending id, with the words of their bodies
+// behind their docstrings, for text search to read. Its open statement is the read transaction that
+// keeps all rows of one state.
 class RowCursor final : public storage::SymbolCursor {
  public:
   // The languages and kinds live as long as the cursor.
@@ -41,11 +43,14 @@ class RowCursor final : public storage::SymbolCursor {
   const storage::SymbolRow* next() override;
 
  private:
+  void add_words(std::string_view words);
+
   ReaderPool::Lease reader_;
   storage::Statement select_;  // gone before its connection is lent again
   OneOf language_wanted_;
   OneOf kind_wanted_;
   storage::SymbolRow row_;
+  std::string text_;  // of the row, when its docstring is not all of it
 };
 
 }  // namespace velmora::host::index

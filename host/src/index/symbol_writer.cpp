@@ -26,7 +26,8 @@ std::int64_t numbered(std::map<std::string, std::int64_t>& numbers, const std::s
 SymbolWriter::SymbolWriter(storage::Database& database, VectorKind kind)
     : database_(database),
       kind_(kind),
-      insert_symbol_(database.prepare("INSERT INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
+      insert_symbol_(
+          database.prepare("INSERT INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
       embeddings_(database) {
   database.execute(
       "DELETE FROM embeddings; DELETE FROM waiting; DELETE FROM vectors; DELETE FROM models;"
@@ -73,6 +74,7 @@ void SymbolWriter::add(const Symbol& symbol) {
         .bind(8, symbol.end_line)
         .bind(9, std::optional<std::string_view>(symbol.signature))
         .bind(10, std::optional<std::string_view>(symbol.docstring))
+        .bind(11, std::string_view(symbol.words))
         .run();
   } catch (const DatabaseError& error) {
     if (error.code() != SQLITE_CONSTRAINT) throw;

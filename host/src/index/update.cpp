@@ -25,13 +25,13 @@ struct Stored {
   std::tuple<std::string, std::string, std::string, std::optional<std::string>,
              std::optional<std::string>>
       text;
-  std::tuple<std::string, std::int64_t, std::int64_t> rest;
+  std::tuple<std::string, std::int64_t, std::int64_t, std::string> rest;
 
   static auto text_of(const Symbol& symbol) {
     return std::tie(symbol.kind, symbol.fqn, symbol.name, symbol.signature, symbol.docstring);
   }
   static auto rest_of(const Symbol& symbol) {
-    return std::tie(symbol.language, symbol.start_line, symbol.end_line);
+    return std::tie(symbol.language, symbol.start_line, symbol.end_line, symbol.words);
   }
 };
 
@@ -57,10 +57,10 @@ class Update::Impl {
         select_number_(database.prepare("SELECT 1 FROM files WHERE id = ?")),
         delete_file_(database.prepare("DELETE FROM files WHERE id = ?")),
         select_symbols_(database.prepare(
-            "SELECT id, fqn, name, kind, language, start_line, end_line, signature, docstring"
-            " FROM symbols WHERE id >= ? AND id < ?")),
+            "SELECT id, fqn, name, kind, language, start_line, end_line, signature, docstring,"
+            " words FROM symbols WHERE id >= ? AND id < ?")),
         store_symbol_(database.prepare(
-            "INSERT OR REPLACE INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
+            "INSERT OR REPLACE INTO symbols VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
         delete_symbol_(database.prepare("DELETE FROM symbols WHERE id = ?")),
         delete_vectors_(database.prepare(
             "DELETE FROM vectors WHERE text IS NULL AND id IN (SELECT vector FROM embeddings"
@@ -217,7 +217,7 @@ class Update::Impl {
           row.column_int64(0),
           Stored{{column(row, 3), column(row, 1), column(row, 2),
                   owned(row.column_optional_text(7)), owned(row.column_optional_text(8))},
-                 {column(row, 4), row.column_int64(5), row.column_int64(6)}});
+                 {column(row, 4), row.column_int64(5), row.column_int64(6), column(row, 9)}});
     }
     select_symbols_.reset();
     return stored;
@@ -250,6 +250,7 @@ class Update::Impl {
         .bind(8, symbol.end_line)
         .bind(9, std::optional<std::string_view>(symbol.signature))
         .bind(10, std::optional<std::string_view>(symbol.docstring))
+        .bind(11, symbol.words)
         .run();
   }
 

@@ -17,6 +17,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "indexing/body_words.h"
 #include "indexing/comments.h"
 #include "indexing/language.h"
 #include "indexing/parsed_file.h"
@@ -201,7 +202,7 @@ class Extraction {
     symbol.name = symbol.fqn.substr(stop == std::string::npos ? 0 : stop + 1);
     symbol.signature = symbol.fqn;
     symbol.docstring = std::move(found->text);
-    add(std::move(symbol));
+    add(std::move(symbol), {});
   }
 
   void walk(const std::vector<Item>& items) {
@@ -229,9 +230,20 @@ class Extraction {
   }
 
   std::vector<index::Symbol> take() {
-    for (index::Symbol& symbol : symbols_) {
+    Range last;
+    BodyWords words("");
+    for (std::size_t i = 0; i < symbols_.size(); ++i) {
+      index::Symbol& symbol = symbols_[i];
       if (symbol.signature) symbol.signature = without_secrets(*symbol.signature);
       if (symbol.docstring) symbol.docstring = without_keys(*symbol.docstring);
+      // What one definition declares has one body.
+      const Range body = bodies_[i];
+      if (body.start != last.start || body.end != last.end) {
+        words = BodyWords(source_.original.substr(body.start, body.end - body.start));
+        last = body;
+      }
+      symbol.words = words.beside(symbol);
+      charge(symbol.words.size());
     }
     return std::move(symbols_);
   }
@@ -280,20 +292,21 @@ class Extraction {
       attributes_.pop_back();
     }
     const std::optional<std::string> above = comments_.above(start_byte);
+    const TSNode end = ts_node_is_null(item.last) ? item.node : item.last;
     for (Declared& one : declared) {
       if (one.name.empty()) continue;
-      index::Symbol symbol = place(start, ts_node_is_null(item.last) ? item.node : item.last);
+      index::Symbol symbol = place(start, end);
       name(one, symbol);
       if (symbol.fqn.size() > LONGEST_NAME) continue;
       symbol.docstring = one.docstring ? one.docstring : above;
-      add(std::move(symbol));
+      add(std::move(symbol), {start_byte, ts_node_end_byte(end)});
     }
     if (std::ranges::find(SCOPED_KINDS, kind) != std::end(SCOPED_KINDS)) {
       push({.role = Role::type, .range = item.range, .name = scope});
     }
   }
 
-  void add(index::Symbol symbol) {
+  void add(index::Symbol symbol, Range body) {
     if (symbol.signature->size() > LONGEST_SIGNATURE) {
       // Not within a character.
       std::size_t end = LONGEST_SIGNATURE;
@@ -302,12 +315,15 @@ class Extraction {
       }
       symbol.signature->resize(end);
     }
-    const std::size_t bytes = SYMBOL_OVERHEAD + symbol.fqn.size() + symbol.name.size() +
-                              symbol.kind.size() + symbol.signature->size() +
-                              (symbol.docstring ? symbol.docstring->size() : 0);
+    charge(SYMBOL_OVERHEAD + symbol.fqn.size() + symbol.name.size() + symbol.kind.size() +
+           symbol.signature->size() + (symbol.docstring ? symbol.docstring->size() : 0));
+    symbols_.push_back(std::move(symbol));
+    bodies_.push_back(body);
+  }
+
+  void charge(std::size_t bytes) {
     if (bytes > room_) throw TooManySymbolsError("its symbols take too much room");
     room_ -= bytes;
-    symbols_.push_back(std::move(symbol));
   }
 
   void name(Declared& declared, index::Symbol& symbol) const {
@@ -364,7 +380,8 @@ class Extraction {
   std::vector<Enclosing> open_;
   std::vector<Item> attributes_;  // those that stand before what they belong to, so far
   std::vector<index::Symbol> symbols_;
-  std::size_t room_;  // that the symbols may still take
+  std::vector<Range> bodies_;  // of the symbols, with decorators; that of a module is empty
+  std::size_t room_;           // that the symbols may still take
 };
 
 }  // namespace

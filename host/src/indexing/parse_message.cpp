@@ -79,7 +79,8 @@ class Reader {
 
 bool is_plausible(const index::Symbol& symbol, std::int64_t lines) {
   return !symbol.name.empty() && !symbol.fqn.empty() && !symbol.kind.empty() &&
-         symbol.start_line >= 1 && symbol.start_line <= symbol.end_line && symbol.end_line <= lines;
+         symbol.start_line >= 1 && symbol.start_line <= symbol.end_line &&
+         symbol.end_line <= lines && symbol.words.size() <= LONGEST_BODY_WORDS;
 }
 
 }  // namespace
@@ -119,6 +120,7 @@ std::string to_message(const ParseAnswer& answer) {
     message.number(symbol.end_line);
     message.optional_text(symbol.signature);
     message.optional_text(symbol.docstring);
+    message.text(symbol.words);
   }
   return message.take();
 }
@@ -146,6 +148,7 @@ std::optional<ParseAnswer> read_answer(std::string_view message, const ParseRequ
     symbol.end_line = reader.number<std::int64_t>();
     symbol.signature = reader.optional_text();
     symbol.docstring = reader.optional_text();
+    symbol.words = reader.text();
     if (!is_plausible(symbol, lines)) return std::nullopt;
     answer.symbols.push_back(std::move(symbol));
   }

@@ -217,6 +217,66 @@ TEST(Printable, LetsNothingDriveATerminal) {
             "\u00E9\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD.");
 }
 
+TEST_F(Explore, ReadsTheFirstWordOfASentenceAsProse) {
+  std::string rows;
+  const auto add = [&](const std::string& name, const std::string& kind) {
+    rows += R"({"fqn":"x.)" + name + R"(","name":")" + name + R"(","kind":")" + kind +
+            R"(","language":"c","path":"a.c","start_line":1,"end_line":2,"docstring":"Columns"})" +
+            "\n";
+  };
+  for (const char* name : {"align", "columns", "Sort", "request"}) add(name, "function");
+  for (const char* name : {"Offloader", "Mixer", "Request"}) add(name, "class");
+  const std::string index = folder.path() / ".velmora" / "index.db";
+  ASSERT_EQ(run_velmora({"import", "--index", index}, rows).exit_code, 0);
+  const std::vector<std::tuple<std::string, std::vector<std::string>>> cases = {
+      {"Align", {"Align"}},
+      {"Align the columns", {}},
+      {"Sort the columns. Align columns, please", {}},  // the index has a Sort, which is called
+      {"align the Sort columns", {"Sort"}},
+      {"Align the", {"Align"}},  // all else are stop words
+      {"ALIGN the columns", {}},
+      {"Align Columns", {"Align", "Columns"}},  // names among names
+      {"Offloader and Mixer", {"Offloader", "Mixer"}},
+      {"Request columns of a server", {"Request", "Request"}},  // a thing, and what is called so
+  };
+  std::string batch;
+  for (const auto& [question, pins] : cases) batch += R"({"query":")" + question + "\"}\n";
+  std::istringstream answers(
+      run_velmora({"--index", index, "--no-embeddings", "--batch", "-"}, batch).output);
+  for (const auto& [question, pins] : cases) {
+    const std::string answer =
+        run_velmora({"--index", index, "--no-embeddings", "--json", question}).output;
+    EXPECT_EQ(answer.find(R"({"query":")" + question + "\","), 0U);
+    std::vector<std::string> pinned;
+    const std::string mark = R"("pinned_by":")";
+    for (std::size_t at = answer.find(mark); at != answer.npos; at = answer.find(mark, at)) {
+      at += mark.size();
+      pinned.push_back(answer.substr(at, answer.find('"', at) - at));
+    }
+    EXPECT_EQ(pinned, pins) << answer;
+    std::string line;
+    std::getline(answers, line);
+    EXPECT_EQ(line + "\n", answer);
+  }
+}
+
+TEST_F(Explore, FindsASymbolByTheWordsOfItsBody) {
+  const TemporaryFolder tree;
+  const std::string at = tree.path(), index = tree.path() / "rows.db";
+  tree.write("src/a.py", "# Turns.\ndef f(x): return zanzibar(x)\n\ndef g(): pass\n");
+  ASSERT_EQ(run_velmora({"index", at, "--no-embeddings"}).exit_code, 0);
+  const auto found = run_velmora({"--repo", at, "--no-embeddings", "zanzibar"});
+  EXPECT_EQ(found.output.find("src/a.py:2  function src.a.f\n    f(x)\n    Turns.\n\n"), 0U)
+      << found.output;
+  const auto shown = run_velmora({"show", "--repo", at, "--json", "f"});
+  EXPECT_NE(shown.output.find(R"("docstring":"Turns.")"), std::string::npos) << shown.output;
+  const std::string row = R"({"fqn":"h","name":"h","kind":"function","language":"c","path":"a.c",)"
+                          R"("start_line":1,"end_line":2,"words":["madagascar","isle"]})";
+  ASSERT_EQ(run_velmora({"import", "--index", index}, row).exit_code, 0);
+  const auto imported = run_velmora({"--index", index, "--no-embeddings", "isle"});
+  EXPECT_EQ(imported.output.find("a.c:1  function h\n"), 0U) << imported.output;
+}
+
 TEST_F(Explore, AHitStaysOneLine) {
   const auto index = folder.path() / ".velmora" / "index.db";
   const std::string row =

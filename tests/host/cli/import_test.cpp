@@ -105,6 +105,8 @@ TEST(Import, RefusesABadLineAndKeepsTheIndex) {
       {row().substr(0, row().size() - 1) + " {}\n", "this is not JSON: column "},
       {with_path("a\\u0000.py"), R"("path" must not hold a NUL)"},
       {row(R"(,"docstring":"a\u0000")"), R"("docstring" must not hold a NUL)"},
+      {row(R"(,"words":["a",1])"), R"("words" must be a list of strings)"},
+      {row(R"(,"words":["a\u0000"])"), R"("words" must not hold a NUL)"},
       {with_lines(R"("start_line":-1,"end_line":2)"), R"("start_line" must not be negative)"},
       {with_lines(R"("start_line":3,"end_line":2)"), R"("end_line" must not be before)"},
       {"{\"fqn\":\"\xC3(\"}", "this is not JSON: column "},

@@ -120,6 +120,26 @@ TEST(Catalog, ChoosesAsThePlainWayDoes) {
   }
 }
 
+TEST(Catalog, FindsThingsByName) {
+  const TemporaryFolder folder;
+  const auto index = Index::open_or_create(folder.path() / "index.db");
+  std::vector<std::string_view> kinds = {"module"};
+  for (const std::string_view kind : models::DECLARATION_KINDS.words()) kinds.push_back(kind);
+  const char* const names[] = {"Request",  "X",        "request",  "REQUEST",   "HttpRequest",
+                               "Request2", "Req uest", "_Request", "\u00C9tat", "R\u00E9p"};
+  for (const std::string_view kind : kinds) {
+    for (const std::string name : names) {
+      import_all(*index, {{.fqn = name, .name = name, .kind = std::string(kind)}});
+      const bool is_thing = !models::CALLABLE_KINDS.contains(kind);
+      index->read([&](const Catalog& catalog) {
+        EXPECT_EQ(catalog.has_thing(name), is_thing && (name == "Request" || name == "X"))
+            << kind << ' ' << name;
+        EXPECT_FALSE(catalog.has_thing("Other"));
+      });
+    }
+  }
+}
+
 TEST(Catalog, CountsWhatThereIs) {
   const TemporaryFolder folder;
   const auto index = Index::open_or_create(folder.path() / "index.db");

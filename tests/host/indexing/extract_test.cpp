@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -99,6 +100,64 @@ TEST(Extract, SeesThroughDecoratingMacros) {
   EXPECT_EQ(fqns("TEST(A, B)\n{\n}\nCASE(c) {}\n"), "A::B c ");
   EXPECT_EQ(fqns("static MY_INLINE word_t\nf(int a)\n{\n}\n"), "f ");
   EXPECT_EQ(fqns("#define LIST \\\n  ITEM \\\n  int f();\n"), "LIST ");
+}
+
+TEST(Extract, KeepsTheWordsOfBodies) {
+  struct Case {
+    const char* language;
+    std::string source;
+    const char* symbol;
+    std::string words;
+  };
+  const std::string python =
+      "class Store(Base):\n"
+      "    limit = 3\n"
+      "    @cached\n"
+      "    def loadAll(self, path):\n"
+      "        \"\"\"Reads settings.\"\"\"\n"
+      "        # Falls back to the Settings of HTTPReader and that is it.\n"
+      "        text = open(path).read_text(\"utf8\", 3)\n"
+      "        def local(): return text\n";
+  const std::string long_word(LONGEST_BODY_WORDS, 'x');
+  const std::vector<Case> cases = {
+      {"python", python, "loadAll",
+       "cached def falls back http reader text open read utf 8 3 local return"},
+      // With what stands in its members.
+      {"python", python, "Store",
+       "class limit 3 cached def load all self path reads settings falls back http reader text open"
+       " read utf 8 local return"},
+      // One definition, and what each of its names does not say itself; the path says "a" and "b".
+      {"c", "int first, *second; // a", "first", "int second"},
+      {"c", "int first, *second; // a", "second", "int first"},
+      {"cpp", "#define LIST(x) \\\n  each(x)\n", "LIST", "define each"},
+      {"cpp", "template <class T>\nAPI_EXPORT T top(Heap<T>& heap) noexcept { return heap[0]; }",
+       "top", "template class api export return 0"},
+      {"rust", "// Above.\n#[inline]\nfn f() -> u8 { self.rdr.get_ref(); }", "f",
+       "inline fn self rdr get ref"},
+      {"javascript",
+       "/** Joins. */ export function join() { connect(\"root\", {password: \"hunter\"}); }",
+       "join", "export function connect root password"},
+      {"go", "package a\nfunc F() {" + repeated(1'000'000, " the of") + "}", "F", "func"},
+      {"go", "package a\nfunc F() { x" + std::string(1 << 20, 'x') + " }", "F", "func"},
+      {"go", "package a\nfunc F() { y(" + long_word + ") }", "F", "func y"},
+  };
+  for (const Case& one : cases) {
+    const auto symbols = extract_symbols(one.language, "a/b", one.source);
+    const auto found = std::ranges::find(symbols, one.symbol, &index::Symbol::name);
+    ASSERT_NE(found, symbols.end()) << one.symbol;
+    EXPECT_EQ(found->words, one.words) << one.symbol;
+  }
+  // A million words, all of them different.
+  std::string body;
+  for (int i = 0; i < 1'000'000; ++i) {
+    std::string word = std::to_string(i);
+    for (char& c : word) c = static_cast<char>(c - '0' + 'k');
+    body += ' ' + word;
+  }
+  const auto symbols = extract_symbols("c", "a/b", "int f(void) { /*" + body + " */ }");
+  const std::string& words = symbols.at(0).words;
+  EXPECT_EQ(std::ranges::count(words, ' ') + 1, static_cast<std::ptrdiff_t>(MOST_BODY_WORDS));
+  EXPECT_TRUE(words.starts_with("k l n o p")) << words;
 }
 
 // What is sound in a source is found, whatever is around it.

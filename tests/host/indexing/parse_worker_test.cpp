@@ -113,9 +113,9 @@ TEST(ParseWorker, AnswersAsTheFunctionDoes) {
     for (std::size_t i = 0; i < expected.size(); ++i) {
       const index::Symbol &a = parsed.symbols[i], &b = expected[i];
       ASSERT_EQ(std::tie(a.fqn, a.name, a.kind, a.language, a.path, a.start_line, a.end_line,
-                         a.signature, a.docstring),
+                         a.signature, a.docstring, a.words),
                 std::tie(b.fqn, b.name, b.kind, b.language, b.path, b.start_line, b.end_line,
-                         b.signature, b.docstring));
+                         b.signature, b.docstring, b.words));
     }
   }
   EXPECT_EQ(children_of_this_thread().size(), 1U);

@@ -48,7 +48,7 @@ constexpr const char* CONTENT = R"sql(
   SELECT json_array('file', id, path, language, expected, is_header, size, hash, skipped) FROM files
   UNION ALL
   SELECT json_array('symbol', id, file, fqn, name, kind, language, start_line, end_line, signature,
-                    docstring) FROM symbols
+                    docstring, words) FROM symbols
   UNION ALL
   SELECT json_array('vector', m.name, symbol, hex(numbers)) FROM embeddings AS e
     JOIN models AS m ON m.id = e.model JOIN vectors AS v ON v.id = e.vector WHERE m.kind = 'int8'
@@ -149,7 +149,7 @@ std::string random_source(std::mt19937& random) {
         text += "\n\n";
         break;
       case 1:
-        text += "def " + name + "(a, b):\n    return a\n";
+        text += "def " + name + "(a, b):\n    return " + names[random() % 3] + "\n";
         break;
       case 2:
         text += "def " + name + "(a):\n    \"\"\"Doc of gamma.\"\"\"\n";

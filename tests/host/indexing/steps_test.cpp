@@ -42,6 +42,8 @@ TEST(Steps, GrowWithTheSource) {
       {"c", {"functions", ".c", "", "int f(int a) { return a; }\n", ""}},
       {"c", {"comments", ".c", "", "// c\n", "int f(void) {}"}},
       {"go", {"names", ".go", "package a\nconst a", ", b", " = 1"}},
+      {"c", {"one body", ".c", "int f(void) {", "g(word);\n", "}"}},
+      {"java", {"classes", ".java", "", "class A { void f() { g(word); } }\n", ""}},
       {"python", {"docstrings", ".py", "", "def f():\n  '''text'''\n", ""}},
   };
   for (const Case& one : cases) {

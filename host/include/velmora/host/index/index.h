@@ -101,8 +101,9 @@ class Index final : public storage::Repository {
   // A text that names this state of this file, among all states of all files.
   storage::IndexFingerprint retrieval_fingerprint() override;
 
-  // The rows by ascending id, all of one state of the index. The cursor keeps a connection to
-  // itself until it is destroyed.
+  // The rows by ascending id, all of one state of the index. What they give as docstring is the
+  // docstring and, on a line of their own, the words of the body: text search reads both. The
+  // cursor keeps a connection to itself until it is destroyed.
   std::unique_ptr<storage::SymbolCursor> retrievable_code_symbols(
       std::span<const std::string_view> languages,
       std::span<const std::string_view> kinds) override;
@@ -115,10 +116,12 @@ class Index final : public storage::Repository {
                                                        std::string_view model,
                                                        storage::NearestOptions options) override;
 
+  // With the docstrings alone.
   std::unordered_map<SymbolId, storage::StoredSymbol> get_symbols_by_ids(
       std::span<const SymbolId> ids) override;
 
-  // Calls `read` with the symbol `id`, whose texts live for the call, if the index holds it.
+  // Calls `read` with the symbol `id`, whose texts live for the call, if the index holds it; with
+  // the docstring alone.
   void read_symbol(SymbolId id, const std::function<void(const storage::SymbolRow&)>& read);
 
  private:

@@ -30,6 +30,9 @@ struct Symbol {
   std::int64_t end_line = 0;    // the last line, inclusive
   std::optional<std::string> signature = {};
   std::optional<std::string> docstring = {};
+  // Words of its body, in lower case, with spaces between. Text search reads them behind the
+  // docstring; nobody is shown them.
+  std::string words = {};
   std::vector<SymbolEmbedding> embeddings = {};
 };
 

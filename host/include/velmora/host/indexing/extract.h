@@ -16,19 +16,25 @@ class TooManySymbolsError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// How many bytes the symbols of a source of that size may take: the names, signatures and
-// docstrings of each and SYMBOL_OVERHEAD. People write files whose symbols take about as much as
-// the source; names within names can make them take thousands of times that.
-inline constexpr std::size_t SYMBOL_OVERHEAD = 64;
+// How many bytes the symbols of a source of that size may take: the names, signatures, docstrings
+// and words of each and SYMBOL_OVERHEAD. People write files whose symbols take about as much as the
+// source; names within names can make them take thousands of times that.
+inline constexpr std::size_t SYMBOL_OVERHEAD = 72;
 [[nodiscard]] constexpr std::size_t most_symbol_bytes(std::size_t source) {
-  return std::size_t{64} * 1024 + 24 * source;
+  return std::size_t{64} * 1024 + 32 * source;
 }
+
+// The most words of a body that a symbol has, and the most bytes that these take.
+inline constexpr std::size_t MOST_BODY_WORDS = 64;
+inline constexpr std::size_t LONGEST_BODY_WORDS = 4096;
 
 // The symbols of `source`, a file in `language` (named as in SOURCE_LANGUAGES) at `path` (relative
 // to the repository, forward slashes), in the order in which they stand in the file. One symbol for
 // each definition; what is local to a function is left out, and so is what has a qualified name
-// longer than 1024 bytes. A signature that is longer than 16384 bytes ends there. Nothing has an id
-// or an embedding.
+// longer than 1024 bytes. A signature that is longer than 16384 bytes ends there. The words of a
+// symbol are the first that stand in its definition, of classes those of their members too, but for
+// stop words and those of its name, path, signature and docstring. Nothing has an id or an
+// embedding.
 //
 // What cannot be parsed is passed over: the rest of the file still counts. Invalid UTF-8 is carried
 // through. Throws TooManySymbolsError, and std::invalid_argument for an unknown language.
