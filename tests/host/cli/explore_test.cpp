@@ -277,6 +277,14 @@ TEST_F(Explore, ExitCodeTellsWrongUsageFromFailure) {
       {{"explore", "a", "--embeddings-url", "u"}, 2, "velmora: the embedding server u needs a m"},
       {{"explore", "a", "--embeddings-model", "m"}, 2, "velmora: the embedding model m needs its "},
       {{"import", "rows.jsonl"}, 2, "velmora: --index is required"},
+      {{"show", "me", "where", "it", "is"},
+       2,
+       "velmora: The following arguments were not expected: where it is\n"
+       "To ask about the words: velmora explore show me where it is\n"
+       "Run velmora show --help"},
+      {{"--limt", "3", "a"}, 2, "velmora: The following argument was not expected: --limt\nRun"},
+      {{"a", "--repo", repo, "--scope", "none"}, 1, "velmora: The index has nothing at none. --s"},
+      {{"zebra", "--repo", repo, "--scope", "./tests/"}, 1, "velmora: Tests are left out"},
       {{"explore", "a", "--no-index"}, 3, no_index + "at " + empty.path().string()},
       {{"explore", "a", "--repo", ".", "--no-index"}, 3, no_index + "at " + empty.path().string()},
       {{"explore", "import", "--repo", repo}, 1, ""},  // a question like any other
