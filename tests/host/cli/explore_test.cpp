@@ -202,6 +202,12 @@ TEST_F(Explore, KnowsWhatATerminalCanDo) {
   const std::vector<std::string> pager = {"PAGER=sed s/^/paged:/", "NO_COLOR=1"};
   EXPECT_EQ(ask(pager, 3).find("paged:src/config.py:3  function"), 0U);
   EXPECT_EQ(ask(pager, 3, {"--json"}).find("{"), 0U);
+  const std::vector<std::string> environment = {"PAGER=sed s/^/paged:/", "TERM=xterm"};
+  for (const auto& arguments : std::vector<std::vector<std::string>>{
+           {"show", "--no-refresh", "parse_config"}, {"outline", "--no-refresh"}}) {
+    const std::string shown = run_on_terminal(arguments, environment, 2, 30, folder.path());
+    EXPECT_NE(shown.find("paged:src/config.py"), std::string::npos) << shown;
+  }
   EXPECT_EQ(ask(pager, 99).find("src/config.py:3  function"), 0U);
   EXPECT_NE(ask({"PAGER=/nowhere/pager"}, 3).find("pkg.parse_config"), std::string::npos);
   EXPECT_EQ(ask(pager, 99, {"--hyperlink-format", "vscode"})
