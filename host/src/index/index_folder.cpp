@@ -87,7 +87,7 @@ void make_index_folder(const fs::path& repository) {
     if (::mkdir(folder.c_str(), PRIVATE_FOLDER) != 0 && errno != EEXIST) {
       throw IndexError(folder.string() +
                        " cannot be made: " + std::generic_category().message(errno) +
-                       ". An index is kept in the folder that it is of");
+                       ". The index of a folder is kept inside it");
     }
     static_cast<void>(require_folder(folder));
     static_cast<void>(::chmod(folder.c_str(), PRIVATE_FOLDER));
