@@ -18,8 +18,8 @@ question=${2:-how are the rankings of the channels merged}
 
 "$root/scripts/install.sh" build
 "$root/scripts/grammars.sh"
-echo "Building" >&2
 log=$root/build/quickstart.log
+echo "Building, which takes minutes the first time; how far it is: $log" >&2
 (cd "$root" && cmake --preset release && cmake --build build/release) >"$log" 2>&1 || {
   tail -n 40 "$log" >&2
   echo "quickstart.sh: the build failed; the whole of it is in $log" >&2

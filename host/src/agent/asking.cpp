@@ -4,8 +4,6 @@
 #include <system_error>
 #include <utility>
 
-#include "browse/near_names.h"
-
 namespace velmora::host::agent {
 namespace {
 
@@ -74,15 +72,6 @@ std::string place_at(const index::Catalog& catalog, const std::string& path,
   std::string list;
   for (const std::string& place : places) list += "\n  " + shown(place);
   throw ToolError("Several files are meant by " + shown(path) + ". Name one:" + list);
-}
-
-std::string did_you_mean(std::string_view name, index::Index& index) {
-  std::string near;
-  for (const std::string& one :
-       browse::near_names(name.substr(name.find_last_of(".:") + 1), index)) {
-    near += (near.empty() ? "Did you mean: " : ", ") + shown(one);
-  }
-  return near.empty() ? near : near + "?";
 }
 
 std::string fitted(std::size_t count, std::size_t most,

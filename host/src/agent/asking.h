@@ -55,10 +55,6 @@ struct Ready {
 // Whether `path` leads out of the repository at `root`.
 [[nodiscard]] bool is_outside(std::string_view path, const std::filesystem::path& root);
 
-// "Did you mean: size, sizes?", for a name, qualified or not, that no definition has; empty when
-// none is near to it.
-[[nodiscard]] std::string did_you_mean(std::string_view name, index::Index& index);
-
 // What `render` makes of all `count` entries, or of as many of the first as fit; what it makes of
 // none if even that is too long, cut. It has to say itself how many it leaves out.
 [[nodiscard]] std::string fitted(std::size_t count, std::size_t most,

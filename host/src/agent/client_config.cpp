@@ -44,7 +44,7 @@ constexpr std::array<Client, 10> CLIENTS = {{
      .section = "servers",
      .says_type = true},
     {.name = "windsurf", .place = "~/.codeium/windsurf/mcp_config.json", .section = "mcpServers"},
-    {.name = "zed", .place = "settings.json", .section = "context_servers"},
+    {.name = "zed", .place = "~/.config/zed/settings.json", .section = "context_servers"},
 }};
 
 const Client& client_named(std::string_view name) {

@@ -8,6 +8,7 @@
 #include "agent/tool.h"
 #include "browse/limited_text.h"
 #include "browse/name_match.h"
+#include "browse/near_names.h"
 #include "index/catalog.h"
 #include "text/printable.h"
 #include "velmora/workers/retrieval.h"
@@ -73,7 +74,7 @@ std::string nothing_text(const Wanted& wanted, std::size_t everywhere, index::In
     return text + text::counted(everywhere, "definition") +
            " of other kinds or in other folders: leave out kinds or folder.\n";
   }
-  const std::string near = did_you_mean(wanted.name, index);
+  const std::string near = browse::did_you_mean(wanted.name, index);
   if (!near.empty()) text += near + "\n";
   return text +
          "A part of a name needs *, as *part*. What is not defined in this repository"

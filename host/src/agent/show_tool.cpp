@@ -7,6 +7,7 @@
 #include "agent/tool.h"
 #include "browse/definition.h"
 #include "browse/lookup.h"
+#include "browse/near_names.h"
 #include "index/catalog.h"
 #include "text/printable.h"
 
@@ -42,7 +43,7 @@ ToolError nothing_found(const std::string& what, const Ready& ready) {
                      ". outline lists the definitions of " + place + ".");
   }
   std::string text = "There is no definition " + shown + ".";
-  const std::string near = did_you_mean(what, *ready.index);
+  const std::string near = browse::did_you_mean(what, *ready.index);
   if (!near.empty()) text += " " + near;
   return ToolError(text + " find takes a part of a name as *part*; explore finds by meaning.");
 }

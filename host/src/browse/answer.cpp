@@ -9,7 +9,6 @@
 #include "browse/sentence.h"
 #include "index/catalog.h"
 #include "text/layout.h"
-#include "text/printable.h"
 
 namespace velmora::host::browse {
 namespace {
@@ -89,13 +88,7 @@ std::vector<std::string> remarks(const Answer& answer) {
   if (answer.hits.empty()) {
     sentences.emplace_back("No symbol of the index answers this question.");
   }
-  if (!answer.did_you_mean.empty()) {
-    std::string names;
-    for (const std::string& name : answer.did_you_mean) {
-      names += (names.empty() ? "" : ", ") + text::printable_line(name);
-    }
-    sentences.push_back("Did you mean: " + names + "?");
-  }
+  if (!answer.did_you_mean.empty()) sentences.push_back(did_you_mean(answer.did_you_mean));
   return sentences;
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "text/printable.h"
 #include "velmora/utils/language_filter.h"
 #include "velmora/workers/retrieval.h"
 
@@ -105,6 +106,18 @@ std::vector<std::string> near_names(std::string_view asked, storage::Repository&
       utils::SOURCE_LANGUAGES.words(), workers::retrieval::RETRIEVABLE_KINDS.words());
   while (const storage::SymbolRow* row = rows->next()) near.add(row->name);
   return near.names();
+}
+
+std::string did_you_mean(const std::vector<std::string>& names) {
+  std::string sentence;
+  for (const std::string& name : names) {
+    sentence += (sentence.empty() ? "Did you mean: " : ", ") + text::printable_line(name);
+  }
+  return sentence.empty() ? sentence : sentence + "?";
+}
+
+std::string did_you_mean(std::string_view name, storage::Repository& repository) {
+  return did_you_mean(near_names(name.substr(name.find_last_of(".:") + 1), repository));
 }
 
 }  // namespace velmora::host::browse

@@ -52,4 +52,10 @@ class NearNames {
 [[nodiscard]] std::vector<std::string> near_names(std::string_view asked,
                                                   storage::Repository& repository);
 
+// "Did you mean: size, sizes?", the names as one printable line; empty without names.
+[[nodiscard]] std::string did_you_mean(const std::vector<std::string>& names);
+
+// The same for what is near to a name, qualified or not, that no symbol has.
+[[nodiscard]] std::string did_you_mean(std::string_view name, storage::Repository& repository);
+
 }  // namespace velmora::host::browse

@@ -111,7 +111,7 @@ class StatusWriter {
     const index::Summary& summary = status_.summary;
     add_counts("Files: " + number(summary.files), summary.file_languages);
     add_counts("Symbols: " + number(summary.symbols), summary.symbol_languages);
-    add_counts("Kinds", summary.symbol_kinds);
+    if (summary.symbols > 0) add_counts("Kinds", summary.symbol_kinds);
   }
 
   void add_counts(std::string line, const std::vector<index::Count>& counts) {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "browse/answer.h"
+#include "browse/lookup.h"
 #include "cli/answer_json.h"
 #include "cli/answer_lines.h"
 #include "cli/answer_text.h"
@@ -21,11 +22,14 @@
 #include "cli/progress_line.h"
 #include "cli/rerank_options.h"
 #include "cli/terminal.h"
+#include "cli/viewpoint.h"
 #include "cli/words_option.h"
+#include "index/catalog.h"
 #include "settings/settings.h"
 #include "velmora/host/cli/commands.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/index/index_folder.h"
+#include "velmora/utils/path_filter.h"
 #include "velmora/workers/retrieval.h"
 
 namespace velmora::host::cli {
@@ -90,6 +94,29 @@ void write_answer(const Answer& answer, const ExploreOptions& options, const fs:
                           : answer_vimgrep(answer, root, from));
 }
 
+// What is wrong with the scope, in which nothing was found, and what to say instead; empty where
+// nothing is.
+std::string scope_remark(const ExploreOptions& options, index::Index& index,
+                         const browse::Viewpoint& from) {
+  std::string scope = *options.scope;
+  while (scope.size() > 1 && scope.ends_with('/')) scope.pop_back();
+  std::vector<std::string> places;
+  index.read([&](const index::Catalog& catalog) { places = browse::places(catalog, scope, from); });
+  if (places.empty()) {
+    return "The index has nothing at " + scope +
+           ". --scope takes a path from the repository's root";
+  }
+  const std::string& place = places.front();
+  if (place != fs::path(scope).lexically_normal()) {
+    return "The index has nothing at " + scope +
+           " from the repository's root. Did you mean: --scope " + (place.empty() ? "." : place);
+  }
+  const bool tests = utils::is_test_path(place) || utils::is_test_path(place + "/");
+  return tests && !options.include_tests
+             ? "Tests are left out of this answer; --include-tests takes them in"
+             : "";
+}
+
 ExitCode explore(const ExploreOptions& options) {
   if (options.question.has_value() == options.batch.has_value()) {
     throw CLI::ValidationError("explore needs either a question or --batch");
@@ -120,6 +147,10 @@ ExitCode explore(const ExploreOptions& options) {
     return answerer.answer(*options.question, retrieve);
   }();
   write_answer(answer, options, root);
+  if (answer.hits.empty() && options.scope) {
+    const std::string remark = scope_remark(options, *index, viewpoint_of(file));
+    if (!remark.empty()) tell(remark);
+  }
   return answer.hits.empty() ? ExitCode::nothing_found : ExitCode::answered;
 }
 

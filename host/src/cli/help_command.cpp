@@ -39,9 +39,7 @@ std::string nothing_text(const std::vector<std::string>& words, const CommandFac
   for (const CommandFacts& command : program.commands) {
     text += (&command == &program.commands.front() ? "" : ", ") + command.path.back();
   }
-  text += "\nTopics: " + topic_names();
-  if (words.size() > 1) text += "\nTo ask about the words: velmora explore help " + asked;
-  return text;
+  return text + "\nTopics: " + topic_names();
 }
 
 // The text about a command, named by its words, or about a topic.

@@ -34,10 +34,11 @@ VELMORA_EMBEDDINGS_API_KEY and VELMORA_RERANK_API_KEY are sent to the servers of
 and are printed and stored nowhere. http_proxy, https_proxy, all_proxy and no_proxy count for
 servers that are not on this machine.
 
-HOME tells which folder is indexed with --yes alone. HOME and XDG_CONFIG_HOME lead to the files
-of git that say what is ignored.
+HOME tells which folder is indexed with --yes alone. HOME and XDG_CONFIG_HOME lead to your own
+settings and to the files of git that say what is ignored.
 
-The others stand for an option that is absent:
+Every other setting has a variable too, as VELMORA_RANKING_DEPTH: velmora help settings. These
+stand for an option that is absent:
 )"},
     HelpTopic{"exit-status", "What the program returns",
               R"(   0  done; what was asked for was found
@@ -146,7 +147,7 @@ velmora config tells what holds, and where it is from.
     HelpTopic{"terminal", "Colour, links, width and pager",
               R"(Colour, the first that applies:
 
-  --color always, never     what you say for this call
+  --color always, never     what you say for this call, or terminal.color in your settings
   NO_COLOR                  if it is not empty: none
   FORCE_COLOR               if it is neither empty nor 0: always; CLICOLOR_FORCE likewise
   else                      on a terminal, unless TERM is empty or dumb, or CLICOLOR is 0

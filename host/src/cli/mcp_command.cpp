@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -91,6 +92,11 @@ agent::RepositoryOptions repository_options(const McpOptions& options) {
 
 [[noreturn]] void serve(const McpOptions& options) {
   require_whole_server(options.embedding);
+  if (::isatty(STDIN_FILENO) == 1) {
+    tell(
+        "Waiting for the messages of a client, until Ctrl-C or the end of the input. To set one up:"
+        " velmora mcp --print-config CLIENT");
+  }
   agent::Repositories repositories(roots(options), repository_options(options));
   const Streams streams;
   const auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -110,8 +116,14 @@ agent::RepositoryOptions repository_options(const McpOptions& options) {
 }
 
 void print_config(const McpOptions& options) {
-  const agent::ClientConfig config =
-      agent::client_config(*options.print_config, fs::canonical("/proc/self/exe"), roots(options));
+  const std::vector<fs::path> repositories = roots(options);
+  const fs::path program = fs::canonical("/proc/self/exe");
+  agent::ClientConfig config;
+  try {
+    config = agent::client_config(*options.print_config, program, repositories);
+  } catch (const std::invalid_argument& unknown) {
+    throw CLI::ValidationError(unknown.what());
+  }
   tell("This goes into " + config.place);
   write_output(config.text);
 }

@@ -12,7 +12,9 @@
 #include "browse/outline.h"
 #include "cli/asked_index.h"
 #include "cli/output.h"
+#include "cli/pager.h"
 #include "cli/symbol_json.h"
+#include "cli/terminal.h"
 #include "cli/viewpoint.h"
 #include "index/catalog.h"
 #include "velmora/host/cli/commands.h"
@@ -79,7 +81,11 @@ ExitCode outline(const OutlineOptions& options) {
   const std::string place = is_clear ? places.front() : options.path;
   const Outline found =
       is_clear ? browse::outline_of(*index, place, options.limit) : browse::Outline();
-  write_output(options.json ? json_line(outline_json(place, found)) : answer_text(found));
+  if (options.json) {
+    write_output(json_line(outline_json(place, found)));
+  } else {
+    show_paged(answer_text(found), output_terminal({}));
+  }
   if (found.total > 0) return ExitCode::answered;
   tell(nothing_text(options.path, places, *index));
   return ExitCode::nothing_found;

@@ -44,6 +44,32 @@ void reserve_standard_streams() {
   }
 }
 
+// What the parser says, and arguments that nothing takes in the order in which they were typed.
+std::string fault_text(const CLI::App& app, const CLI::ParseError& error) {
+  if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) return error.what();
+  std::vector<std::string> left = app.remaining(true);
+  std::reverse(left.begin(), left.end());  // as the parser will turn them round
+  return CLI::ExtrasError(std::move(left)).what();
+}
+
+// What to do about arguments that cannot be understood. The words of a question may begin with the
+// name of a command, as in "show me where".
+std::string advice(const CLI::App& app, const std::vector<std::string>& typed) {
+  std::vector<std::string> command;
+  for (auto next = app.get_subcommands(); !next.empty(); next = next.front()->get_subcommands()) {
+    command.push_back(next.front()->get_name());
+  }
+  std::string text;
+  const bool words_alone = std::none_of(
+      typed.begin(), typed.end(), [](const std::string& word) { return word.starts_with('-'); });
+  if (typed.size() > 1 && words_alone && !command.empty() && command.front() != "explore" &&
+      command.front() == typed.front()) {
+    text = "To ask about the words: velmora explore " + CLI::detail::join(typed, " ") + "\n";
+  }
+  command.insert(command.begin(), "velmora");
+  return text + "Run " + CLI::detail::join(command, " ") + " --help for more information.";
+}
+
 ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
   ExitCode exit_code = ExitCode::answered;
   add_clean_command(app, exit_code);
@@ -75,6 +101,7 @@ ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
     write_output(SHORT_HELP);
     return ExitCode::answered;
   }
+  const std::vector<std::string> typed = arguments;
   try {
     arguments = with_command(app, std::move(arguments));
     std::reverse(arguments.begin(), arguments.end());  // as the parser wants them
@@ -87,7 +114,7 @@ ExitCode parse_and_run(CLI::App& app, int argc, const char* const* argv) {
     write_output(text.str());
     return ExitCode::answered;
   } catch (const CLI::ParseError& error) {
-    tell(std::string(error.what()) + "\nRun velmora with --help for more information.");
+    tell(fault_text(app, error) + "\n" + advice(app, typed));
     return ExitCode::wrong_usage;
   }
 }

@@ -80,6 +80,9 @@ RefreshedFolder refresh_folder(const fs::path& folder, upkeep::MakeOptions optio
   options.tell = tell;
   RefreshedFolder done{.report = upkeep::make_index(folder, options), .headline = {}};
   done.headline = headline(done.report, Clock::now() - start);
+  if (done.report.indexed() == 0) {
+    tell("No source file was found there. The languages: velmora index --help");
+  }
   return done;
 }
 

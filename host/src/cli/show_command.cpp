@@ -8,9 +8,12 @@
 
 #include "browse/definition.h"
 #include "browse/lookup.h"
+#include "browse/near_names.h"
 #include "cli/asked_index.h"
 #include "cli/output.h"
+#include "cli/pager.h"
 #include "cli/symbol_json.h"
+#include "cli/terminal.h"
 #include "cli/viewpoint.h"
 #include "index/catalog.h"
 #include "velmora/host/cli/commands.h"
@@ -58,7 +61,10 @@ std::string nothing_text(const std::string& what, index::Index& index,
   index.read([&](const index::Catalog& catalog) {
     places = browse::places(catalog, line ? line->path : what, from);
   });
-  if (places.empty() || places.front().empty()) return "No symbol has the name " + what;
+  if (places.empty() || places.front().empty()) {
+    const std::string near = browse::did_you_mean(what, index);
+    return "No symbol has the name " + what + (near.empty() ? near : ". " + near);
+  }
   const std::string place = printable_line(places.front());
   return (line ? "No symbol of " + place + " has line " + std::to_string(line->line)
                : what + " is a place, not a symbol") +
@@ -79,9 +85,11 @@ ExitCode show(const ShowOptions& options) {
   if (found.best == 1) {
     const Definition definition =
         browse::definition_of(*index, from.root, std::move(found.symbols.front()));
-    write_output(options.json
-                     ? answer(options, found, ordered_json::array({definition_json(definition)}))
-                     : browse::definition_text(definition).text);
+    if (options.json) {
+      write_output(answer(options, found, ordered_json::array({definition_json(definition)})));
+    } else {
+      show_paged(browse::definition_text(definition).text, output_terminal({}));
+    }
     return ExitCode::answered;
   }
   if (found.symbols.size() > found.best) found.symbols.resize(found.best);
@@ -124,7 +132,7 @@ void add_show_command(CLI::App& app, ExitCode& exit_code) {
       "  velmora show Server::start            also Server.start, or all of its qualified name\n"
       "  velmora show src/config.py:120        what a compiler or a search names\n"
       "\n"
-      "Its lines are read from the work tree. When several symbols fit, each is listed with its\n"
+      "The lines are read from the work tree. When several symbols fit, each is listed with its\n"
       "place and number.\n"
       "Exit status: 0 when a symbol was found, 1 when none, 2 for wrong usage, 3 for any failure.");
   command->callback([options, &exit_code] { exit_code = show(*options); });

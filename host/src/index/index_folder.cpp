@@ -84,7 +84,11 @@ void make_index_folder(const fs::path& repository) {
   const fs::path folder = repository / INDEX_FOLDER;
   if (!require_folder(folder)) {
     // Another process may be faster.
-    if (::mkdir(folder.c_str(), PRIVATE_FOLDER) != 0 && errno != EEXIST) fail(folder);
+    if (::mkdir(folder.c_str(), PRIVATE_FOLDER) != 0 && errno != EEXIST) {
+      throw IndexError(folder.string() +
+                       " cannot be made: " + std::generic_category().message(errno) +
+                       ". The index of a folder is kept inside it");
+    }
     static_cast<void>(require_folder(folder));
     static_cast<void>(::chmod(folder.c_str(), PRIVATE_FOLDER));
   }

@@ -345,7 +345,7 @@ TEST_F(Mcp, PrintsWhatClientsWant) {
             "[mcp_servers.velmora]\ncommand = \"/bin/v\"\nargs = [\"mcp\",\"--repo\",\"/a "
             "\\\"b\\\"\"]\n");
   const auto unknown = test::run_velmora({"mcp", "--print-config", "none"});
-  EXPECT_EQ(unknown.exit_code, 3);
+  EXPECT_EQ(unknown.exit_code, 2);
   EXPECT_TRUE(has(unknown.errors, "generic, claude-code")) << unknown.errors;
 }
 

@@ -134,7 +134,7 @@ TEST_F(Browse, ListsWhatAnUnclearNameMayMean) {
   EXPECT_EQ(shown["fqn"], "app.deep.other.size");
   EXPECT_EQ(shown["source"]["lines"], (std::vector<std::string>{"def size():", "    pass"}));
   const std::vector<std::tuple<std::vector<std::string>, int, std::string>> nothing = {
-      {{"show", "sizes"}, 1, "velmora: No symbol has the name sizes\n"},
+      {{"show", "sizes"}, 1, "velmora: No symbol has the name sizes. Did you mean: size?\n"},
       {{"show", "app/store.py:900"}, 1, "velmora: No symbol of app/store.py has line 900. For"},
       {{"show", "store.py"}, 1, "velmora: store.py is a place, not a symbol. For its symbols: "},
       {{"show", "../repo/secret:1"}, 1, "velmora: No symbol has the name"},

@@ -202,6 +202,12 @@ TEST_F(Explore, KnowsWhatATerminalCanDo) {
   const std::vector<std::string> pager = {"PAGER=sed s/^/paged:/", "NO_COLOR=1"};
   EXPECT_EQ(ask(pager, 3).find("paged:src/config.py:3  function"), 0U);
   EXPECT_EQ(ask(pager, 3, {"--json"}).find("{"), 0U);
+  const std::vector<std::string> environment = {"PAGER=sed s/^/paged:/", "TERM=xterm"};
+  for (const auto& arguments : std::vector<std::vector<std::string>>{
+           {"show", "--no-refresh", "parse_config"}, {"outline", "--no-refresh"}}) {
+    const std::string shown = run_on_terminal(arguments, environment, 2, 30, folder.path());
+    EXPECT_NE(shown.find("paged:src/config.py"), std::string::npos) << shown;
+  }
   EXPECT_EQ(ask(pager, 99).find("src/config.py:3  function"), 0U);
   EXPECT_NE(ask({"PAGER=/nowhere/pager"}, 3).find("pkg.parse_config"), std::string::npos);
   EXPECT_EQ(ask(pager, 99, {"--hyperlink-format", "vscode"})
@@ -337,6 +343,14 @@ TEST_F(Explore, ExitCodeTellsWrongUsageFromFailure) {
       {{"explore", "a", "--embeddings-url", "u"}, 2, "velmora: the embedding server u needs a m"},
       {{"explore", "a", "--embeddings-model", "m"}, 2, "velmora: the embedding model m needs its "},
       {{"import", "rows.jsonl"}, 2, "velmora: --index is required"},
+      {{"show", "me", "where", "it", "is"},
+       2,
+       "velmora: The following arguments were not expected: where it is\n"
+       "To ask about the words: velmora explore show me where it is\n"
+       "Run velmora show --help"},
+      {{"--limt", "3", "a"}, 2, "velmora: The following argument was not expected: --limt\nRun"},
+      {{"a", "--repo", repo, "--scope", "none"}, 1, "velmora: The index has nothing at none. --s"},
+      {{"zebra", "--repo", repo, "--scope", "./tests/"}, 1, "velmora: Tests are left out"},
       {{"explore", "a", "--no-index"}, 3, no_index + "at " + empty.path().string()},
       {{"explore", "a", "--repo", ".", "--no-index"}, 3, no_index + "at " + empty.path().string()},
       {{"explore", "import", "--repo", repo}, 1, ""},  // a question like any other
