@@ -1,6 +1,8 @@
 #include "tree_split.h"
 
 #include <algorithm>
+#include <string>
+#include <system_error>
 
 #include "tree.h"
 #include "velmora/utils/string_set.h"
@@ -49,9 +51,12 @@ std::span<const std::vector<std::string_view>> owner_families() {
 }
 
 std::vector<std::filesystem::path> tree_files(const std::filesystem::path& folder, TreeSet set) {
+  std::error_code unreadable;
   std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    if (tree_set(tree_repository_of(entry.path())) == set) files.push_back(entry.path());
+  for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
+    const std::filesystem::path& file = entry.path();
+    if (file.filename().string().find(".jsonl") == std::string::npos) continue;
+    if (tree_set(tree_repository_of(file)) == set) files.push_back(file);
   }
   std::sort(files.begin(), files.end());
   return files;

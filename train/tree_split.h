@@ -24,7 +24,8 @@ enum class TreeSet { training, validation, test };
 // the sets against it.
 [[nodiscard]] std::span<const std::vector<std::string_view>> owner_families();
 
-// The files of a folder of trees that belong to the set, by name.
+// The files "owner+name.jsonl.gz" of a folder that belong to the set, by name; none of a folder
+// that cannot be read.
 [[nodiscard]] std::vector<std::filesystem::path> tree_files(const std::filesystem::path& folder,
                                                             TreeSet set);
 

@@ -50,11 +50,10 @@ enum class Feature : std::size_t {
   file_precision,  // share of the words of the file's stem that are in the question
   file_covered,    // every one of them is
   pair_recall,     // share of neighbouring words of the question that are neighbours in the name
-  short_recall,  // share of the question's words that a word of the name is short for, or they for
-                  // it
-  same_file,      // share of the other candidates that are in the same file
-  same_name,      // share of them that have the same name
-  is_type,        // class, struct, union, interface, trait, enum or type
+  short_recall,    // share of them that abbreviate a word of the name, or that one abbreviates
+  same_file,       // share of the other candidates that are in the same file
+  same_name,       // share of them that have the same name
+  is_type,         // class, struct, union, interface, trait, enum or type
   is_function,
   is_method,
   is_constructor,
