@@ -129,7 +129,9 @@ TEST(Catalog, FindsThingsByName) {
                                "Request2", "Req uest", "_Request", "\u00C9tat", "R\u00E9p"};
   for (const std::string_view kind : kinds) {
     for (const std::string name : names) {
-      import_all(*index, {{.fqn = name, .name = name, .kind = std::string(kind)}});
+      import_all(
+          *index,
+          {{.fqn = name, .name = name, .kind = std::string(kind), .language = "c", .path = "a.c"}});
       const bool is_thing = !models::CALLABLE_KINDS.contains(kind);
       index->read([&](const Catalog& catalog) {
         EXPECT_EQ(catalog.has_thing(name), is_thing && (name == "Request" || name == "X"))

@@ -118,7 +118,7 @@ TEST_F(TextVectorsTest, KeepsSoManyUnusedVectors) {
 TEST_F(TextVectorsTest, HalvesWhatItHas) {
   index->replace([&, i = 0]() mutable -> std::optional<Symbol> {
     if (i++ > 0) return std::nullopt;
-    return Symbol{{}, "given", "g", "function", "c", "f", 1, 1, {}, {}, {{"m", {3, -1}}}};
+    return Symbol{{}, "given", "g", "function", "c", "f", 1, 1, {}, {}, {}, {{"m", {3, -1}}}};
   });
   // A vector that an import gave stays.
   change([&](TextVectors& vectors) {

@@ -135,8 +135,9 @@ class VectorMatrixTest : public ::testing::Test {
     Index::open_or_create(file)->replace(
         [&]() -> std::optional<Symbol> {
           if (row == vectors.size()) return std::nullopt;
-          Symbol symbol{static_cast<SymbolId>(row), "f", "f", "function", "c", "f.c", 1, 1, {}, {},
-                        {{"m", vectors[row]}}};
+          Symbol symbol{
+              static_cast<SymbolId>(row), "f", "f", "function", "c", "f.c", 1, 1, {}, {}, {},
+              {{"m", vectors[row]}}};
           ++row;
           return symbol;
         },
