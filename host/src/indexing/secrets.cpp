@@ -231,15 +231,19 @@ class Hiding {
 
 }  // namespace
 
+// Few characters begin something to hide; by the first of them most places are passed over.
 std::string without_keys(std::string_view text) {
   std::string out;
+  out.reserve(text.size());
   for (std::size_t at = 0; at < text.size();) {
-    if (const std::size_t length = private_key(text, at); length > 0) {
+    const char c = text[at];
+    if (const std::size_t length = c == '-' ? private_key(text, at) : 0; length > 0) {
       out += HIDDEN;
       at += length;
       continue;
     }
-    if (const std::string_view password = password_of_url(text, at); !password.empty()) {
+    const std::string_view password = c == '/' ? password_of_url(text, at) : std::string_view();
+    if (!password.empty()) {
       const auto start = static_cast<std::size_t>(password.data() - text.data());
       out.append(text.substr(at, start - at)).append(HIDDEN);
       at = start + password.size();
@@ -249,7 +253,7 @@ std::string without_keys(std::string_view text) {
     const bool begins = at == 0 || !(is_letter(text[at - 1]) || is_digit(text[at - 1]) ||
                                      text[at - 1] == '_' || text[at - 1] == '-');
     if (begins && std::ranges::any_of(SHAPES, [&](const Shape& shape) {
-          return text.substr(at).starts_with(shape.beginning);
+          return shape.beginning.front() == c && text.substr(at).starts_with(shape.beginning);
         })) {
       const std::string_view near = text.substr(at, ENOUGH);
       if (has_key_shape(near.substr(0, run_end(near, 0)))) {
