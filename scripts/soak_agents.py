@@ -293,6 +293,11 @@ def rows(folder, query):
 
 def compare(program, kept, anew):
     """The index that was kept with one made anew of the same files. What differs, a line each."""
+    # The log of the sessions has a name that only the program knows: as the last one to close the
+    # index, it takes what is in the log into the file.
+    subprocess.run([program, "status", kept], check=True, capture_output=True)
+    if list(kept.glob(".velmora/index.db-wal*")):
+        return ["somebody still has the index open"]
     anew.mkdir()
     subprocess.run(f"tar -cf - --exclude=./.velmora . | tar -xf - -C '{anew}'", shell=True,
                    check=True, cwd=kept)
