@@ -13,12 +13,6 @@ std::string_view take(std::string_view& text, std::size_t at, std::size_t mark) 
   return before;
 }
 
-std::string_view without_number(std::string_view line) {
-  const std::size_t digits = line.find_first_not_of("0123456789");
-  const bool numbered = digits != 0 && digits != line.npos && line.substr(digits, 2) == ". ";
-  return numbered ? line.substr(digits + 2) : line;
-}
-
 // Where " - " ends a signature: outside of brackets, in which it may be a subtraction.
 std::size_t signature_end(std::string_view text) {
   std::size_t depth = 0;
@@ -40,6 +34,12 @@ std::string_view last_part(std::string_view fqn) {
 }
 
 }  // namespace
+
+std::string_view without_number(std::string_view line) {
+  const std::size_t digits = line.find_first_not_of("0123456789");
+  const bool numbered = digits != 0 && digits != line.npos && line.substr(digits, 2) == ". ";
+  return numbered ? line.substr(digits + 2) : line;
+}
 
 Candidate parse_candidate(std::string_view line) {
   Candidate candidate;

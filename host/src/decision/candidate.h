@@ -15,6 +15,9 @@ struct Candidate {
   std::string_view docstring;  // its first sentence
 };
 
+// "function pkg.parse ..." of "1. function pkg.parse ..."; a line without a number as it is.
+[[nodiscard]] std::string_view without_number(std::string_view line);
+
 // Takes "1. kind fqn in path: signature - docstring" apart, the form of engines::candidate_line
 // behind the number that engines::rerank_request gives it. Any bytes are taken: where a mark is
 // missing, the part before it goes on to the end.

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "decision/candidate.h"
 #include "http/json_client.h"
 #include "velmora/workers/retrieval.h"
 
@@ -24,12 +25,6 @@ using nlohmann::json;
 constexpr std::size_t ANSWER_BYTES = std::size_t{64} << 10;
 constexpr std::size_t RESULT_BYTES = 1024;
 constexpr std::size_t ESCAPED_BYTES = 6;
-
-// "1. function pkg.parse" without the number, which says nothing to a model of single documents.
-std::string_view without_number(std::string_view candidate) {
-  const std::size_t stop = candidate.find(". ");
-  return stop == std::string_view::npos ? candidate : candidate.substr(stop + 2);
-}
 
 bool is_probability(double score) { return score >= 0.0 && score <= 1.0; }
 
@@ -54,6 +49,7 @@ class HttpReranker::Impl {
     json documents = json::array();
     std::size_t longest = ANSWER_BYTES;
     for (const std::string& candidate : state.candidates) {
+      // The number says nothing to a model of single documents.
       documents.push_back(without_number(candidate));
       longest += RESULT_BYTES + ESCAPED_BYTES * candidate.size();
     }
