@@ -65,7 +65,7 @@ namespace velmora::bench {
 void long_question(benchmark::State& state, const SubjectName& name) {
   const Subject& on = subject(name);
   const CorpusWords words(*on.rows);
-  const Vocabulary& vocabulary = words.documents().vocabulary;
+  const Vocabulary& vocabulary = *words.documents().vocabulary;
   std::string known;
   for (WordId word = 0; word < vocabulary.size() && word < KNOWN_WORDS + Vocabulary::FIRST_WORD;
        ++word) {

@@ -35,15 +35,15 @@ CorpusWords::CorpusWords(const Rows& rows) {
     const auto [file, is_new] = numbers_.emplace(row.path, files_.size());
     if (is_new) {
       std::vector<WordId> words;
-      vocabulary_.append_words(row.path, words);
+      vocabulary_->append_words(row.path, words);
       files_.push_back({words_.store(words), {}});
       places_.emplace_back();
     }
     places_[file->second].push_back(static_cast<std::uint32_t>(symbols_.size()));
     std::vector<WordId> words;
-    const std::size_t name = vocabulary_.append_words(row.name, words);
-    const std::size_t signature = vocabulary_.append_words(row.signature.value_or(""), words);
-    vocabulary_.append_words(row.docstring.value_or(""), words);
+    const std::size_t name = vocabulary_->append_words(row.name, words);
+    const std::size_t signature = vocabulary_->append_words(row.signature.value_or(""), words);
+    vocabulary_->append_words(row.docstring.value_or(""), words);
     symbols_.emplace_back(row.id, words_.store(words), name, signature, files_[file->second].path);
   }
   for (std::size_t file = 0; file < files_.size(); ++file) files_[file].symbols = places_[file];
@@ -53,7 +53,7 @@ TableTexts::TableTexts(const Documents& documents) {
   const auto append = [&](std::string& text, Words words) {
     for (const auto word : words) {
       if (!text.empty()) text += ' ';
-      text += documents.vocabulary.word(word);
+      text += documents.vocabulary->word(word);
     }
   };
   for (const SymbolDocument& symbol : documents.symbols) {

@@ -34,7 +34,8 @@ class CorpusWords {
   }
 
  private:
-  workers::retrieval::internal::Vocabulary vocabulary_;
+  std::shared_ptr<workers::retrieval::internal::Vocabulary> vocabulary_ =
+      std::make_shared<workers::retrieval::internal::Vocabulary>();
   utils::Arena<workers::retrieval::internal::WordId> words_;
   std::vector<workers::retrieval::internal::SymbolDocument> symbols_;
   std::vector<workers::retrieval::internal::FileDocument> files_;

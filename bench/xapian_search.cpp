@@ -16,8 +16,8 @@ using workers::retrieval::internal::Words;
 XapianSearch::XapianSearch(const Documents& documents)
     : stem_("porter"), database_("", Xapian::DB_BACKEND_INMEMORY) {
   std::vector<std::string> stems;
-  for (WordId word = 0; word < documents.vocabulary.size(); ++word) {
-    stems.push_back(stem_(std::string(documents.vocabulary.word(word))));
+  for (WordId word = 0; word < documents.vocabulary->size(); ++word) {
+    stems.push_back(stem_(std::string(documents.vocabulary->word(word))));
   }
   const workers::retrieval::LexicalWeights weights;
   for (const SymbolDocument& symbol : documents.symbols) {

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,9 +16,9 @@ class TextDocuments {
   // A row of the symbol table: name, signature, path and docstring.
   void add_symbol(models::SymbolId id, const std::array<std::string, 4>& fields) {
     auto& words = words_.emplace_back();
-    const std::size_t name = vocabulary_.append_words(fields[0], words);
-    const std::size_t signature = vocabulary_.append_words(fields[1], words);
-    vocabulary_.append_words(fields[3], words);
+    const std::size_t name = vocabulary_->append_words(fields[0], words);
+    const std::size_t signature = vocabulary_->append_words(fields[1], words);
+    vocabulary_->append_words(fields[3], words);
     symbols_.emplace_back(id, words, name, signature, words_of(fields[2]));
   }
 
@@ -36,11 +37,12 @@ class TextDocuments {
  private:
   workers::retrieval::internal::Words words_of(const std::string& text) {
     auto& words = words_.emplace_back();
-    vocabulary_.append_words(text, words);
+    vocabulary_->append_words(text, words);
     return words;
   }
 
-  workers::retrieval::internal::Vocabulary vocabulary_;
+  std::shared_ptr<workers::retrieval::internal::Vocabulary> vocabulary_ =
+      std::make_shared<workers::retrieval::internal::Vocabulary>();
   std::deque<std::vector<workers::retrieval::internal::WordId>> words_;
   std::deque<std::vector<std::uint32_t>> places_;
   std::vector<workers::retrieval::internal::SymbolDocument> symbols_;

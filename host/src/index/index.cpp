@@ -60,8 +60,10 @@ std::string fault_of(const std::filesystem::path& path) {
 struct Index::Parts {
   explicit Parts(const std::filesystem::path& path) : file(path), readers(path) {}
 
-  // The vectors of `model` in the index's present state.
-  std::shared_ptr<const VectorMatrix> vectors(std::string_view model);
+  // As Index::nearest_symbol_ids. The first search in a state of the index reads the vectors, which
+  // is all that a program needs that asks once; the next one keeps them.
+  std::vector<storage::NearestPair> nearest(std::span<const float> values, std::string_view model,
+                                            std::int64_t top_k);
 
   const std::filesystem::path file;
   ReaderPool readers;
@@ -72,21 +74,25 @@ struct Index::Parts {
   std::map<std::string, std::shared_ptr<const VectorMatrix>, std::less<>> vectors_by_model;
 };
 
-std::shared_ptr<const VectorMatrix> Index::Parts::vectors(std::string_view model) {
-  const std::lock_guard guard(vectors_lock);
-  const ReaderPool::Lease reader = readers.borrow();
-  const storage::Transaction one_state(reader->database);
-  std::string fingerprint = reader->fingerprint();
-  if (fingerprint != vectors_fingerprint) {
-    vectors_by_model.clear();
-    vectors_fingerprint = std::move(fingerprint);
+std::vector<storage::NearestPair> Index::Parts::nearest(std::span<const float> values,
+                                                        std::string_view model,
+                                                        std::int64_t top_k) {
+  std::shared_ptr<const VectorMatrix> vectors;
+  {
+    const std::lock_guard guard(vectors_lock);
+    const ReaderPool::Lease reader = readers.borrow();
+    const storage::Transaction one_state(reader->database);
+    std::string fingerprint = reader->fingerprint();
+    if (fingerprint != vectors_fingerprint) {
+      vectors_by_model.clear();
+      vectors_fingerprint = std::move(fingerprint);
+    }
+    const auto [entry, first] = vectors_by_model.try_emplace(std::string(model));
+    if (first) return VectorMatrix::nearest_as_read(reader->database, model, values, top_k);
+    if (!entry->second) entry->second = std::make_shared<VectorMatrix>(reader->database, model);
+    vectors = entry->second;
   }
-  auto entry = vectors_by_model.find(model);
-  if (entry == vectors_by_model.end()) {
-    auto matrix = std::make_shared<const VectorMatrix>(reader->database, model);
-    entry = vectors_by_model.emplace(model, std::move(matrix)).first;
-  }
-  return entry->second;
+  return vectors->nearest(values, top_k);
 }
 
 Index::Index(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}
@@ -245,8 +251,8 @@ std::vector<storage::NearestPair> Index::nearest_symbol_ids(std::span<const floa
                                                             std::string_view model,
                                                             storage::NearestOptions options) {
   if (options.top_k < 1) throw std::invalid_argument("top_k must be at least 1");
-  const auto vectors = with_index_errors(parts_->file, [&] { return parts_->vectors(model); });
-  return vectors->nearest(values, options.top_k);
+  return with_index_errors(parts_->file,
+                           [&] { return parts_->nearest(values, model, options.top_k); });
 }
 
 void Index::read_symbol(SymbolId id, const std::function<void(const storage::SymbolRow&)>& read) {

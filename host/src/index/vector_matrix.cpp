@@ -5,8 +5,6 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "index/best_rows.h"
-#include "index/stored_vector.h"
 #include "velmora/host/index/index.h"
 
 namespace velmora::host::index {
@@ -19,6 +17,9 @@ using storage::NearestPair;
 constexpr std::size_t ROWS_AHEAD = 3;
 constexpr std::size_t BYTES_AHEAD = 768;
 constexpr std::size_t CACHE_LINE = 64;
+
+// How many rows are in memory when none are kept: few enough for a processor's cache.
+constexpr std::size_t ROWS_AT_A_TIME = 512;
 
 double number(float value) { return value; }
 double number(Half value) { return to_float(value); }
@@ -59,60 +60,90 @@ double norm(VectorKind kind, const std::byte* row, std::size_t length) {
 
 }  // namespace
 
+VectorMatrix::VectorMatrix(std::string_view model, const DotProducts& dots)
+    : model_(model), dots_(dots) {}
+
 VectorMatrix::VectorMatrix(storage::Database& database, std::string_view model,
                            const DotProducts& dots)
-    : model_(model), dots_(dots) {
+    : VectorMatrix(model, dots) {
+  storage::Statement select = select_rows(database);
+  ids_.reserve(stored_);
+  norms_.reserve(stored_);
+  rows_ = RowBlock(stored_ * row_bytes());
+  while (read_row(select)) {
+  }
+}
+
+std::vector<NearestPair> VectorMatrix::nearest_as_read(storage::Database& database,
+                                                       std::string_view model,
+                                                       std::span<const float> query,
+                                                       std::int64_t top_k,
+                                                       const DotProducts& dots) {
+  require_direction(query, "the query's vector");
+  VectorMatrix some(model, dots);
+  storage::Statement select = some.select_rows(database);
+  if (some.stored_ == 0) return {};
+  some.rows_ = RowBlock(std::min(some.stored_, ROWS_AT_A_TIME) * some.row_bytes());
+  BestRows best = some.best_of(top_k);
+  for (bool more = true; more; some.first_ = some.ids_.size()) {
+    while (more && some.ids_.size() < some.first_ + ROWS_AT_A_TIME) more = some.read_row(select);
+    some.scan(query, best);
+  }
+  return some.pairs(std::move(best));
+}
+
+storage::Statement VectorMatrix::select_rows(storage::Database& database) {
   storage::Statement about = database.prepare(
       "SELECT id, kind, (SELECT count(*) FROM embeddings AS e WHERE e.model = m.id),"
       " (SELECT length(numbers) FROM embeddings AS e JOIN vectors AS v ON v.id = e.vector"
       " WHERE e.model = m.id ORDER BY e.symbol LIMIT 1)"
       " FROM models AS m WHERE name = ?");
-  about.bind(1, model);
-  if (!about.step()) return;
-  kind_ = kind_of(about.column_text(1));
-  const auto rows = static_cast<std::size_t>(about.column_int64(2));
-  length_ = static_cast<std::size_t>(about.column_int64(3)) / number_size(kind_);
-  ids_.reserve(rows);
-  norms_.reserve(rows);
-  rows_ = RowBlock(rows * length_ * number_size(kind_));
-
+  about.bind(1, std::string_view(model_));
   storage::Statement select = database.prepare(
       "SELECT e.symbol, v.numbers FROM embeddings AS e CROSS JOIN vectors AS v"
       " ON v.id = e.vector WHERE e.model = ? ORDER BY e.symbol");
-  select.bind(1, about.column_int64(0));
-  while (!odd_length_ && select.step()) read_row(select.column_int64(0), select.column_blob(1));
+  if (about.step()) {
+    kind_ = kind_of(about.column_text(1));
+    stored_ = static_cast<std::size_t>(about.column_int64(2));
+    length_ = static_cast<std::size_t>(about.column_int64(3)) / number_size(kind_);
+    select.bind(1, about.column_int64(0));
+  }
+  return select;
 }
 
-void VectorMatrix::read_row(storage::SymbolId id, std::span<const std::byte> blob) {
+bool VectorMatrix::read_row(storage::Statement& select) {
+  if (!select.step()) return false;
+  const storage::SymbolId id = select.column_int64(0);
+  const std::span<const std::byte> blob = select.column_blob(1);
   const std::size_t length = blob.size() / number_size(kind_);
   if (length != length_) {
     odd_length_ = length;
-    return;
+    return false;
   }
-  const std::size_t row_bytes = length_ * number_size(kind_);
-  std::byte* const row = rows_.data() + ids_.size() * row_bytes;
-  if (row_bytes > 0) std::memcpy(row, blob.data(), row_bytes);
+  std::byte* const row = rows_.data() + (ids_.size() - first_) * row_bytes();
+  if (row_bytes() > 0) std::memcpy(row, blob.data(), row_bytes());
   const double size = norm(kind_, row, length_);
-  if (blob.size() != row_bytes || !std::isfinite(size) || size == 0.0) {
+  if (blob.size() != row_bytes() || !std::isfinite(size) || size == 0.0) {
     throw IndexError("The stored vector of symbol " + std::to_string(id) + " (model " + model_ +
                      ") is damaged. Make the index anew");
   }
   ids_.push_back(id);
   norms_.push_back(size);
+  return true;
 }
 
 template <class Number, class Visit>
 void VectorMatrix::each_row(Visit visit) const {
   const auto* const rows = reinterpret_cast<const Number*>(rows_.data());
-  const std::size_t row_bytes = length_ * sizeof(Number);
-  for (std::size_t row = 0; row < ids_.size(); ++row) {
-    if (row + ROWS_AHEAD < ids_.size()) {
-      const std::byte* const ahead = rows_.data() + (row + ROWS_AHEAD) * row_bytes;
-      for (std::size_t byte = 0; byte < std::min(row_bytes, BYTES_AHEAD); byte += CACHE_LINE) {
+  const std::size_t count = ids_.size() - first_;
+  for (std::size_t row = 0; row < count; ++row) {
+    if (row + ROWS_AHEAD < count) {
+      const std::byte* const ahead = rows_.data() + (row + ROWS_AHEAD) * row_bytes();
+      for (std::size_t byte = 0; byte < std::min(row_bytes(), BYTES_AHEAD); byte += CACHE_LINE) {
         __builtin_prefetch(ahead + byte);
       }
     }
-    visit(row, rows + row * length_);
+    visit(first_ + row, rows + row * length_);
   }
 }
 
@@ -120,13 +151,22 @@ std::vector<NearestPair> VectorMatrix::nearest(std::span<const float> query,
                                                std::int64_t top_k) const {
   require_direction(query, "the query's vector");
   if (ids_.empty()) return {};
+  BestRows best = best_of(top_k);
+  scan(query, best);
+  return pairs(std::move(best));
+}
+
+BestRows VectorMatrix::best_of(std::int64_t top_k) const {
+  return BestRows(static_cast<std::size_t>(std::min(top_k, static_cast<std::int64_t>(stored_))));
+}
+
+void VectorMatrix::scan(std::span<const float> query, BestRows& best) const {
   if (query.size() != length_ || odd_length_) {
     const std::size_t other = query.size() != length_ ? length_ : *odd_length_;
     throw std::invalid_argument("the query's vector has " + std::to_string(query.size()) +
                                 " values, and a stored vector of the model " + model_ + " has " +
                                 std::to_string(other));
   }
-  BestRows best(static_cast<std::size_t>(std::min(top_k, static_cast<std::int64_t>(ids_.size()))));
   const auto offer = [&](std::size_t row, double dot, double query_norm) {
     best.offer(std::clamp(dot / (norms_[row] * query_norm), -1.0, 1.0), row);
   };
@@ -158,6 +198,9 @@ std::vector<NearestPair> VectorMatrix::nearest(std::span<const float> query,
       });
     }
   }
+}
+
+std::vector<NearestPair> VectorMatrix::pairs(BestRows best) const {
   std::vector<NearestPair> pairs;
   for (const BestRows::Row& row : std::move(best).take()) {
     pairs.push_back({.id = ids_[row.number], .similarity = row.similarity});

@@ -145,10 +145,10 @@ class CorpusBuilder {
     corpus_->symbols.push_back(symbol);
     symbol_names_.push_back(number_of_name(name));
     words_.clear();
-    const std::size_t name_words = vocabulary_.append_words(row.name, words_);
+    const std::size_t name_words = vocabulary_->append_words(row.name, words_);
     const std::size_t signature_words =
-        vocabulary_.append_words(row.signature.value_or(""), words_);
-    vocabulary_.append_words(row.docstring.value_or(""), words_);
+        vocabulary_->append_words(row.signature.value_or(""), words_);
+    vocabulary_->append_words(row.docstring.value_or(""), words_);
     symbols_.emplace_back(row.id, kept_words_.store(words_), name_words, signature_words,
                           files_[file].path);
   }
@@ -164,7 +164,7 @@ class CorpusBuilder {
     if (number == corpus_->files.size()) {
       corpus_->files.push_back({file_numbers_.text(number), utils::is_test_path(path), {}});
       words_.clear();
-      vocabulary_.append_words(path, words_);
+      vocabulary_->append_words(path, words_);
       files_.push_back({kept_words_.store(words_), {}});
     }
     return number;
@@ -232,7 +232,7 @@ class CorpusBuilder {
   }
 
   std::shared_ptr<Corpus> corpus_ = std::make_shared<Corpus>();
-  Vocabulary vocabulary_;
+  std::shared_ptr<Vocabulary> vocabulary_ = std::make_shared<Vocabulary>();
   utils::Arena<WordId> kept_words_;          // what `symbols_` and `files_` point into
   std::vector<WordId> words_;                // reused
   std::vector<SymbolDocument> symbols_;      // beside `Corpus::symbols`

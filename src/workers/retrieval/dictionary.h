@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -24,25 +25,25 @@ class Dictionary {
 
   // Numbers the terms, running each word through the tokenizer once. Nothing when some word is not
   // exactly one token, when a space does not part two, or when there is no tokenizer to ask.
-  [[nodiscard]] static std::optional<Dictionary> make(TableTokenizer& tokenizer,
-                                                      const Vocabulary& vocabulary);
+  [[nodiscard]] static std::optional<Dictionary> make(
+      TableTokenizer& tokenizer, const std::shared_ptr<const Vocabulary>& vocabulary);
 
   // How many terms there are.
   [[nodiscard]] std::size_t size() const { return tokens_.size(); }
 
-  // The term of a word of the vocabulary that is no stop word.
+  // The term of a word of the vocabulary; UNKNOWN for a stop word.
   [[nodiscard]] TermId term(WordId word) const { return terms_[word]; }
 
   // The term of a word, or the term that is this token; UNKNOWN when no row holds it.
   [[nodiscard]] TermId find_word(std::string_view word) const {
-    const std::uint32_t found = words_.find(word);
-    return found == utils::Interner::NONE ? UNKNOWN : term(found + Vocabulary::FIRST_WORD);
+    const WordId found = words_->find(word);
+    return found == utils::Interner::NONE ? UNKNOWN : term(found);
   }
   [[nodiscard]] TermId find_token(std::string_view token) const { return tokens_.find(token); }
 
  private:
-  utils::TextArena texts_;
-  utils::Interner words_;      // by WordId less FIRST_WORD
+  utils::TextArena texts_;  // of the tokens
+  std::shared_ptr<const Vocabulary> words_;
   utils::Interner tokens_;     // by TermId
   std::vector<TermId> terms_;  // by WordId
 };

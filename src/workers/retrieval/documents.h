@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <span>
 #include <stdexcept>
 
@@ -50,7 +51,7 @@ struct FileDocument {
 };
 
 struct Documents {
-  const Vocabulary& vocabulary;
+  std::shared_ptr<const Vocabulary> vocabulary;
   std::span<const SymbolDocument> symbols;
   std::span<const FileDocument> files;  // the rows 1, 2, ...
 };

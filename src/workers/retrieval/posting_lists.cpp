@@ -97,17 +97,14 @@ template <class EachField>
 PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
                            const Dictionary& dictionary, std::span<const double> weights)
     : rows_(std::move(rows)), norms_(rows_.size()), starts_(dictionary.size() + 1) {
-  struct Tally {  // of a term in the document at hand; the frequency by number, 0 that of 0.0
-    std::uint32_t document_after = 0;
-    std::uint32_t frequency = 0;
-  };
   struct List {
-    std::vector<std::uint8_t> bytes;
+    std::uint32_t document_after = 0;  // the document at hand, if it holds the term
+    std::uint32_t frequency = 0;       // there, by number, 0 that of 0.0
+    std::uint32_t count = 0;           // of the documents before it
     DocumentId last = 0;
-    std::uint32_t documents = 0;
+    std::vector<std::uint8_t> bytes;
   };
   FrequencySums sums(weights);
-  std::vector<Tally> tallies(dictionary.size());
   std::vector<List> lists(dictionary.size());
   std::vector<TermId> held;
   std::int64_t all_words = 0;
@@ -118,20 +115,22 @@ PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
       length += words.size();
       for (const WordId word : words) {
         const TermId term = dictionary.term(word);
-        Tally& tally = tallies[term];
-        if (tally.document_after != document + 1) {
-          tally = {document + 1, 0};
+        List& list = lists[term];
+        if (list.document_after != document + 1) {
+          list.document_after = document + 1;
+          list.frequency = 0;
           held.push_back(term);
         }
-        tally.frequency = sums.add(tally.frequency, column);
+        list.frequency = sums.add(list.frequency, column);
       }
     });
     for (const TermId term : held) {
       List& list = lists[term];
+      if (list.count == 0) list.bytes.reserve(24);  // the least that an allocation takes
       append(list.bytes, document - list.last);
-      append(list.bytes, tallies[term].frequency);
+      append(list.bytes, list.frequency);
       list.last = document;
-      ++list.documents;
+      ++list.count;
     }
     norms_[document] = static_cast<double>(length);
     all_words += static_cast<std::int64_t>(length);
@@ -141,7 +140,7 @@ PostingLists::PostingLists(std::vector<RowId> rows, EachField each_field,
   frequencies_ = sums.frequencies();
 
   for (TermId term = 0; term < dictionary.size(); ++term) {
-    append(bytes_, lists[term].documents);
+    append(bytes_, lists[term].count);
     bytes_.insert(bytes_.end(), lists[term].bytes.begin(), lists[term].bytes.end());
     starts_[term + 1] = bytes_.size();
   }

@@ -89,7 +89,7 @@ void require_unique(TextTables& tables, const Documents& documents, const Postin
   const auto twice = std::adjacent_find(symbols.rows().begin(), symbols.rows().end());
   if (twice == symbols.rows().end()) return;
   for (const SymbolDocument& symbol : documents.symbols) {
-    if (symbol.id == *twice) tables.add(symbol, documents.vocabulary);
+    if (symbol.id == *twice) tables.add(symbol, *documents.vocabulary);
   }
 }
 
@@ -103,7 +103,7 @@ std::unique_ptr<const TextIndex> text_index(const RetrievalSettings& settings,
   tables->set_ranks(settings);
   std::span<const SymbolDocument> symbols = documents.symbols;
   if (!tables_only && !symbols.empty()) {
-    tables->add(symbols.front(), documents.vocabulary);
+    tables->add(symbols.front(), *documents.vocabulary);
     symbols = symbols.subspan(1);
     if (auto dictionary = Dictionary::make(tables->tokenizer(), documents.vocabulary)) {
       PostingLists of_symbols = PostingLists::of_symbols(
@@ -116,7 +116,7 @@ std::unique_ptr<const TextIndex> text_index(const RetrievalSettings& settings,
                                             std::move(of_symbols), std::move(of_files));
     }
   }
-  for (const SymbolDocument& symbol : symbols) tables->add(symbol, documents.vocabulary);
+  for (const SymbolDocument& symbol : symbols) tables->add(symbol, *documents.vocabulary);
   tables->add_files(documents);
   filling.commit();
   return std::make_unique<TableIndex>(std::move(tables));

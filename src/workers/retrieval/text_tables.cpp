@@ -100,12 +100,12 @@ void TextTables::add_files(const Documents& documents) {
     for (const std::uint32_t place : file.symbols) {
       const SymbolDocument& symbol = documents.symbols[place];
       if (place != file.symbols.front()) names += ' ';
-      names += text_of(symbol.name(), documents.vocabulary);
+      names += text_of(symbol.name(), *documents.vocabulary);
       if (symbol.docstring().empty()) continue;
       if (!docstrings.empty()) docstrings += ' ';
-      docstrings += text_of(symbol.docstring(), documents.vocabulary);
+      docstrings += text_of(symbol.docstring(), *documents.vocabulary);
     }
-    const std::string path = text_of(file.path, documents.vocabulary);
+    const std::string path = text_of(file.path, *documents.vocabulary);
     insert.bind(1, ++row).bind(2, names).bind(3, path).bind(4, docstrings).run();
   }
 }

@@ -21,7 +21,7 @@ using WordId = std::uint32_t;
 
 // Numbers lower-case words in the order of first appearance. It holds the stop words from the
 // start, as the first numbers, so that one look-up tells a word's number and whether it is dropped.
-// Used by one thread at a time.
+// Any number of threads may read it, or one change it.
 class Vocabulary {
  public:
   static constexpr WordId FIRST_WORD = STOP_WORDS.size();
@@ -42,6 +42,8 @@ class Vocabulary {
     return out.size() - before;
   }
 
+  // The number of a word in lower case, or utils::Interner::NONE.
+  [[nodiscard]] WordId find(std::string_view word) const { return words_.find(word); }
   // How many numbers are taken, stop words included.
   [[nodiscard]] std::size_t size() const { return words_.size(); }
   [[nodiscard]] std::string_view word(WordId id) const { return words_.text(id); }

@@ -152,7 +152,7 @@ TEST_F(VectorMatrixTest, NearestIsExactWithTiesByLowerId) {
   std::mt19937 random(20240611);
   std::normal_distribution<float> spread;
   for (const std::size_t length : {1U, 3U, 7U, 383U, 384U, 385U}) {
-    for (const std::size_t rows : {1U, 120U}) {
+    for (const std::size_t rows : {1U, 120U, 1100U}) {
       // A cloud whose cosines differ by less than single precision tells apart, some of it from
       // other directions, and ties: rows that are there twice, or twice as long.
       std::vector<float> middle(length);
@@ -178,7 +178,9 @@ TEST_F(VectorMatrixTest, NearestIsExactWithTiesByLowerId) {
         for (const DotProducts& dots : dot_product_kinds()) {
           const VectorMatrix matrix(database, "m", dots);
           for (const std::size_t top_k : {1U, 9U, 119U, 500U}) {
-            const auto got = matrix.nearest(query, static_cast<std::int64_t>(top_k));
+            const auto count = static_cast<std::int64_t>(top_k);
+            const auto got = matrix.nearest(query, count);
+            ASSERT_EQ(VectorMatrix::nearest_as_read(database, "m", query, count, dots), got);
             ASSERT_EQ(got.size(), std::min(rows, top_k));
             for (std::size_t i = 0; i < got.size(); ++i) {
               ASSERT_NEAR(got[i].similarity, all[i].similarity, 1e-12);

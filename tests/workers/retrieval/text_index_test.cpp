@@ -96,7 +96,7 @@ TEST(TextIndex, StoresTheTextsOfTheDocuments) {
   documents.end_file("src/web");
   const auto tables = TextTables::make("porter unicode61");
   for (const SymbolDocument& symbol : documents.documents().symbols) {
-    tables->add(symbol, documents.documents().vocabulary);
+    tables->add(symbol, *documents.documents().vocabulary);
   }
   tables->add_files(documents.documents());
   const auto stored = [&](const std::string& select, int columns) {
@@ -192,7 +192,7 @@ class BothWays {
         tables_(TextTables::make(settings.tokenizer)) {
     const Documents all = documents.documents();
     tables_->set_ranks(settings);
-    for (const SymbolDocument& symbol : all.symbols) tables_->add(symbol, all.vocabulary);
+    for (const SymbolDocument& symbol : all.symbols) tables_->add(symbol, *all.vocabulary);
     tables_->add_files(all);
     dictionary_ = Dictionary::make(tables_->tokenizer(), all.vocabulary);
     if (!dictionary_) return;
