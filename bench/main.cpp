@@ -1,5 +1,5 @@
 // velmora_benchmarks [--sizes N,N,...] [--index FILE] [--program FILE --model FILE]
-//   [--other-program FILE --other-index FILE] [options of Google Benchmark]
+//   [--other-program FILE --other-index FILE --plain-index FILE] [options of Google Benchmark]
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 #include <xapian.h>
@@ -47,6 +47,8 @@ int main(int argc, char** argv) try {
   app.add_option("--model", one.model, "The file of the built-in model");
   app.add_option("--other-program", one.other.path, "Another velmora, to compare it with");
   app.add_option("--other-index", one.other.index, "The index that the other one made");
+  app.add_option("--plain-index", one.plain_index,
+                 "Another index of the tree, for the same rows: its words of bodies are deleted");
   CLI11_PARSE(app, argc, argv);
   one.ours.index = index;
 

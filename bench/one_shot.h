@@ -15,8 +15,9 @@ struct OneShotProgram {
 
 struct OneShot {
   OneShotProgram ours;
-  OneShotProgram other;  // empty: none to compare with
-  std::string model;     // the file of the built-in model
+  OneShotProgram other;     // empty: none to compare with
+  std::string plain_index;  // of the same tree; its words of bodies are deleted. Empty: none
+  std::string model;        // the file of the built-in model
 };
 
 void one_shot(benchmark::State& state, const OneShot& on);

@@ -40,16 +40,19 @@ log=build/bench.log
 # The real corpus: Python's standard library, without what is installed beside it, and the headers of
 # C++, of ICU and of Linux, which the build needs anyway.
 tree=$(mktemp -d)
-trap 'rm -rf "$tree" "$tree.other"' EXIT
+trap 'rm -rf "$tree" "$tree.other" "$tree.plain"' EXIT
 library=$(python3 -c 'import sysconfig; print(sysconfig.get_paths()["stdlib"])')
 (cd "$library" && find . -name '*-packages' -prune -o -name '*.py' -print0 |
   tar --null -T - -cf -) | tar -xf - -C "$tree"
 cp -rL /usr/include/c++ /usr/include/unicode /usr/include/linux "$tree"
 compared=()
 if [ -n "$other" ]; then  # each program asks an index of its own making
+  cp -r "$tree" "$tree.plain"
+  build/bench/velmora index "$tree.plain"
   "$other" index "$tree"
   mv "$tree/.velmora" "$tree.other"
-  compared=(--other-program "$other" --other-index "$tree.other/index.db")
+  compared=(--other-program "$other" --other-index "$tree.other/index.db"
+    --plain-index "$tree.plain/.velmora/index.db")
 fi
 build/bench/velmora index "$tree"
 
