@@ -65,7 +65,8 @@ without it.
 When no name and no text matches, the answer rests on meaning alone, and its first line says that
 these are guesses. velmora search semantic shows what meaning alone finds.
 
-A tuned.model beside the index comes before the program's own model, if it was made here.
+A tuned.model beside the index comes before the program's own model, if it was made here: by
+velmora-train tune, which adapts that to a repository's docstrings and history.
 A server's model takes the place of both: velmora help servers.
 )"},
     HelpTopic{
