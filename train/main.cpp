@@ -30,6 +30,10 @@ using host::embedding::RowKind;
 using host::embedding::WordModel;
 using host::embedding::WordModelData;
 
+// Exit codes, as those of velmora.
+constexpr int WRONG_USAGE = 2;
+constexpr int FAILURE = 3;
+
 volatile std::sig_atomic_t interrupted = 0;
 
 struct Arguments {
@@ -197,6 +201,7 @@ int run(int argc, const char* const* argv) {
       ->check(CLI::Range(0, 1024))
       ->capture_default_str();
 
+  const CLI::App* tune = add_tune_command(app, arguments.threads);
   CLI::App* train = app.add_subcommand(
       "train", "Learn word vectors from pairs; Ctrl-C ends it with the best epoch so far");
   CLI::App* evaluation = app.add_subcommand("evaluate", "Measure what a model adds to the answers");
@@ -221,9 +226,9 @@ int run(int argc, const char* const* argv) {
 
   add_tree_commands(app, arguments.threads);
   for (CLI::App* command : app.get_subcommands({})) {
+    if (command == tune) continue;
     command->group("To make and judge the models that come with velmora");
   }
-  add_tune_command(app, arguments.threads);
 
   try {
     require_processor();
@@ -233,10 +238,10 @@ int run(int argc, const char* const* argv) {
     if (miner->parsed()) run_mine(arguments);
     return 0;
   } catch (const CLI::ParseError& error) {
-    return app.exit(error);
+    return app.exit(error) == 0 ? 0 : WRONG_USAGE;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "velmora-train: %s\n", error.what());
-    return 1;
+    return FAILURE;
   }
 }
 

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "cli/embedding_options.h"
@@ -34,6 +35,7 @@ struct Arguments {
 
 // The repository whose index answers questions from the folder.
 fs::path repository_at(const fs::path& folder) {
+  if (!fs::is_directory(folder)) throw std::runtime_error(folder.string() + " is no folder");
   if (const auto index = host::upkeep::nearest_index(folder)) {
     return host::index::repository_of(*index);
   }
@@ -59,12 +61,12 @@ TuningHooks hooks(ProgressLine& line) {
       }}};
 }
 
-// "+6.4 %; with 90 % certainty between +1.5 and +11.4 %"
+// "+6.4 % (with 90 % certainty between +1.5 and +11.4 %)"
 std::string gain_text(const Tuned& tuned) {
   const double percent = 100.0 / std::max(tuned.before, 1e-9);
   std::array<char, 128> text{};
   std::snprintf(text.data(), text.size(),
-                "%+.1f %%; with 90 %% certainty between %+.1f and %+.1f %%",
+                "%+.1f %% (with 90 %% certainty between %+.1f and %+.1f %%)",
                 tuned.gain.mean * percent, tuned.gain.low * percent, tuned.gain.high * percent);
   return text.data();
 }
@@ -86,9 +88,10 @@ void run(const Arguments& arguments, unsigned threads) {
                 workers, hooks(line));
   }();
   std::printf(
-      "Learned from %zu questions and answers. %zu questions of the newest commits, held back, were"
-      " asked with the model that was used so far and with the tuned one. Mean reciprocal rank:"
-      " %.4f before, %.4f tuned: %s.\n",
+      "Learned from %zu questions and answers. %zu questions of the newest commits, held back, "
+      "were\n"
+      "asked with the model that was used so far and with the tuned one. Mean reciprocal rank:\n"
+      "%.4f before, %.4f tuned, %s.\n",
       tuned.pairs, tuned.questions, tuned.before, tuned.after, gain_text(tuned).c_str());
   if (!tuned.kept) {
     std::printf("%s: the tuned model is not kept, and nothing has changed.\n",
@@ -106,7 +109,7 @@ void run(const Arguments& arguments, unsigned threads) {
 
 }  // namespace
 
-void add_tune_command(CLI::App& app, const unsigned& threads) {
+const CLI::App* add_tune_command(CLI::App& app, const unsigned& threads) {
   const auto arguments = std::make_shared<Arguments>();
   CLI::App* command = app.add_subcommand(
       "tune", "Adapt the embedding model to a repository, and keep that if it is surely better");
@@ -125,6 +128,7 @@ void add_tune_command(CLI::App& app, const unsigned& threads) {
       "It takes git and some minutes. Nothing leaves this machine, and Ctrl-C leaves all as it "
       "was.");
   command->callback([arguments, &threads] { run(*arguments, threads); });
+  return command;
 }
 
 }  // namespace velmora::train

@@ -66,7 +66,7 @@ When no name and no text matches, the answer rests on meaning alone, and its fir
 these are guesses. velmora search semantic shows what meaning alone finds.
 
 A tuned.model beside the index comes before the program's own model, if it was made here: by
-velmora-train tune, which adapts that to a repository's docstrings and history.
+velmora-train tune, which adapts that one to a repository's docstrings and history.
 A server's model takes the place of both: velmora help servers.
 )"},
     HelpTopic{

@@ -10,7 +10,7 @@
 namespace velmora::host::cli {
 
 void add_rerank_options(CLI::App& command, RerankOptions& options) {
-  command.add_flag("--no-rerank", options.none, "Keep the order of the ranking");
+  command.add_flag("--no-rerank", options.none, "Keep the order of the ranking")->group("Meaning");
   command
       .add_option("--rerank-url", options.url,
                   "Reorder the first hits by POST URL/rerank, with the key in"
