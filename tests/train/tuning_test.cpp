@@ -12,6 +12,7 @@
 
 #include "indexing/git_program.h"
 #include "random.h"
+#include "support/temporary_folder.h"
 #include "velmora/host/decision/builtin_decision.h"
 #include "velmora/host/embedding/builtin_engine.h"
 #include "velmora/host/embedding/word_model.h"
@@ -67,12 +68,8 @@ TEST(PairedGain, IsSureWhereFlippedSignsSaySo) {
 // the question's place in the file.
 class Tuning : public ::testing::Test {
  protected:
-  void SetUp() override { fs::remove_all(root); }
-  void TearDown() override { fs::remove_all(root); }
-
   void make_history(const std::vector<std::string>& names,
                     const std::vector<std::string>& questions) {
-    fs::create_directories(root);
     git({"init", "-q"});
     std::vector<int> versions(names.size(), 0);
     for (std::size_t i = 0; i < questions.size(); ++i) {
@@ -97,7 +94,8 @@ class Tuning : public ::testing::Test {
                 workers);
   }
 
-  const fs::path root = fs::path(::testing::TempDir()) / "tuning_test";
+  const host::test::TemporaryFolder folder;
+  const fs::path root = folder.path();
   const fs::path out = root / ".velmora" / "tuned.model";
 
  private:
