@@ -125,9 +125,8 @@ const CLI::App* add_tune_command(CLI::App& app, const unsigned& threads) {
       "asked with the model that is used so far and with the tuned one. This is kept as\n"
       "DIR/.velmora/tuned.model only if it answers better with 95 % certainty, and then the index\n"
       "is brought up to date with it. To go back, remove that file and run velmora index.\n"
-      "It takes git and up to some minutes. Nothing leaves this machine, and Ctrl-C leaves all as "
-      "it "
-      "was.");
+      "It takes git and up to some minutes. Nothing leaves this machine, and Ctrl-C leaves all as\n"
+      "it was.");
   command->callback([arguments, &threads] { run(*arguments, threads); });
   return command;
 }

@@ -138,8 +138,8 @@ Tuned tune(const TuningFiles& files, Workers& workers, const TuningHooks& hooks)
   Tuned tuned = {.pairs = pairs.size(), .questions = exam.questions.size()};
   if (hooks.learning) hooks.learning(tuned);
   // Smaller steps than a model takes that begins with nothing: what all repositories taught must
-  // not be lost to one. Half and twice the rate were worse or no better, and twice the epochs
-  // likewise.
+  // not be lost to one. Chosen on the validation trees, where half the rate gains two thirds as
+  // much, and twice the rate or the epochs no more.
   const WordModelData data = train_model(pairs, {},
                                          {.vocabulary = {.least_repositories = 1},
                                           .epochs = 6,
