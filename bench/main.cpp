@@ -1,5 +1,6 @@
-// velmora_benchmarks [--sizes N,N,...] [--index FILE] [--program FILE --model FILE]
-//   [--other-program FILE --other-index FILE --plain-index FILE] [options of Google Benchmark]
+// velmora_benchmarks [--sizes N,N,...] [--index FILE] [--model FILE [--decision FILE]]
+//   [--program FILE] [--other-program FILE --other-index FILE --plain-index FILE]
+//   [options of Google Benchmark]
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 #include <xapian.h>
@@ -13,6 +14,7 @@
 
 #include "benchmarks.h"
 #include "one_shot.h"
+#include "rerank.h"
 
 namespace {
 
@@ -20,6 +22,7 @@ using namespace velmora::bench;
 
 constexpr std::size_t THREADS_AT = 10'000;
 constexpr std::size_t LONG_QUESTION_AT = 100'000;
+constexpr std::size_t RERANK_AT = 100'000;
 
 template <class On>
 void add(const std::string& name, void (*run)(benchmark::State&, On), const std::string& suffix,
@@ -37,7 +40,7 @@ int main(int argc, char** argv) try {
   CLI::App app("Benchmarks of the retriever; takes the options of Google Benchmark, too.",
                "velmora_benchmarks");
   std::vector<std::size_t> sizes = {1'000, 10'000, 100'000};
-  std::string index;
+  std::string index, decision;
   app.add_option("--sizes", sizes, "Sizes of the generated corpora, in symbols")
       ->delimiter(',')
       ->check(CLI::PositiveNumber);
@@ -45,6 +48,7 @@ int main(int argc, char** argv) try {
   OneShot one;
   app.add_option("--program", one.ours.path, "The program velmora, to ask the index one question");
   app.add_option("--model", one.model, "The file of the built-in model");
+  app.add_option("--decision", decision, "The weights of the built-in decision model");
   app.add_option("--other-program", one.other.path, "Another velmora, to compare it with");
   app.add_option("--other-index", one.other.index, "The index that the other one made");
   app.add_option("--plain-index", one.plain_index,
@@ -63,6 +67,9 @@ int main(int argc, char** argv) try {
     add("memory", memory, corpus, on);
     if (on.symbols == THREADS_AT) add("threads", threads, corpus, on);
     if (on.symbols == LONG_QUESTION_AT) add("long_question", long_question, corpus, on);
+    if (!one.model.empty() && !decision.empty() && (on.symbols == RERANK_AT || !on.generated())) {
+      add("rerank", rerank, corpus, Rerank{on, one.model, decision});
+    }
   }
   if (!index.empty() && !one.model.empty()) add("one_shot", one_shot, "real", one);
   using velmora::host::index::VectorKind;

@@ -1,6 +1,7 @@
 // Symbols in memory, and the index that serves them.
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,6 +27,7 @@ using Rows = std::vector<Row>;
 // An index that never changes and costs nothing to read. It has no embeddings.
 class RowsRepository final : public storage::Repository {
  public:
+  // To be read by their ids, rows stand in the order of these.
   explicit RowsRepository(std::shared_ptr<const Rows> rows) : rows_(std::move(rows)) {}
 
   storage::IndexFingerprint retrieval_fingerprint() override { return {"1"}; }
@@ -41,8 +43,13 @@ class RowsRepository final : public storage::Repository {
   }
 
   std::unordered_map<models::SymbolId, storage::StoredSymbol> get_symbols_by_ids(
-      std::span<const models::SymbolId>) override {
-    return {};
+      std::span<const models::SymbolId> ids) override {
+    std::unordered_map<models::SymbolId, storage::StoredSymbol> found;
+    for (const models::SymbolId id : ids) {
+      const auto row = std::ranges::lower_bound(*rows_, id, {}, &Row::id);
+      if (row != rows_->end() && row->id == id) found[id].docstring = row->docstring;
+    }
+    return found;
   }
 
  private:

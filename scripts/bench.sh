@@ -58,6 +58,6 @@ build/bench/velmora index "$tree"
 
 results=build/bench/benchmarks.json
 build/bench/bench/velmora_benchmarks --sizes "$sizes" --index "$tree/.velmora/index.db" \
-  --program build/bench/velmora --model models/builtin.model "${compared[@]}" \
-  --benchmark_out="$results" --benchmark_out_format=json
+  --program build/bench/velmora --model models/builtin.model --decision models/builtin.decision \
+  "${compared[@]}" --benchmark_out="$results" --benchmark_out_format=json
 scripts/bench_report.py "$results" docs

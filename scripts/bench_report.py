@@ -99,6 +99,12 @@ def bars(results):
     if "10000" in results.corpora:
         took = results.get("retrieve", "10000", "retrieve_p50")
         yield "`retrieve`, 10,000 symbols, p50: under 3 ms", f"{ms(took)} ms", took < 3
+    for corpus in results.of("rerank"):
+        run = results.counters["rerank", corpus]
+        for percent in ("p50", "p95"):
+            more = run[f"reranked_{percent}"] - run[f"fused_{percent}"]
+            yield (f"Sentences, bodies and the rerank, {title(results, corpus)} symbols, {percent}: at "
+                   "most 1 ms more for a question", f"{ms(more)} ms more", more <= 1)
     for corpus in present:
         wanted = 4 if corpus == "100000" else 3
         faster = 1 / build_ratio(results, corpus)
@@ -203,6 +209,22 @@ def retrieve_section(results):
             "the two full-text queries that it stands on, and each channel by itself (p50).\n\n"
             + table(("Symbols", "p50", "p95", "p99", "Two queries, p50", "Ratio", "Exact", "Lexical",
                      "File", "Fusion"), rows))
+
+
+def rerank_section(results):
+    rows = []
+    for corpus in results.of("rerank"):
+        run = results.counters["rerank", corpus]
+        for percent in ("p50", "p95", "p99"):
+            fused, reranked = run[f"fused_{percent}"], run[f"reranked_{percent}"]
+            rows.append([f"{title(results, corpus)}, {percent}", ms(fused), ms(reranked),
+                         ms(reranked - fused), ms(run[f"sentence_{percent}"])])
+    return rows and ("## Rerank\n\n`retrieve` of a question by the fused ranking alone, and with its "
+                     "sentence read and its first hits reordered by the program's own decision model; "
+                     "limit 10, without embeddings but those of the decision model; milliseconds. On "
+                     "the real corpus the second searches the words of bodies too. Reading the "
+                     "sentence is part of it.\n\n"
+                     + table(("Symbols", "Fused", "Reranked", "More", "Reading the sentence"), rows))
 
 
 def build_section(results):
@@ -319,7 +341,7 @@ def page(results):
             + f"; {context['compiler']}, {context['build_type']} build; SQLite {context['sqlite']}; "
             f"Xapian {context['xapian']}.")
     sections = [head, bars_section(results), text_query_section(results), retrieve_section(results),
-                build_section(results), memory_section(results), threads_section(results),
+                rerank_section(results), build_section(results), memory_section(results), threads_section(results),
                 long_question_section(results), one_shot_section(results), nearest_section(results)]
     return "\n\n".join(section for section in sections if section) + "\n"
 

@@ -1,21 +1,19 @@
 #!/usr/bin/env bash
-# Installs, with apt, what building (or testing, measuring or training) needs and this Debian machine
-# lacks.
+# Installs, with apt, what building (or testing or measuring) needs and this Debian machine lacks.
 # With everything there it does nothing, and needs neither the network nor root.
 set -euo pipefail
 
-usage="usage: scripts/install.sh [build|test|bench|train]"
+usage="usage: scripts/install.sh [build|test|bench]"
 build=(ca-certificates g++ cmake ninja-build patch libsqlite3-dev libicu-dev
-  libcurl4-openssl-dev libxxhash-dev nlohmann-json3-dev libcli11-dev libtomlplusplus-dev)
+  libcurl4-openssl-dev libxxhash-dev nlohmann-json3-dev libcli11-dev libtomlplusplus-dev
+  libeigen3-dev zlib1g-dev)
 tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk mandoc groff-base zsh fish)
 benchmarks=(libbenchmark-dev libxapian-dev python3 git)
-trainer=(libeigen3-dev zlib1g-dev git)
 
 case "${1:-build}" in
   build) wanted=("${build[@]}") ;;
-  test) wanted=("${build[@]}" "${trainer[@]}" "${tests[@]}") ;;
+  test) wanted=("${build[@]}" "${tests[@]}") ;;
   bench) wanted=("${build[@]}" "${benchmarks[@]}") ;;
-  train) wanted=("${build[@]}" "${trainer[@]}") ;;
   -h | --help)
     echo "$usage"
     exit 0 ;;

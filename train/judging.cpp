@@ -33,16 +33,6 @@ std::uint32_t count_words(const std::string& text) {
   return count;
 }
 
-std::uint32_t rank_of(const std::vector<retrieval::Hit>& hits, const Question& question) {
-  for (std::size_t i = 0; i < hits.size(); ++i) {
-    if (std::binary_search(question.answers.begin(), question.answers.end(),
-                           static_cast<std::uint32_t>(hits[i].symbol.id))) {
-      return static_cast<std::uint32_t>(i + 1);
-    }
-  }
-  return 0;
-}
-
 }  // namespace
 
 std::string name_of(const Parts& parts) {
@@ -54,6 +44,16 @@ std::string name_of(const Parts& parts) {
   add(parts.bodies, "bodies");
   add(parts.decision, "decision");
   return name.empty() ? "fusion" : name;
+}
+
+std::uint32_t rank_of(const std::vector<retrieval::Hit>& hits, const Question& question) {
+  for (std::size_t i = 0; i < hits.size(); ++i) {
+    if (std::binary_search(question.answers.begin(), question.answers.end(),
+                           static_cast<std::uint32_t>(hits[i].symbol.id))) {
+      return static_cast<std::uint32_t>(i + 1);
+    }
+  }
+  return 0;
 }
 
 ExamAsker::ExamAsker(const Tree& tree, const TreeExam& exam, std::shared_ptr<const WordModel> model,

@@ -30,6 +30,10 @@ struct Parts {
 // "fusion", or what is added to it: "sentences + bodies".
 [[nodiscard]] std::string name_of(const Parts& parts);
 
+// The place, from 1, of the first hit whose id is among the question's answers; 0: there is none.
+[[nodiscard]] std::uint32_t rank_of(const std::vector<workers::retrieval::Hit>& hits,
+                                    const Question& question);
+
 // Puts the questions of one exam. One thread uses it at a time.
 class ExamAsker {
  public:

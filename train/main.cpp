@@ -1,4 +1,4 @@
-// velmora-train: trains the model of word vectors and measures it.
+// velmora-train: adapts velmora to a repository, trains the model of word vectors and measures it.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
@@ -19,8 +19,7 @@
 #include "quality_report.h"
 #include "training.h"
 #include "tree_commands.h"
-#include "tuning.h"
-#include "velmora/host/index/index_folder.h"
+#include "tune_command.h"
 #include "workers.h"
 
 namespace velmora::train {
@@ -30,6 +29,10 @@ namespace fs = std::filesystem;
 using host::embedding::RowKind;
 using host::embedding::WordModel;
 using host::embedding::WordModelData;
+
+// Exit codes, as those of velmora.
+constexpr int WRONG_USAGE = 2;
+constexpr int FAILURE = 3;
 
 volatile std::sig_atomic_t interrupted = 0;
 
@@ -102,32 +105,12 @@ void run_mine(const Arguments& arguments) {
   for (const std::string& repository : arguments.repositories) {
     Mined mined = mine(repository, workers);
     std::fprintf(stderr, "%s: %zu symbols, %zu pairs of documentation, %zu of commits\n",
-                 repository.c_str(), mined.symbols.size(), mined.docs.size(), mined.commits.size());
+                 repository.c_str(), mined.tree.symbols.size(), mined.docs.size(),
+                 mined.commits.size());
     std::move(mined.docs.begin(), mined.docs.end(), std::back_inserter(pairs));
     std::move(mined.commits.begin(), mined.commits.end(), std::back_inserter(pairs));
   }
   write_pairs(arguments.pairs, pairs);
-}
-
-void run_tune(const Arguments& arguments) {
-  Workers workers(arguments.threads);
-  const fs::path root = arguments.repositories.front();
-  const fs::path out = root / host::index::INDEX_FOLDER / "tuned.model";
-  host::index::make_index_folder(root);
-  const Tuned tuned = tune(root, arguments.model, out, workers, hooks(false));
-  const double before = tuned.before.all.reciprocal_rank;
-  const double after = tuned.after.all.reciprocal_rank;
-  std::printf(
-      "Learned from %zu pairs. Mean reciprocal rank over %zu questions of the newest commits: "
-      "names and text %.4f; all channels %.4f before, %.4f tuned (%+.1f %%).\n",
-      tuned.pairs, tuned.questions, tuned.before.text.reciprocal_rank, before, after,
-      (after / std::max(before, 1e-9) - 1.0) * 100.0);
-  if (tuned.kept) {
-    host::index::note_made_here(out);
-    std::printf("Kept as %s. Put it to use with: velmora index %s\n", out.c_str(), root.c_str());
-  } else {
-    std::printf("It is no better, so it is not kept.\n");
-  }
 }
 
 void add_training_options(CLI::App& command, TrainingOptions& training) {
@@ -195,8 +178,22 @@ void add_training_options(CLI::App& command, TrainingOptions& training) {
   add_part("docstring", training.settings.docstring);
 }
 
+// The numeric files may be compiled for newer processors than the rest is: train/CMakeLists.txt.
+void require_processor() {
+#ifdef VELMORA_TRAINER_NEEDS_AVX2
+  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+      __builtin_cpu_supports("bmi2")) {
+    return;
+  }
+  throw std::runtime_error(
+      "it was compiled for processors with AVX2, and this one has none; configure with"
+      " -DVELMORA_TRAINER_ARCH=x86-64 and build it anew");
+#endif
+}
+
 int run(int argc, const char* const* argv) {
-  CLI::App app("Trains the embedding model of velmora and measures it.", "velmora-train");
+  CLI::App app("Adapts velmora to a repository; makes and judges the models that come with it.",
+               "velmora-train");
   app.require_subcommand(1);
   app.fallthrough();
   Arguments arguments;
@@ -204,6 +201,7 @@ int run(int argc, const char* const* argv) {
       ->check(CLI::Range(0, 1024))
       ->capture_default_str();
 
+  const CLI::App* tune = add_tune_command(app, arguments.threads);
   CLI::App* train = app.add_subcommand(
       "train", "Learn word vectors from pairs; Ctrl-C ends it with the best epoch so far");
   CLI::App* evaluation = app.add_subcommand("evaluate", "Measure what a model adds to the answers");
@@ -226,25 +224,24 @@ int run(int argc, const char* const* argv) {
   miner->add_option("REPO", arguments.repositories, "Work trees")->required();
   miner->add_option("--out", arguments.pairs, "The file of pairs to write")->required();
 
-  CLI::App* tuner = app.add_subcommand(
-      "tune", "Adapt the model to a repository, and keep the result there if it is better");
-  tuner->add_option("REPO", arguments.repositories, "A work tree")->required()->expected(1);
-  tuner->add_option("--model", arguments.model, "The model to begin with")->capture_default_str();
-
   add_tree_commands(app, arguments.threads);
+  for (CLI::App* command : app.get_subcommands({})) {
+    if (command == tune) continue;
+    command->group("To make and judge the models that come with velmora");
+  }
 
   try {
+    require_processor();
     app.parse(argc, argv);
     if (train->parsed()) run_train(arguments);
     if (evaluation->parsed()) run_evaluate(arguments);
     if (miner->parsed()) run_mine(arguments);
-    if (tuner->parsed()) run_tune(arguments);
     return 0;
   } catch (const CLI::ParseError& error) {
-    return app.exit(error);
+    return app.exit(error) == 0 ? 0 : WRONG_USAGE;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "velmora-train: %s\n", error.what());
-    return 1;
+    return FAILURE;
   }
 }
 

@@ -13,6 +13,7 @@
 
 #include "indexing/git_program.h"
 #include "indexing/parse_worker.h"
+#include "question_text.h"
 #include "velmora/host/indexing/repository_scan.h"
 #include "velmora/utils/path_filter.h"
 #include "velmora/workers/retrieval.h"
@@ -193,65 +194,11 @@ bool is_wanted(const Commit& commit, const MinerOptions& options) {
 
 }  // namespace
 
-std::string first_sentence(std::string_view docstring, std::string_view name) {
-  docstring = docstring.substr(0, docstring.find("\n\n"));
-  const std::size_t end = docstring.find(". ");
-  if (end != docstring.npos) docstring = docstring.substr(0, end + 1);
-  std::string sentence(docstring);
-  std::replace(sentence.begin(), sentence.end(), '\n', ' ');
-  if (!name.empty() && sentence.starts_with(name)) {
-    const std::string_view rest = std::string_view(sentence).substr(name.size());
-    if (rest.starts_with(' ')) sentence = std::string(rest.substr(1));
-  }
-  return sentence;
-}
-
-std::string question_of_subject(std::string_view subject) {
-  std::string question;
-  while (!subject.empty()) {
-    const bool number =
-        subject.size() > 1 && subject[0] == '#' && subject[1] >= '0' && subject[1] <= '9';
-    if (number) {
-      subject.remove_prefix(std::min(subject.find_first_not_of("0123456789", 1), subject.size()));
-    } else {
-      question += subject.front();
-      subject.remove_prefix(1);
-    }
-  }
-  return question;
-}
-
 Mined mine(const fs::path& root, Workers& workers, const MinerOptions& options) {
   const fs::path absolute = fs::canonical(root);
-  const std::string repository = absolute.filename().string();
   Mined mined;
-  std::unordered_map<std::string, std::string> languages;  // of the files of today
-  std::unordered_map<std::string, std::size_t> symbols;    // by path and fqn
-  host::indexing::RepositoryScan scan(absolute);
-  while (std::optional<host::indexing::ScannedFile> file = scan.next()) {
-    languages.emplace(file->file.path, file->file.language);
-    for (const Symbol& symbol : file->symbols) {
-      if (!retrieval::RETRIEVABLE_KINDS.contains(symbol.kind)) continue;
-      symbols.emplace(key_of(symbol.path, symbol.fqn), mined.symbols.size());
-      mined.symbols.push_back({.repository = repository,
-                               .kind = PairKind::commit,
-                               .query = {},
-                               .name = symbol.name,
-                               .fqn = symbol.fqn,
-                               .signature = symbol.signature.value_or(""),
-                               .path = symbol.path,
-                               .docstring = symbol.docstring.value_or("")});
-    }
-  }
-  for (const Pair& symbol : mined.symbols) {
-    std::string question = first_sentence(symbol.docstring, symbol.name);
-    if (utils::is_test_path(symbol.path) || !says_enough(question)) continue;
-    Pair& pair = mined.docs.emplace_back(symbol);
-    pair.kind = PairKind::doc;
-    pair.query = std::move(question);
-    pair.docstring.clear();
-  }
-
+  mined.tree.repository = absolute.filename().string();
+  // First: it tells in a moment that there is no history.
   LogReader log;
   run_git(absolute,
           {"log", "--no-merges", "--no-renames", "--no-color", "--no-ext-diff", "--no-textconv",
@@ -260,6 +207,42 @@ Mined mine(const fs::path& root, Workers& workers, const MinerOptions& options) 
            "--max-count=" + std::to_string(options.commits), "--", "."},
           [&](std::string_view text) { log.take(text); });
   std::erase_if(log.commits, [&](const Commit& commit) { return !is_wanted(commit, options); });
+
+  std::unordered_map<std::string, std::string> languages;  // of the files of today
+  std::unordered_map<std::string, std::size_t> symbols;    // by path and fqn
+  host::indexing::RepositoryScan scan(absolute);
+  while (std::optional<host::indexing::ScannedFile> file = scan.next()) {
+    languages.emplace(file->file.path, file->file.language);
+    for (const Symbol& symbol : file->symbols) {
+      if (!retrieval::RETRIEVABLE_KINDS.contains(symbol.kind)) continue;
+      symbols.emplace(key_of(symbol.path, symbol.fqn), mined.tree.symbols.size());
+      mined.tree.symbols.push_back({.fqn = symbol.fqn,
+                                    .name = symbol.name,
+                                    .kind = symbol.kind,
+                                    .language = symbol.language,
+                                    .path = symbol.path,
+                                    .start_line = symbol.start_line,
+                                    .end_line = symbol.end_line,
+                                    .signature = symbol.signature.value_or(""),
+                                    .docstring = symbol.docstring.value_or(""),
+                                    .body = symbol.words});
+    }
+  }
+  const auto pair_of = [&](const TreeSymbol& symbol, PairKind kind, std::string question) {
+    return Pair{.repository = mined.tree.repository,
+                .kind = kind,
+                .query = std::move(question),
+                .name = symbol.name,
+                .fqn = symbol.fqn,
+                .signature = symbol.signature,
+                .path = symbol.path,
+                .docstring = kind == PairKind::commit ? symbol.docstring : ""};
+  };
+  for (const TreeSymbol& symbol : mined.tree.symbols) {
+    std::string question = first_sentence(symbol.docstring, symbol.name);
+    if (utils::is_test_path(symbol.path) || !says_enough(question)) continue;
+    mined.docs.push_back(pair_of(symbol, PairKind::doc, std::move(question)));
+  }
 
   Parsers parsers;
   // Line numbers are those of the commit, so each file is parsed as the commit left it.
@@ -285,8 +268,8 @@ Mined mine(const fs::path& root, Workers& workers, const MinerOptions& options) 
   for (std::size_t number = 0; number < log.commits.size(); ++number) {
     if (changed[number].size() > options.most_functions) continue;
     for (const std::size_t symbol : changed[number]) {
-      Pair& pair = mined.commits.emplace_back(mined.symbols[symbol]);
-      pair.query = question_of_subject(log.commits[number].subject);
+      mined.commits.push_back(pair_of(mined.tree.symbols[symbol], PairKind::commit,
+                                      question_of_subject(log.commits[number].subject)));
     }
   }
   return mined;

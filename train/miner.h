@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "pairs.h"
+#include "tree.h"
 #include "workers.h"
 
 namespace velmora::train {
@@ -20,7 +21,8 @@ struct MinerOptions {
 };
 
 struct Mined {
-  std::vector<Pair> symbols;  // every symbol that takes part in retrieval; the query is empty
+  Tree
+      tree;  // every symbol that takes part in retrieval; named after its folder, without questions
   std::vector<Pair> docs;     // in the order of the symbols
   std::vector<Pair> commits;  // newest commit first; one of a commit for each function it changed
 };
@@ -31,12 +33,5 @@ struct Mined {
 // questions of fewer than two words. Throws std::runtime_error when `root` is no git work tree.
 [[nodiscard]] Mined mine(const std::filesystem::path& root, Workers& workers,
                          const MinerOptions& options = {});
-
-// The question that a docstring answers: its first sentence, without the symbol's own name at its
-// beginning.
-[[nodiscard]] std::string first_sentence(std::string_view docstring, std::string_view name);
-
-// The question that a commit's subject is: without numbers of issues.
-[[nodiscard]] std::string question_of_subject(std::string_view subject);
 
 }  // namespace velmora::train

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "gzip_lines.h"
-#include "miner.h"
+#include "question_text.h"
 #include "velmora/utils/language_filter.h"
 #include "velmora/utils/path_filter.h"
 #include "velmora/workers/retrieval.h"

@@ -42,7 +42,7 @@ TEST(Miner, PairsSentencesAndSubjectsWithTheFunctionsOfToday) {
 
   Workers workers(2);
   const Mined mined = mine(root, workers);
-  EXPECT_EQ(mined.symbols.size(), 2U);
+  EXPECT_EQ(mined.tree.symbols.size(), 2U);
   ASSERT_EQ(mined.docs.size(), 1U);
   EXPECT_EQ(mined.docs[0].query, "Reads a whole file.");
   EXPECT_EQ(mined.docs[0].name, "read");

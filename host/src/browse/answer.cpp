@@ -94,12 +94,17 @@ std::vector<std::string> remarks(const Answer& answer) {
 
 Answerer::Answerer(std::shared_ptr<index::Index> index,
                    workers::retrieval::HybridRetriever& retriever, std::filesystem::path root,
-                   AnswerDetails details)
-    : index_(std::move(index)), retriever_(retriever), root_(std::move(root)), details_(details) {}
+                   AnswerDetails details, std::vector<decision::JudgedCandidate>* decided)
+    : index_(std::move(index)),
+      retriever_(retriever),
+      root_(std::move(root)),
+      details_(details),
+      decided_(decided) {}
 
 Answer Answerer::answer(std::string_view question, const RetrieveOptions& options) const {
   const std::string read =
       read_as_sentence(question, [&](std::string_view word) { return has_thing(word); });
+  if (decided_ != nullptr) decided_->clear();
   RetrievalResult result = retriever_.retrieve(read, options);
   Answer answer{.question = std::string(question),
                 .channels = result.channels,
@@ -119,6 +124,7 @@ Answer Answerer::answer(std::string_view question, const RetrieveOptions& option
     if (details_.source()) answered.source = source(answered.hit.symbol);
     answer.hits.push_back(std::move(answered));
   }
+  if (decided_ != nullptr) add_decision(answer);
   if (details_.why && options.rerank) add_places(answer, read, options);
 
   const bool by_text = found_by(answer.hits, workers::retrieval::LEXICAL) ||
@@ -148,6 +154,16 @@ bool Answerer::has_thing(std::string_view name) const {
   bool found = false;
   index_->read([&](const index::Catalog& catalog) { found = catalog.has_thing(name); });
   return found;
+}
+
+// The hits that the question names are not the decision's, and the others begin with those that it
+// put in order.
+void Answerer::add_decision(Answer& answer) const {
+  auto candidate = decided_->begin();
+  for (AnsweredHit& answered : answer.hits) {
+    if (answered.pinned_by || candidate == decided_->end()) continue;
+    answered.decision = std::move(*candidate++);
+  }
 }
 
 // The rerank reorders hits among more than are shown, so as many are asked for.

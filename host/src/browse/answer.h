@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "browse/source.h"
+#include "velmora/host/decision/builtin_decision.h"
 #include "velmora/host/index/index.h"
 #include "velmora/workers/retrieval.h"
 
@@ -30,6 +31,8 @@ struct AnsweredHit {
   std::optional<std::string> pinned_by = {};  // the word of the question that put it first
   // Its place, from 1, before the decision model had its say; where that is asked for and known.
   std::optional<std::size_t> place_before_rerank = {};
+  // How the program's own decision model told it apart; where that is asked for and it did.
+  std::optional<decision::JudgedCandidate> decision = {};
   std::optional<SourceLines> source = {};  // where asked for and readable
 };
 
@@ -53,9 +56,11 @@ struct Answer {
 class Answerer {
  public:
   // `root` is where the repository is; empty: nowhere, and no source is read. `retriever` outlives
-  // the answerer.
+  // the answerer, and so does `decided`: where the observer of its decision model puts each
+  // decision, so that one thread asks at a time. It may be null: then no decision is told.
   Answerer(std::shared_ptr<index::Index> index, workers::retrieval::HybridRetriever& retriever,
-           std::filesystem::path root, AnswerDetails details);
+           std::filesystem::path root, AnswerDetails details,
+           std::vector<decision::JudgedCandidate>* decided = nullptr);
 
   // The retriever is asked the question as browse/sentence.h reads it; the answer tells it as it
   // was asked. Throws what the retriever and the index throw. To tell what a rerank did, the
@@ -69,6 +74,8 @@ class Answerer {
   [[nodiscard]] std::optional<SourceLines> source(
       const workers::retrieval::RetrievedSymbol& symbol) const;
   [[nodiscard]] bool has_thing(std::string_view name) const;
+  // Takes the decision from where its observer put it.
+  void add_decision(Answer& answer) const;
   void add_places(Answer& answer, std::string_view read,
                   workers::retrieval::RetrieveOptions options) const;
 
@@ -76,6 +83,7 @@ class Answerer {
   workers::retrieval::HybridRetriever& retriever_;
   const std::filesystem::path root_;
   const AnswerDetails details_;
+  std::vector<decision::JudgedCandidate>* const decided_;
 };
 
 }  // namespace velmora::host::browse

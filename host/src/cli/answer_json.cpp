@@ -30,6 +30,15 @@ ordered_json source_json(const std::optional<browse::SourceLines>& source) {
   return {{"first_line", source->first}, {"lines", source->lines}, {"changed", source->changed}};
 }
 
+ordered_json decision_json(const std::optional<decision::JudgedCandidate>& decision) {
+  if (!decision) return nullptr;
+  ordered_json features = ordered_json::object();
+  for (const decision::JudgedFeature& feature : decision->features) {
+    features[std::string(feature.name)] = {{"value", feature.value}, {"gain", feature.gain}};
+  }
+  return {{"probability", decision->probability}, {"features", std::move(features)}};
+}
+
 ordered_json hit_json(const AnsweredHit& answered, const AnswerDetails& details) {
   const RetrievedSymbol& symbol = answered.hit.symbol;
   ordered_json object = {{"id", symbol.id},
@@ -44,7 +53,10 @@ ordered_json hit_json(const AnsweredHit& answered, const AnswerDetails& details)
                          {"ranks", by_channel(answered.hit.ranks)},
                          {"summary", or_null(answered.summary)},
                          {"pinned_by", or_null(answered.pinned_by)}};
-  if (details.why) object["place_before_rerank"] = or_null(answered.place_before_rerank);
+  if (details.why) {
+    object["place_before_rerank"] = or_null(answered.place_before_rerank);
+    object["decision"] = decision_json(answered.decision);
+  }
   if (details.source()) object["source"] = source_json(answered.source);
   return object;
 }

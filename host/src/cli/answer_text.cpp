@@ -1,6 +1,10 @@
 #include "cli/answer_text.h"
 
+#include <algorithm>
+#include <map>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "cli/excerpt.h"
 #include "cli/output.h"
@@ -30,6 +34,24 @@ std::string paragraph(std::string_view text, const Look& look) {
   return block;
 }
 
+// " because of its name and meaning": what of a hit the decision model moved it for, at most two
+// things, the second if it weighs half as much.
+std::string because(const decision::JudgedCandidate& decision, bool is_moved_up) {
+  std::map<std::string_view, double> gains;
+  for (const decision::JudgedFeature& feature : decision.features) {
+    gains[feature.subject] += is_moved_up ? feature.gain : -feature.gain;
+  }
+  std::vector<std::pair<std::string_view, double>> most(gains.begin(), gains.end());
+  std::stable_sort(most.begin(), most.end(),
+                   [](const auto& left, const auto& right) { return left.second > right.second; });
+  std::string text;
+  for (std::size_t i = 0; i < std::min<std::size_t>(most.size(), 2); ++i) {
+    if (most[i].second <= 0.0 || most[i].second * 2.0 < most[0].second) break;
+    text.append(i == 0 ? " because of its " : " and ").append(most[i].first);
+  }
+  return text;
+}
+
 std::string why(const AnsweredHit& answered, std::size_t place) {
   std::string text;
   for (const auto& [channel, rank] : answered.hit.ranks) {
@@ -41,6 +63,9 @@ std::string why(const AnsweredHit& answered, std::size_t place) {
     text += *before == place ? "; left in place by the rerank"
                              : "; moved by the rerank from " + std::to_string(*before) + " to " +
                                    std::to_string(place);
+    if (answered.decision && *before != place) {
+      text += because(*answered.decision, place < *before);
+    }
   }
   return text;
 }

@@ -12,10 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path tuned_model_file(const fs::path& index_file) {
-  return index_file.parent_path() / "tuned.model";
-}
-
 void add_server(CLI::App& command, std::string& url, std::string& model,
                 const std::string& about_url, const std::string& about_model) {
   command
@@ -109,6 +105,10 @@ void add_server_embedding_options(CLI::App& command, ServerEmbeddingOptions& opt
                    "Keep this model's vectors in two bytes a number from now on, not in four");
   number("--embeddings-timeout", options.timeout_seconds, "Seconds that a request may take", 86'400)
       ->capture_default_str();
+}
+
+fs::path tuned_model_file(const fs::path& index_file) {
+  return index_file.parent_path() / "tuned.model";
 }
 
 std::optional<fs::path> chosen_model_file(const EmbeddingOptions& options,

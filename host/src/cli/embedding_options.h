@@ -64,6 +64,9 @@ void require_server(const ServerEmbeddingOptions& options);
 // The key of an embedding server; empty when there is none.
 [[nodiscard]] std::string embeddings_key();
 
+// Where the model is that was tuned for the repository of an index.
+[[nodiscard]] std::filesystem::path tuned_model_file(const std::filesystem::path& index_file);
+
 // The model that the user chose for an index: by option, or by tuning one, which is kept beside the
 // index and was made there. Nothing: the one that the program came with. Throws IndexError when
 // something else stands where the tuned model does.

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "browse/answer.h"
 #include "browse/lookup.h"
@@ -27,6 +28,7 @@
 #include "index/catalog.h"
 #include "settings/settings.h"
 #include "velmora/host/cli/commands.h"
+#include "velmora/host/decision/builtin_decision.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/index/index_folder.h"
 #include "velmora/utils/path_filter.h"
@@ -129,14 +131,21 @@ ExitCode explore(const ExploreOptions& options) {
   // First: what is wrong with it matters most.
   const auto index = options.location.open(options.embedding);
   const auto engine = question_engine(options.embedding, file);
-  const auto decisions = rerank_client(options.rerank, engine);
+  std::vector<decision::JudgedCandidate> decided;
+  decision::DecisionObserver observer;
+  if (options.details.why) {
+    observer = [&](std::vector<decision::JudgedCandidate> candidates) {
+      decided = std::move(candidates);
+    };
+  }
+  const auto decisions = rerank_client(options.rerank, engine, std::move(observer));
   HybridRetriever retriever(
       index,
       {.embedder = embedder(engine), .settings = std::move(ranking), .decisions = decisions});
   const RetrieveOptions retrieve = retrieve_options(options, decisions != nullptr);
   AnswerDetails details = options.details;
   if (options.form.vimgrep) details.context = 0;  // the line that it shows
-  const Answerer answerer(index, retriever, root, details);
+  const Answerer answerer(index, retriever, root, details, &decided);
   if (options.batch) {
     Input input(*options.batch);
     answer_batch(input, answerer, retrieve);

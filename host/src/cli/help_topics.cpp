@@ -58,10 +58,15 @@ was finished.
 and meaning. For meaning a small model turns the question and each symbol into vectors. It comes
 with the program, runs on this machine and needs no server. velmora index embeds what is new.
 
+A small decision model, which comes with the program too, then puts the first twelve hits that the
+question does not name in a better order. --why tells what it moved a hit for; --no-rerank goes
+without it.
+
 When no name and no text matches, the answer rests on meaning alone, and its first line says that
 these are guesses. velmora search semantic shows what meaning alone finds.
 
-A tuned.model beside the index comes before the program's own model, if it was made here.
+A tuned.model beside the index comes before the program's own model, if it was made here: by
+velmora-train tune, which adapts that one to a repository's docstrings and history.
 A server's model takes the place of both: velmora help servers.
 )"},
     HelpTopic{
@@ -98,8 +103,11 @@ Tests are left out unless the question's words are about tests; --include-tests 
 
 A hit has id, fqn (the qualified name), name, kind, path, start_line, end_line, signature, score,
 ranks (by channel: exact, lexical, file, semantic; 1 is first), summary (the docstring's first
-sentence) and pinned_by (the word of the question that put it first). --why adds
-place_before_rerank, and -C or --body add source: first_line, lines and changed.
+sentence) and pinned_by (the word of the question that put it first). -C or --body add source:
+first_line, lines and changed. --why adds place_before_rerank, and for what the program's own
+decision model put in order decision: probability (that this hit is the one, of all that it saw)
+and features, by each of which it told them apart. A feature has a value, and a gain: what it
+added to the hit's score over what it added to their mean.
 
 Paths of --json and --jsonl begin at the repository's root, those of --files and --vimgrep at the
 current folder. Fields that are unknown are null.

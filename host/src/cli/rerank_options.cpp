@@ -4,14 +4,13 @@
 #include <cstdlib>
 #include <utility>
 
-#include "velmora/host/decision/builtin_decision.h"
 #include "velmora/host/decision/http_reranker.h"
 #include "velmora/host/embedding/builtin_engine.h"
 
 namespace velmora::host::cli {
 
 void add_rerank_options(CLI::App& command, RerankOptions& options) {
-  command.add_flag("--no-rerank", options.none, "Keep the order of the ranking");
+  command.add_flag("--no-rerank", options.none, "Keep the order of the ranking")->group("Meaning");
   command
       .add_option("--rerank-url", options.url,
                   "Reorder the first hits by POST URL/rerank, with the key in"
@@ -32,7 +31,8 @@ void require_whole_rerank(const RerankOptions& options) {
 }
 
 std::shared_ptr<engines::RerankClient> rerank_client(
-    const RerankOptions& options, const std::shared_ptr<engines::EmbeddingEngine>& engine) {
+    const RerankOptions& options, const std::shared_ptr<engines::EmbeddingEngine>& engine,
+    decision::DecisionObserver observer) {
   if (options.none) return nullptr;
   if (options.url.empty()) {
     if (!engine) return nullptr;
@@ -41,7 +41,7 @@ std::shared_ptr<engines::RerankClient> rerank_client(
       words = std::make_shared<embedding::BuiltinEngine>(embedding::shipped_model_file());
     }
     return std::make_shared<decision::BuiltinDecision>(decision::shipped_decision_file(),
-                                                       std::move(words));
+                                                       std::move(words), std::move(observer));
   }
   const char* const key = std::getenv("VELMORA_RERANK_API_KEY");
   return std::make_shared<decision::HttpReranker>(

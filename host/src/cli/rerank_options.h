@@ -6,6 +6,7 @@
 
 #include "velmora/engines/embedding.h"
 #include "velmora/engines/rerank_client.h"
+#include "velmora/host/decision/builtin_decision.h"
 
 namespace CLI {
 class App;
@@ -31,8 +32,9 @@ void require_whole_rerank(const RerankOptions& options);
 // The client that reorders the first hits: the server's, or the program's own, which knows words as
 // `engine` does, or as the model that the program came with when `engine` is a server's. Null when
 // there is to be none: with --no-rerank, and without a server when `engine` is null, since hits are
-// to be ranked by names and text only.
+// to be ranked by names and text only. What the program's own decides, `observer` is told.
 [[nodiscard]] std::shared_ptr<engines::RerankClient> rerank_client(
-    const RerankOptions& options, const std::shared_ptr<engines::EmbeddingEngine>& engine);
+    const RerankOptions& options, const std::shared_ptr<engines::EmbeddingEngine>& engine,
+    decision::DecisionObserver observer = {});
 
 }  // namespace velmora::host::cli

@@ -22,9 +22,37 @@ struct BuiltinDecision::Opened {
   std::string fault = {};
 };
 
+namespace {
+
+// The rows with their probabilities, in the order of the candidates, as an observer gets them.
+std::vector<JudgedCandidate> judged(const std::vector<FeatureRow>& rows, const FeatureRow& weights,
+                                    const engines::DecisionResult& result,
+                                    const std::vector<double>& probabilities) {
+  FeatureRow means{};
+  for (const FeatureRow& row : rows) {
+    for (std::size_t i = 0; i < FEATURES; ++i) {
+      means[i] += row[i] / static_cast<double>(rows.size());
+    }
+  }
+  std::vector<JudgedCandidate> candidates;
+  for (const std::size_t position : engines::rerank_order(result, rows.size())) {
+    JudgedCandidate& candidate = candidates.emplace_back();
+    candidate.probability = probabilities[position];
+    for (std::size_t i = 0; i < FEATURES; ++i) {
+      const double value = rows[position][i];
+      candidate.features.push_back({FEATURE_NAMES[i], subject(static_cast<Feature>(i)), value,
+                                    weights[i] * (value - means[i])});
+    }
+  }
+  return candidates;
+}
+
+}  // namespace
+
 BuiltinDecision::BuiltinDecision(std::filesystem::path weights,
-                                 std::shared_ptr<embedding::BuiltinEngine> words)
-    : file_(std::move(weights)), words_(std::move(words)) {}
+                                 std::shared_ptr<embedding::BuiltinEngine> words,
+                                 DecisionObserver observer)
+    : file_(std::move(weights)), words_(std::move(words)), observer_(std::move(observer)) {}
 
 BuiltinDecision::~BuiltinDecision() = default;
 
@@ -56,19 +84,22 @@ engines::DecisionResult BuiltinDecision::decide(const engines::DecisionState& st
   } catch (const engines::EmbeddingNotReadyError& error) {
     throw DecisionError(error.what());
   }
-  std::vector<double> scores;
-  for (const FeatureRow& row : features(state, *words)) {
-    scores.push_back(std::inner_product(row.begin(), row.end(), open.weights.weights.begin(), 0.0));
+  const std::vector<FeatureRow> rows = features(state, *words);
+  std::vector<double> chances;
+  for (const FeatureRow& row : rows) {
+    chances.push_back(
+        std::inner_product(row.begin(), row.end(), open.weights.weights.begin(), 0.0));
   }
   double sum = 0.0;
-  const double best = scores.empty() ? 0.0 : *std::max_element(scores.begin(), scores.end());
-  for (double& score : scores) sum += score = std::exp(score - best);
+  const double best = chances.empty() ? 0.0 : *std::max_element(chances.begin(), chances.end());
+  for (double& chance : chances) sum += chance = std::exp(chance - best);
   engines::DecisionResult result;
-  for (std::size_t position = 0; position < scores.size(); ++position) {
+  for (std::size_t position = 0; position < chances.size(); ++position) {
     std::string key = "candidate_" + std::to_string(position + 1);
     if (!questions.contains(key)) throw DecisionError("No question is about " + key);
-    result.probabilities.emplace(std::move(key), scores[position] / sum);
+    result.probabilities.emplace(std::move(key), chances[position] /= sum);
   }
+  if (observer_) observer_(judged(rows, open.weights.weights, result, chances));
   return result;
 }
 

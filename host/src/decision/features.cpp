@@ -370,6 +370,64 @@ class Rows {
 
 }  // namespace
 
+std::string_view subject(Feature feature) {
+  switch (feature) {
+    case Feature::reciprocal_place:
+    case Feature::log_place:
+      return "rank";
+    case Feature::cosine:
+    case Feature::cosine_deviation:
+    case Feature::cosine_reciprocal_rank:
+    case Feature::name_cosine:
+    case Feature::docstring_cosine:
+      return "meaning";
+    case Feature::name_recall:
+    case Feature::name_precision:
+    case Feature::name_rare_recall:
+    case Feature::name_rare_deviation:
+    case Feature::name_covered:
+    case Feature::name_spelled:
+    case Feature::pair_recall:
+    case Feature::short_recall:
+    case Feature::same_name:
+    case Feature::name_words:
+      return "name";
+    case Feature::parents_recall:
+    case Feature::parents_precision:
+      return "qualified name";
+    case Feature::signature_recall:
+    case Feature::signature_precision:
+    case Feature::signature_bytes:
+      return "signature";
+    case Feature::path_recall:
+    case Feature::path_precision:
+    case Feature::file_precision:
+    case Feature::file_covered:
+    case Feature::same_file:
+    case Feature::is_test:
+    case Feature::path_folders:
+      return "path";
+    case Feature::docstring_recall:
+    case Feature::docstring_precision:
+    case Feature::has_docstring:
+    case Feature::docstring_words:
+      return "docstring";
+    case Feature::line_recall:
+    case Feature::line_rare_recall:
+    case Feature::line_rare_deviation:
+      return "words";
+    case Feature::is_type:
+    case Feature::is_function:
+    case Feature::is_method:
+    case Feature::is_constructor:
+    case Feature::is_constant:
+    case Feature::is_macro:
+    case Feature::is_module:
+      return "kind";
+  }
+  return {};
+}
+
 std::vector<FeatureRow> features(const engines::DecisionState& state,
                                  const embedding::WordModel& model) {
   return Rows(state, model).take();

@@ -73,6 +73,9 @@ inline constexpr std::size_t FEATURES = static_cast<std::size_t>(Feature::path_f
 // The names, as a file of weights has them.
 extern const std::array<std::string_view, FEATURES> FEATURE_NAMES;
 
+// What of a candidate a feature looks at: "name", "meaning", "path" and so on, for people.
+[[nodiscard]] std::string_view subject(Feature feature);
+
 using FeatureRow = std::array<double, FEATURES>;
 
 // A row for each candidate, in their order. Finite for any bytes.

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -16,6 +18,7 @@
 namespace velmora::host::cli {
 namespace {
 
+using nlohmann::json;
 using test::HttpServer;
 using test::run_on_terminal;
 using test::run_velmora;
@@ -108,6 +111,53 @@ TEST_F(Explore, LetsAServerReorderHits) {
   EXPECT_EQ(first(failed), ranked);
   EXPECT_NE(failed.output.find("could not rerank the hits"), std::string::npos);
   EXPECT_NE(failed.errors.find("The rerank server answered with status 500"), std::string::npos);
+}
+
+// What it is told to have gone by must be what gave the order.
+TEST_F(Explore, TellsWhatTheDecisionModelWentBy) {
+  const TemporaryFolder tree;
+  tree.write("net/retry.py",
+             "# Tries a request again.\ndef retry(request): pass\n\n"
+             "def delay_retry(request): pass\n\ndef wait_for_request(request): pass\n");
+  tree.write("app/window.py", "class Window:\n  def paint_request(self, delay): pass\n");
+  const std::string at = tree.path();
+  ASSERT_EQ(run_velmora({"index", at}).exit_code, 0);
+  const auto ask = [&](const std::vector<std::string>& more) {
+    std::vector<std::string> arguments = {"explore", "--repo", at, "--why",
+                                          "where does a Window delay the retry of a request"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return run_velmora(arguments).output;
+  };
+  const json hits = json::parse(ask({"--json"}))["hits"];
+  ASSERT_EQ(hits.size(), 5U);
+  EXPECT_EQ(hits[0]["pinned_by"], "Window");
+  EXPECT_TRUE(hits[0]["decision"].is_null());
+  const auto score = [](const json& hit) {
+    double sum = 0.0;
+    for (const json& feature : hit["decision"]["features"]) sum += feature["gain"].get<double>();
+    return sum;
+  };
+  const double best = hits[1]["decision"]["probability"];
+  double probabilities = 0.0;
+  bool is_moved = false;
+  for (std::size_t i = 1; i < hits.size(); ++i) {
+    const json& decision = hits[i]["decision"];
+    const auto value = [&](const char* feature) {
+      return decision["features"][feature]["value"].get<double>();
+    };
+    const auto before = hits[i]["place_before_rerank"].get<std::size_t>();
+    is_moved = is_moved || before != i + 1;
+    EXPECT_EQ(value("reciprocal_place"), 1.0 / static_cast<double>(before - 1)) << hits[i];
+    EXPECT_EQ(value("has_docstring"), hits[i]["summary"].is_null() ? 0.0 : 1.0) << hits[i];
+    const auto probability = decision["probability"].get<double>();
+    probabilities += probability;
+    EXPECT_LE(probability, best);
+    EXPECT_NEAR(std::log(probability / best), score(hits[i]) - score(hits[1]), 1e-9);
+  }
+  EXPECT_TRUE(is_moved) << hits;
+  EXPECT_NEAR(probabilities, 1.0, 1e-9);
+  EXPECT_NE(ask({}).find(" because of its "), std::string::npos) << ask({});
+  EXPECT_TRUE(json::parse(ask({"--json", "--no-rerank"}))["hits"][1]["decision"].is_null());
 }
 
 TEST_F(Explore, ShowsPeopleWhereAndWhat) {

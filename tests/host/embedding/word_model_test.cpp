@@ -127,6 +127,27 @@ TEST_F(WordModelTest, KeepsWordsAndSettingsAndNamesItselfByItsContent) {
   EXPECT_NE(WordModel::open(file())->name(), model->name());
 }
 
+// The numbers that a hash draws are the bits of SplitMix64, one after the other: nothing but the
+// word says what they are, so an index made by one build is good for another.
+TEST(WordBag, DrawsAnUnknownWordBitByBit) {
+  const auto sign = [](std::string_view drawn, std::size_t i) {
+    std::uint64_t bits = word_hash(drawn) + (i / 64 + 1) * 0x9E3779B97F4A7C15U;
+    bits = (bits ^ (bits >> 30U)) * 0xBF58476D1CE4E5B9U;
+    bits = (bits ^ (bits >> 27U)) * 0x94D049BB133111EBU;
+    bits ^= bits >> 31U;
+    return (bits >> i % 64 & 1) != 0 ? 1.0 : -1.0;
+  };
+  // "<a>" is how the word begins and its only run of three letters.
+  for (const std::size_t size : {1U, 31U, 32U, 33U, 63U, 64U, 65U, 100U, 256U}) {
+    std::vector<float> got(size, 0.0F);
+    add_unknown_word("a", 2.0F, got);
+    for (std::size_t i = 0; i < size; ++i) {
+      const double drawn = 0.4472136 * sign("a", i) + (0.4 + 0.8) * sign("<a>", i);
+      EXPECT_NEAR(got[i], 2.0 / std::sqrt(double(size)) * drawn, 1e-6) << i << " of " << size;
+    }
+  }
+}
+
 TEST_F(WordModelTest, GivesUnknownWordsVectorsOfTheirOwnThatResembleByTheirLetters) {
   WordModelData data = {.base_name = "test", .dimensions = 256, .unknown_length = 3.0F};
   write_word_model(file(), data);

@@ -2,14 +2,36 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "velmora/engines/decision.h"
 #include "velmora/host/embedding/builtin_engine.h"
 
 namespace velmora::host::decision {
+
+// What one feature came to for a candidate.
+struct JudgedFeature {
+  std::string_view name;     // as the file of weights has it
+  std::string_view subject;  // what of a candidate it looks at, in a word for people
+  double value = 0.0;
+  // What it adds to the candidate's score over what it adds to the candidates' mean: its weight
+  // times the value's distance from theirs.
+  double gain = 0.0;
+};
+
+// How a candidate was told apart from the others.
+struct JudgedCandidate {
+  double probability = 0.0;
+  std::vector<JudgedFeature> features = {};  // all of them, in the order of the file of weights
+};
+
+// Gets the candidates of a decision in the order in which it puts them.
+using DecisionObserver = std::function<void(std::vector<JudgedCandidate> candidates)>;
 
 // Decides by a weighted sum of some forty numbers: the place in the ranking, how near question and
 // candidate are by the word model, and the words that they share. Answers in a fraction of a
@@ -19,8 +41,10 @@ class BuiltinDecision final : public engines::DecisionClient {
  public:
   // The file of weights is opened when something is first to be decided, and once. `words` is not
   // null; a model that is not the one with which the weights were learned does well as long as it
-  // was made from that one.
-  BuiltinDecision(std::filesystem::path weights, std::shared_ptr<embedding::BuiltinEngine> words);
+  // was made from that one. `observer` may be empty; it is called on the thread of each decision,
+  // from several at once, before the decision returns.
+  BuiltinDecision(std::filesystem::path weights, std::shared_ptr<embedding::BuiltinEngine> words,
+                  DecisionObserver observer = {});
   ~BuiltinDecision() override;
 
   // The rerank is on, and nothing else.
@@ -41,6 +65,7 @@ class BuiltinDecision final : public engines::DecisionClient {
 
   const std::filesystem::path file_;
   const std::shared_ptr<embedding::BuiltinEngine> words_;
+  const DecisionObserver observer_;
   std::once_flag once_;
   std::unique_ptr<const Opened> opened_;
 };
