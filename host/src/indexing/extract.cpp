@@ -127,8 +127,8 @@ struct Item {
 };
 
 // The matches of the query but for comments, those that begin earlier first, then those that
-// enclose others, then those of the patterns that stand first in the query. Comments and the names
-// of scopes go to `source`.
+// enclose others, then those of the patterns that stand first in the query. A local body encloses
+// the one definition that it may consist of. Comments and the names of scopes go to `source`.
 std::vector<Item> find_items(const Query& query, TSNode root, Source& source) {
   const Cursor cursor(ts_query_cursor_new());
   ts_query_cursor_set_match_limit(cursor.get(), MOST_OPEN_MATCHES);
@@ -166,7 +166,9 @@ std::vector<Item> find_items(const Query& query, TSNode root, Source& source) {
   }
   std::ranges::sort(source.comments, {}, &Range::start);
   std::ranges::stable_sort(found, {}, [](const auto& entry) {
-    return std::tuple(entry.second.range.start, ~entry.second.range.end, entry.first);
+    const Item& item = entry.second;
+    const bool local = item.mark == Mark::enclosing && item.role == Role::local;
+    return std::tuple(item.range.start, ~item.range.end, !local, entry.first);
   });
   std::vector<Item> items;
   items.reserve(found.size());
