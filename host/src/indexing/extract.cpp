@@ -329,9 +329,11 @@ class Extraction {
   }
 
   void name(Declared& declared, index::Symbol& symbol) const {
-    std::string scope = module_;  // of everything around
-    std::string types;            // of the classes around: the signature begins with them
+    std::string scope;  // of everything around
+    std::string types;  // of the classes around: the signature begins with them
+    if (!declared.global) scope = module_;
     for (const Enclosing& around : open_) {
+      if (declared.global) break;
       if (around.role == Role::type && !declared.outside_types) {
         scope = join(scope, around.name);
         types = join(types, around.name);

@@ -52,6 +52,7 @@ struct Declared {
   std::string signature = {};                 // what follows the qualified name
   std::optional<std::string> docstring = {};  // one that stands inside the definition
   bool outside_types = false;                 // a friend: it belongs to the scope around the class
+  bool global = false;                        // whatever is around, its qualified name is all
   std::string_view separator = {};  // before the name, where it is not that of the language
 };
 
