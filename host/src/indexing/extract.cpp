@@ -420,7 +420,10 @@ class Extraction {
         scope = join(scope, around.name);
       }
     }
-    if (declared.global) scope.clear();
+    if (declared.global) {
+      scope.clear();
+      types.clear();
+    }
     const std::string_view separator =
         declared.separator.empty() ? language_.separator : declared.separator;
     const auto cite = [&](const std::string& around) {
