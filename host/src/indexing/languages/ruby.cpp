@@ -150,9 +150,9 @@ void describe_ruby(const Found& found, std::span<const Enclosing> enclosing, con
     out.push_back(describe_class(found, source));
   } else if (found.kind == "method") {
     out.push_back(describe_method(found, enclosing, source));
-  } else if (found.kind == "attributes") {
+  } else if (found.kind == "called" && source.raw(found.name).starts_with("attr")) {
     describe_attributes(found, enclosing, source, out);
-  } else if (found.kind == "made") {
+  } else if (found.kind == "called") {
     describe_made(found, enclosing, source, out);
   } else {
     out.push_back(describe_constant(found, source));

@@ -3,16 +3,13 @@
 (class name: (_) @name) @definition.class
 (module name: (_) @name) @definition.class
 (singleton_class value: (_) @name) @singleton
-((call !receiver method: (identifier) @_word block: (_) @singleton)
-  (#any-of? @_word "class_methods"))
 (method name: (_) @name) @definition.method
 (singleton_method name: (_) @name) @definition.method
 (assignment left: [(constant) (scope_resolution)] @name) @definition.constant
 (operator_assignment left: (constant) @name) @definition.constant
-((call !receiver method: (identifier) @name) @definition.attributes
-  (#any-of? @name "attr_reader" "attr_writer" "attr_accessor" "attr"))
-((call !receiver method: (identifier) @name) @definition.made
-  (#any-of? @name "define_method" "define_singleton_method"))
+((call !receiver method: (identifier) @name) @definition.called
+  (#any-of? @name "attr_reader" "attr_writer" "attr_accessor" "attr" "define_method"
+                  "define_singleton_method"))
 (call arguments: (argument_list [(method) (singleton_method)])) @wrapper
 ((call !receiver method: (identifier) @_word arguments: (argument_list (call))) @wrapper
   (#any-of? @_word "private" "protected" "public" "private_class_method"))
@@ -20,6 +17,8 @@
 (singleton_method body: (_) @local)
 ((call !receiver method: (identifier) @_word block: (_) @local)
   (#any-of? @_word "define_method" "define_singleton_method"))
+((call !receiver method: (identifier) @_word block: (_) @singleton)
+  (#any-of? @_word "class_methods"))
 
 ; What stands in a class without a name is nobody's.
 ((call receiver: (constant) @_maker method: (identifier) block: (_) @local)
