@@ -52,7 +52,18 @@ using QueryPtr = std::unique_ptr<TSQuery, Deleter<ts_query_delete>>;
 using Role = Enclosing::Role;
 
 // What a capture's name says of a node.
-enum class Mark { definition, enclosing, name, last, package, chapter, attribute, comment };
+enum class Mark {
+  definition,
+  enclosing,
+  name,
+  last,
+  owner,
+  package,
+  chapter,
+  attribute,
+  comment,
+  condition
+};
 
 struct Capture {
   Mark mark = Mark::name;
@@ -60,10 +71,17 @@ struct Capture {
   std::string kind = {};    // of a definition
 };
 
+// "(#any-of? @_name "a" "b")": the text of what is captured is one of those.
+struct Condition {
+  std::uint32_t capture = 0;
+  std::vector<std::string> texts = {};  // none: the pattern has no condition
+};
+
 // A language's compiled query; any thread may use it.
 struct Query {
   QueryPtr query;
-  std::vector<Capture> captures;  // by id
+  std::vector<Capture> captures;      // by id
+  std::vector<Condition> conditions;  // by pattern
 };
 
 Capture read_capture(std::string_view name) {
@@ -72,19 +90,52 @@ Capture read_capture(std::string_view name) {
     return {.mark = Mark::definition, .kind = std::string(name.substr(DEFINITION.size()))};
   }
   constexpr std::pair<std::string_view, Role> ROLES[] = {
-      {"scope", Role::scope},         {"type", Role::type},      {"wrapper", Role::wrapper},
-      {"group", Role::group},         {"friend", Role::friends}, {"singleton", Role::singleton},
-      {"condition", Role::condition}, {"local", Role::local}};
+      {"scope", Role::scope},         {"type", Role::type},           {"wrapper", Role::wrapper},
+      {"open", Role::open},           {"group", Role::group},         {"friend", Role::friends},
+      {"singleton", Role::singleton}, {"condition", Role::condition}, {"local", Role::local}};
   for (const auto& [word, role] : ROLES) {
     if (word == name) return {.mark = Mark::enclosing, .role = role};
   }
+  // What begins so is there for the conditions.
+  if (name.starts_with('_')) return {.mark = Mark::condition};
   constexpr std::pair<std::string_view, Mark> MARKS[] = {
-      {"name", Mark::name},       {"last", Mark::last},           {"package", Mark::package},
-      {"chapter", Mark::chapter}, {"attribute", Mark::attribute}, {"comment", Mark::comment}};
+      {"owner", Mark::owner},     {"name", Mark::name},       {"last", Mark::last},
+      {"package", Mark::package}, {"chapter", Mark::chapter}, {"attribute", Mark::attribute},
+      {"comment", Mark::comment}};
   for (const auto& [word, mark] : MARKS) {
     if (word == name) return {.mark = mark};
   }
   throw std::logic_error("unknown capture in a query: " + std::string(name));
+}
+
+Condition read_condition(const TSQuery* query, std::uint32_t pattern) {
+  std::uint32_t count = 0;
+  const TSQueryPredicateStep* steps = ts_query_predicates_for_pattern(query, pattern, &count);
+  Condition condition;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (steps[i].type == TSQueryPredicateStepTypeCapture) {
+      condition.capture = steps[i].value_id;
+    } else if (steps[i].type == TSQueryPredicateStepTypeString) {
+      std::uint32_t length = 0;
+      const char* text = ts_query_string_value_for_id(query, steps[i].value_id, &length);
+      if (i > 0) {
+        condition.texts.emplace_back(text, length);
+      } else if (std::string_view(text, length) != "any-of?") {
+        throw std::logic_error("unknown condition in a query: " + std::string(text, length));
+      }
+    }
+  }
+  return condition;
+}
+
+bool holds(const Condition& condition, const TSQueryMatch& match, const Source& source) {
+  if (condition.texts.empty()) return true;
+  for (std::uint16_t i = 0; i < match.capture_count; ++i) {
+    if (match.captures[i].index != condition.capture) continue;
+    const std::string_view text = source.raw(match.captures[i].node);
+    return std::ranges::find(condition.texts, text) != condition.texts.end();
+  }
+  return false;
 }
 
 Query compile(const Language& language) {
@@ -103,6 +154,9 @@ Query compile(const Language& language) {
     std::uint32_t length = 0;
     const char* name = ts_query_capture_name_for_id(compiled.query.get(), id, &length);
     compiled.captures.push_back(read_capture({name, length}));
+  }
+  for (std::uint32_t i = 0; i < ts_query_pattern_count(compiled.query.get()); ++i) {
+    compiled.conditions.push_back(read_condition(compiled.query.get(), i));
   }
   return compiled;
 }
@@ -123,8 +177,16 @@ struct Item {
   TSNode node{};
   TSNode name{};
   TSNode last{};
+  TSNode owner{};
   Range range;
 };
+
+// What stands first of what has one range: a body, whether local or open, encloses the one
+// definition that it may consist of, and an open one is not local.
+int layer(const Item& item) {
+  if (item.mark != Mark::enclosing) return 2;
+  return item.role == Role::open ? 0 : item.role == Role::local ? 1 : 2;
+}
 
 // The matches of the query but for comments, those that begin earlier first, then those that
 // enclose others, then those of the patterns that stand first in the query. Comments and the names
@@ -136,6 +198,7 @@ std::vector<Item> find_items(const Query& query, TSNode root, Source& source) {
   std::vector<std::pair<std::uint16_t, Item>> found;
   TSQueryMatch match;
   while (ts_query_cursor_next_match(cursor.get(), &match)) {
+    if (!holds(query.conditions[match.pattern_index], match, source)) continue;
     Item item;
     for (std::uint16_t i = 0; i < match.capture_count; ++i) {
       const Capture& capture = query.captures[match.captures[i].index];
@@ -143,7 +206,9 @@ std::vector<Item> find_items(const Query& query, TSNode root, Source& source) {
         item.name = match.captures[i].node;
       } else if (capture.mark == Mark::last) {
         item.last = match.captures[i].node;
-      } else {
+      } else if (capture.mark == Mark::owner) {
+        item.owner = match.captures[i].node;
+      } else if (capture.mark != Mark::condition) {
         item.mark = capture.mark;
         item.role = capture.role;
         item.kind = capture.kind;
@@ -166,7 +231,8 @@ std::vector<Item> find_items(const Query& query, TSNode root, Source& source) {
   }
   std::ranges::sort(source.comments, {}, &Range::start);
   std::ranges::stable_sort(found, {}, [](const auto& entry) {
-    return std::tuple(entry.second.range.start, ~entry.second.range.end, entry.first);
+    const Item& item = entry.second;
+    return std::tuple(item.range.start, ~item.range.end, layer(item), entry.first);
   });
   std::vector<Item> items;
   items.reserve(found.size());
@@ -250,6 +316,10 @@ class Extraction {
 
  private:
   void open(const Item& item) {
+    if (item.role == Role::local && !open_.empty() && open_.back().role == Role::open &&
+        open_.back().range == item.range) {
+      return;
+    }
     Enclosing around{
         .role = item.role, .range = item.range, .start_row = ts_node_start_point(item.node).row};
     if (!ts_node_is_null(item.name)) around.name = source_.line(item.name);
@@ -265,11 +335,20 @@ class Extraction {
 
   void define(const Item& item) {
     std::vector<Declared> declared;
-    language_.describe({.kind = item.kind, .node = item.node, .name = item.name, .last = item.last},
+    language_.describe({.kind = item.kind,
+                        .node = item.node,
+                        .name = item.name,
+                        .last = item.last,
+                        .owner = item.owner},
                        open_, source_, declared);
     if (declared.empty()) return;
+    const bool global = declared.front().global;
     const std::string kind = declared.front().kind;
     const std::string scope = join(declared.front().qualifier, declared.front().name);
+    if (const auto role = declared.front().only) {
+      push({.role = *role, .range = item.range, .name = scope, .global = global});
+      return;
+    }
 
     // What stands before the definition and belongs to it: decorators, a template's header.
     TSPoint start = ts_node_start_point(item.node);
@@ -302,7 +381,7 @@ class Extraction {
       add(std::move(symbol), {start_byte, ts_node_end_byte(end)});
     }
     if (std::ranges::find(SCOPED_KINDS, kind) != std::end(SCOPED_KINDS)) {
-      push({.role = Role::type, .range = item.range, .name = scope});
+      push({.role = Role::type, .range = item.range, .name = scope, .global = global});
     }
   }
 
@@ -330,12 +409,20 @@ class Extraction {
     std::string scope = module_;  // of everything around
     std::string types;            // of the classes around: the signature begins with them
     for (const Enclosing& around : open_) {
+      if (around.global) {
+        scope.clear();
+        types.clear();
+      }
       if (around.role == Role::type && !declared.outside_types) {
         scope = join(scope, around.name);
         types = join(types, around.name);
       } else if (around.role == Role::scope) {
         scope = join(scope, around.name);
       }
+    }
+    if (declared.global) {
+      scope.clear();
+      types.clear();
     }
     const std::string_view separator =
         declared.separator.empty() ? language_.separator : declared.separator;

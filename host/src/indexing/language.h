@@ -20,7 +20,8 @@ struct Found {
   std::string_view kind = {};  // as the query calls it: "class" of "@definition.class"
   TSNode node = {};
   TSNode name = {};
-  TSNode last = {};  // a node behind the definition that still belongs to it
+  TSNode last = {};   // a node behind the definition that still belongs to it
+  TSNode owner = {};  // the node that it stands in, where that matters
 };
 
 // Something that encloses a definition.
@@ -28,6 +29,7 @@ struct Enclosing {
   enum class Role {
     scope,      // a namespace
     type,       // a class, or what else may have methods
+    open,       // the body of a function that is called where it stands: nothing is local to it
     wrapper,    // begins with what belongs to the definition in it: a decorator, "export"
     group,      // a wrapper around several: each begins at its own name
     friends,    // "friend": what is in it belongs to the scope around the class
@@ -39,7 +41,8 @@ struct Enclosing {
   Range range = {};
   std::string name = {};  // of a scope, a type, a singleton or a condition
   std::uint32_t start_row = 0;
-  bool used = false;  // a wrapper that has found the definition it stands before
+  bool used = false;    // a wrapper that has found the definition it stands before
+  bool global = false;  // what is around a type or scope does not qualify what is in it
 };
 
 // A symbol that a definition declares; the rest of it follows from where it stands.
@@ -52,6 +55,9 @@ struct Declared {
   std::string signature = {};                 // what follows the qualified name
   std::optional<std::string> docstring = {};  // one that stands inside the definition
   bool outside_types = false;                 // a friend: it belongs to the scope around the class
+  bool global = false;  // what is around does not qualify it, nor what stands in it
+  std::optional<Enclosing::Role> only =
+      {};                           // no symbol: it encloses what stands in it, in this role
   std::string_view separator = {};  // before the name, where it is not that of the language
 };
 

@@ -10,35 +10,11 @@
 #include "indexing/declaration.h"
 #include "indexing/doc_comment.h"
 #include "indexing/names.h"
+#include "indexing/script_names.h"
+#include "indexing/script_values.h"
 
 namespace velmora::host::indexing {
 namespace {
-
-bool is_function(TSNode value) {
-  if (ts_node_is_null(value)) return false;
-  const std::string_view type = type_of(value);
-  return type == "arrow_function" || type == "function_expression" || type == "generator_function";
-}
-
-// "<T>(item: T): Result" of a function without a name of its own.
-std::string function_signature(TSNode function, const Source& source) {
-  if (const TSNode only = field(function, "parameter"); !ts_node_is_null(only)) {
-    return '(' + source.line(only) + ')';
-  }
-  const TSNode parameters = field(function, "parameters");
-  if (ts_node_is_null(parameters)) return {};
-  const TSNode types = field(function, "type_parameters");
-  const TSNode result = field(function, "return_type");
-  return source.line(Range{ts_node_start_byte(ts_node_is_null(types) ? parameters : types),
-                           ts_node_end_byte(ts_node_is_null(result) ? parameters : result)});
-}
-
-// " extends Base" of a class that something else names.
-std::string class_signature(TSNode value, const Source& source) {
-  const TSNode own = field(value, "name");
-  const std::uint32_t keyword = ts_node_start_byte(value) + std::uint32_t{sizeof("class") - 1};
-  return header(value, ts_node_is_null(own) ? keyword : ts_node_end_byte(own), source);
-}
 
 // Whether the statement that declares a variable is exported, and whether it says "const".
 struct Statement {
@@ -61,10 +37,12 @@ Statement statement_around(std::span<const Enclosing> enclosing, const Source& s
 void describe_variable(const Found& found, std::span<const Enclosing> enclosing,
                        const Source& source, std::vector<Declared>& out) {
   const TSNode value = field(found.node, "value");
+  const TSNode function = function_of(value, source);
   Declared declared{.name = source.line(found.name)};
-  if (is_function(value)) {
+  const bool itself = !ts_node_is_null(function) && ts_node_eq(function, value);
+  if (itself || (!ts_node_is_null(function) && !is_in_capitals(declared.name))) {
     declared.kind = "function";
-    declared.signature = function_signature(value, source);
+    declared.signature = function_signature(function, source);
   } else if (!ts_node_is_null(value) && type_of(value) == "class") {
     declared.kind = "class";
     declared.signature = class_signature(value, source);
@@ -78,39 +56,105 @@ void describe_variable(const Found& found, std::span<const Enclosing> enclosing,
   out.push_back(std::move(declared));
 }
 
-// What a file exports as a whole goes by its own name, or by that of the file.
-std::string name_of_export(TSNode value, const Source& source) {
-  if (const TSNode own = field(value, "name"); !ts_node_is_null(own)) return source.line(own);
-  const std::string_view file = source.path.substr(source.path.rfind('/') + 1);
-  return std::string(file.substr(0, file.find('.')));
+// A function or class that has its name from elsewhere.
+std::optional<Declared> describe_value(TSNode value, const Source& source) {
+  if (type_of(value) == "class") {
+    return Declared{.kind = "class", .signature = class_signature(value, source)};
+  }
+  const TSNode function = function_of(value, source);
+  if (ts_node_is_null(function)) return std::nullopt;
+  return Declared{.kind = "function", .signature = function_signature(function, source)};
 }
 
-Declared describe_value(TSNode value, const Source& source) {
-  if (is_function(value)) {
-    return {.kind = "function", .signature = function_signature(value, source)};
+// What a file exports as a whole goes by its own name, or by that of the file.
+std::string name_of_export(TSNode value, const Source& source) {
+  if (const TSNode function = function_of(value, source); !ts_node_is_null(function)) {
+    value = function;
   }
-  return {.kind = "class", .signature = class_signature(value, source)};
+  const TSNode own = field(value, "name");
+  return ts_node_is_null(own) ? script_module(source.path) : source.line(own);
 }
 
 // "exports.name = ...", "Type.prototype.name = ...", "module.exports = ..."
 void describe_assigned(const Found& found, const Source& source, std::vector<Declared>& out) {
-  const TSNode property = field(found.name, "property");
-  const TSNode object = field(found.name, "object");
-  if (ts_node_is_null(property) || ts_node_is_null(object)) return;
   const TSNode value = field(found.node, "right");
-  Declared declared = describe_value(value, source);
-  declared.qualifier = source.line(object);
-  declared.name = source.line(property);
-  constexpr std::string_view PROTOTYPE = ".prototype";
-  if (declared.qualifier == "module" && declared.name == "exports") {
-    declared.qualifier.clear();
-    declared.name = name_of_export(value, source);
-  } else if (declared.qualifier.ends_with(PROTOTYPE)) {
-    declared.qualifier.resize(declared.qualifier.size() - PROTOTYPE.size());
-    declared.kind = "method";
-  } else if (declared.qualifier == "exports" || declared.qualifier == "module.exports") {
-    declared.qualifier.clear();
+  const std::optional<PropertyName> property = property_name(found.name, source);
+  std::optional<Declared> declared = describe_value(value, source);
+  if (!property || !declared) return;
+  if (property->inherited) declared->kind = "method";
+  declared->global = property->global;
+  const std::size_t stop = property->text.rfind('.');
+  if (property->text.empty()) {
+    declared->name = name_of_export(value, source);
+  } else if (stop == std::string::npos) {
+    declared->name = property->text;
+  } else {
+    declared->qualifier = property->text.substr(0, stop);
+    declared->name = property->text.substr(stop + 1);
   }
+  out.push_back(std::move(*declared));
+}
+
+// What the functions of an object are called after.
+void describe_object(const Found& found, const Source& source, std::vector<Declared>& out) {
+  Declared declared{.only = Enclosing::Role::type};
+  if (ts_node_is_null(found.name)) {
+    // What the file exports.
+  } else if (const std::string_view type = type_of(found.name);
+             type == "identifier" || type == "member_expression") {
+    const std::optional<PropertyName> property = property_name(found.name, source);
+    if (!property) return;
+    declared.name = property->text;
+    declared.global = property->global;
+  } else {
+    const std::optional<std::string> key = key_name(found.name, source);
+    if (!key) return;
+    declared.name = *key;
+  }
+  out.push_back(std::move(declared));
+}
+
+// Whether a member stands in what encloses it directly: the class or object has a name then.
+bool is_owned(const Found& found, std::span<const Enclosing> enclosing) {
+  if (ts_node_is_null(found.owner)) return true;
+  const Range owner = range_of(found.owner);
+  return !enclosing.empty() && enclosing.back().role == Enclosing::Role::type &&
+         enclosing.back().range.start <= owner.start && enclosing.back().range.end == owner.end;
+}
+
+// Whether a value is "() => name", as tools write it for what a module exports.
+bool gives_name(TSNode value, std::string_view name, const Source& source) {
+  if (ts_node_is_null(value) || type_of(value) != "arrow_function") return false;
+  const TSNode body = field(value, "body");
+  return !ts_node_is_null(body) && source.raw(body) == name;
+}
+
+// "name = (event) => {}" and "static readonly LIMIT = 3" in a class, "name: (event) => {}" in an
+// object.
+void describe_member(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
+                     std::vector<Declared>& out) {
+  const std::optional<std::string> name = key_name(found.name, source);
+  const TSNode value = field(found.node, "value");
+  if (!name || gives_name(value, *name, source)) return;
+  const TSNode function = function_of(value, source);
+  Declared declared{.kind = "method", .name = *name};
+  if (!ts_node_is_null(function)) {
+    declared.signature = function_signature(function, source);
+  } else if (found.kind == "field") {
+    const auto says = [&](std::string_view word) {
+      return has_word_before(found.node, ts_node_start_byte(found.name), word, source);
+    };
+    if (!says("static") || (!says("readonly") && !is_in_capitals(*name))) return;
+    declared.kind = "constant";
+    declared.signature = constant_header(found.node, ts_node_end_byte(found.name), source);
+  } else if (ts_node_is_null(value)) {
+    declared.signature = header(found.node, ts_node_end_byte(found.name), source);
+  } else {
+    return;
+  }
+  // What the file exports is no type.
+  if (!enclosing.empty() && enclosing.back().name.empty()) declared.kind = "function";
+  if (declared.name == "constructor" && declared.kind == "method") declared.kind = "constructor";
   out.push_back(std::move(declared));
 }
 
@@ -144,34 +188,51 @@ std::optional<ModuleDocstring> read_module_comment(std::string_view comment) {
   return docstring;
 }
 
+// Whether nothing that has a name encloses a definition.
+bool stands_alone(std::span<const Enclosing> enclosing) {
+  return std::ranges::all_of(
+      enclosing, [](const Enclosing& around) { return around.name.empty() && !around.global; });
+}
+
+void describe(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
+              std::vector<Declared>& out) {
+  if (found.kind == "variable") {
+    describe_variable(found, enclosing, source, out);
+  } else if (found.kind == "assigned") {
+    describe_assigned(found, source, out);
+  } else if (found.kind == "object") {
+    describe_object(found, source, out);
+  } else if (found.kind == "default") {
+    std::optional<Declared> declared = describe_value(found.node, source);
+    if (!declared) return;
+    declared->name = name_of_export(found.node, source);
+    out.push_back(std::move(*declared));
+  } else if (found.kind == "method" || found.kind == "field") {
+    describe_member(found, enclosing, source, out);
+  } else if (found.kind == "module") {
+    out.push_back(
+        {.name = source.line(found.name), .global = true, .only = Enclosing::Role::scope});
+  } else if (found.kind == "global") {
+    out.push_back({.global = true, .only = Enclosing::Role::scope});
+  } else {
+    out.push_back(declared(std::string(found.kind), found, source));
+  }
+}
+
 }  // namespace
 
 void describe_script(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
                      std::vector<Declared>& out) {
-  if (found.kind == "variable") {
-    describe_variable(found, enclosing, source, out);
-    return;
+  if (!is_owned(found, enclosing)) return;
+  const std::size_t first = out.size();
+  describe(found, enclosing, source, out);
+  // What is called as its file is, is not cited by both.
+  const std::string module = script_module(source.path);
+  if (module.empty() || !stands_alone(enclosing)) return;
+  for (std::size_t i = first; i < out.size(); ++i) {
+    const std::string& name = out[i].qualifier.empty() ? out[i].name : out[i].qualifier;
+    if (name.substr(0, name.find('.')) == module) out[i].global = true;
   }
-  if (found.kind == "assigned") {
-    describe_assigned(found, source, out);
-    return;
-  }
-  if (found.kind == "default") {
-    const TSNode exported = field(found.node, "value");
-    out.push_back(describe_value(exported, source));
-    out.back().name = name_of_export(exported, source);
-    return;
-  }
-  Declared declared{.kind = std::string(found.kind), .name = source.line(found.name)};
-  // The methods of a class without a name.
-  if (declared.kind == "method" && !in_type(enclosing)) return;
-  if (declared.kind == "method" && declared.name == "constructor") declared.kind = "constructor";
-  // "name = (event) => {}" in a class and "name: (event) => {}" in an object.
-  const TSNode value = field(found.node, "value");
-  declared.signature = is_function(value)
-                           ? function_signature(value, source)
-                           : header(found.node, ts_node_end_byte(found.name), source);
-  out.push_back(std::move(declared));
 }
 
 std::optional<ModuleDocstring> script_module_docstring(TSNode root, const Source& source,

@@ -15,6 +15,8 @@ namespace velmora::host::indexing {
 struct Range {
   std::uint32_t start = 0;
   std::uint32_t end = 0;
+
+  bool operator==(const Range&) const = default;
 };
 
 struct Source {

@@ -45,27 +45,18 @@ TEST(Extract, FindsTheSymbolsOfEachLanguage) {
     const char* file;
     const char* folder;
   };
-  for (const Case& one : {Case{"bash", "deploy.sh", ""},
-                          Case{"c", "queue.c", ""},
-                          Case{"cpp", "shapes.hpp", "geometry/"},
-                          Case{"cpp", "shapes.cpp", "geometry/"},
-                          Case{"csharp", "Ledger.cs", ""},
-                          Case{"csharp", "Clock.cs", ""},
-                          Case{"go", "ledger.go", "books/"},
-                          Case{"java", "Ledger.java", ""},
-                          Case{"javascript", "cart.js", "web/"},
-                          Case{"javascript", "plugin.js", "web/"},
-                          Case{"kotlin", "Ledger.kt", ""},
-                          Case{"lua", "account.lua", ""},
-                          Case{"php", "ledger.php", ""},
-                          Case{"php", "legacy.php", ""},
-                          Case{"python", "store.py", "app/"},
-                          Case{"ruby", "ledger.rb", ""},
-                          Case{"rust", "pool.rs", "crates/thing-kit/src/"},
-                          Case{"scala", "Ledger.scala", ""},
-                          Case{"swift", "Ledger.swift", ""},
-                          Case{"typescript", "store.ts", ""},
-                          Case{"typescript", "view.tsx", ""}}) {
+  for (const Case& one :
+       {Case{"bash", "deploy.sh", ""},           Case{"c", "queue.c", ""},
+        Case{"cpp", "shapes.hpp", "geometry/"},  Case{"cpp", "shapes.cpp", "geometry/"},
+        Case{"csharp", "Ledger.cs", ""},         Case{"csharp", "Clock.cs", ""},
+        Case{"go", "ledger.go", "books/"},       Case{"java", "Ledger.java", ""},
+        Case{"javascript", "cart.js", "web/"},   Case{"javascript", "plugin.js", "web/"},
+        Case{"javascript", "vendor.js", "web/"}, Case{"kotlin", "Ledger.kt", ""},
+        Case{"lua", "account.lua", ""},          Case{"php", "ledger.php", ""},
+        Case{"php", "legacy.php", ""},           Case{"python", "store.py", "app/"},
+        Case{"ruby", "ledger.rb", ""},           Case{"rust", "pool.rs", "crates/thing-kit/src/"},
+        Case{"scala", "Ledger.scala", ""},       Case{"swift", "Ledger.swift", ""},
+        Case{"typescript", "store.ts", ""},      Case{"typescript", "view.tsx", ""}}) {
     const std::string path = std::string(one.folder) + one.file;
     const auto symbols = extract_symbols(one.language, path, read(one.file));
     EXPECT_EQ(listed(symbols), read(std::string(one.file) + ".symbols")) << one.file;
@@ -77,12 +68,21 @@ TEST(Extract, FindsTheSymbolsOfEachLanguage) {
 }
 
 TEST(Extract, NamesTheModuleAfterThePath) {
-  const auto fqn = [](const char* path) {
-    return extract_symbols("python", path, "def f(): pass").at(0).fqn;
-  };
-  EXPECT_EQ(fqn("a/b/__init__.py"), "a.b.f");
-  EXPECT_EQ(fqn("a/my__init__.py"), "a.my__init__.f");
-  EXPECT_EQ(fqn("__init__.pyi"), "__init__.f");
+  constexpr const char* PYTHON[][2] = {{"a/b/__init__.py", "a.b.f"},
+                                       {"a/my__init__.py", "a.my__init__.f"},
+                                       {"__init__.pyi", "__init__.f"}};
+  for (const auto& [path, name] : PYTHON) {
+    EXPECT_EQ(extract_symbols("python", path, "def f(): pass").at(0).fqn, name);
+  }
+  constexpr const char* SCRIPTS[][2] = {
+      {"web/user.service.ts", "user.Cart.f"}, {"web/Cart.ts", "Cart.f"},
+      {"web/cart/index.ts", "cart.Cart.f"},   {"Cart/src/index.ts", "Cart.f"},
+      {"src/index.ts", "index.Cart.f"},       {".config.ts", "config.Cart.f"}};
+  for (const auto& [path, name] : SCRIPTS) {
+    const auto symbols = extract_symbols("typescript", path, "class Cart { f() {} }");
+    EXPECT_EQ(symbols.at(1).fqn, name) << path;
+    EXPECT_EQ(symbols.at(1).signature, "Cart.f()") << path;
+  }
 }
 
 TEST(Extract, SeesThroughDecoratingMacros) {

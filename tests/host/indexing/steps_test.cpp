@@ -44,6 +44,9 @@ TEST(Steps, GrowWithTheSource) {
       {"go", {"names", ".go", "package a\nconst a", ", b", " = 1"}},
       {"c", {"one body", ".c", "int f(void) {", "g(word);\n", "}"}},
       {"java", {"classes", ".java", "", "class A { void f() { g(word); } }\n", ""}},
+      {"javascript", {"assigned", ".js", "", "a.b = {c() {}};\n", ""}},
+      {"javascript", {"chained", ".js", "", "a.b = ", "function () {};"}},
+      {"javascript", {"objects", ".js", "a.b = ", "{c: ", "1"}},
       {"python", {"docstrings", ".py", "", "def f():\n  '''text'''\n", ""}},
   };
   for (const Case& one : cases) {

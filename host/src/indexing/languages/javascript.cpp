@@ -4,6 +4,7 @@
 #include "indexing/languages.h"
 #include "indexing/queries.h"
 #include "indexing/script_family.h"
+#include "indexing/script_names.h"
 
 extern "C" const TSLanguage* tree_sitter_javascript();
 
@@ -21,6 +22,7 @@ constinit const Language languages::javascript = {
     .separator = ".",
     .line_comments = SLASH_COMMENTS,
     .describe = describe_script,
+    .module = script_module,
     .module_docstring = script_module_docstring,
 };
 

@@ -22,8 +22,27 @@ std::string parameters(TSNode function, const Source& source) {
   return ts_node_is_null(list) ? "()" : '(' + source.line(list) + ')';
 }
 
+// What those who require a file call it: its name, or that of its folder: "account" for
+// "shop/account.lua" and for "account/init.lua".
+std::string module_of(std::string_view path) {
+  path = path.substr(0, path.rfind('.'));
+  constexpr std::string_view FOLDER = "/init";
+  if (path.ends_with(FOLDER)) path.remove_suffix(FOLDER.size());
+  return std::string(path.substr(path.rfind('/') + 1));
+}
+
+// What a variable is cited as: "M" is what people call the module in its own file.
+std::string cited(std::string text, const Source& source) {
+  const std::size_t stop = std::min(text.find_first_of(".:"), text.size());
+  const std::string_view first = std::string_view(text).substr(0, stop);
+  if (first == "M" || first == "_M") return text.replace(0, stop, module_of(source.path));
+  if (first == "_G" && stop < text.size()) return text.substr(stop + 1);
+  return text;
+}
+
 // "Account.new", "Account:deposit"
-Declared named(const std::string& text) {
+Declared named(const std::string& written, const Source& source) {
+  const std::string text = cited(written, source);
   const std::size_t stop = text.find_last_of(".:");
   if (stop == std::string::npos) return {.kind = "function", .name = text};
   const bool method = text[stop] == ':';
@@ -49,7 +68,7 @@ void describe_variables(TSNode statement, const Source& source, std::vector<Decl
   for (std::size_t i = 0; i < count; ++i) {
     const std::string text = source.line(names[i]);
     if (text.find_first_of("[(\"") != std::string::npos) continue;
-    Declared declared = named(text.substr(0, text.find(' ')));  // before " <const>"
+    Declared declared = named(text.substr(0, text.find(' ')), source);  // before " <const>"
     if (type_of(values[i]) == "function_definition") {
       declared.signature = parameters(values[i], source);
     } else if (is_in_capitals(declared.name)) {
@@ -73,8 +92,16 @@ void describe_lua(const Found& found, std::span<const Enclosing> enclosing, cons
     out.push_back({.kind = "function",
                    .name = source.line(found.name),
                    .signature = parameters(field(found.node, "value"), source)});
+  } else if (found.kind == "table") {
+    const bool returned = ts_node_is_null(found.name);
+    std::string name = returned ? "M" : source.line(found.name);
+    if (name.find_first_of("[(\"") != std::string::npos) return;
+    out.push_back({.name = cited(std::move(name), source), .only = Enclosing::Role::type});
+  } else if (found.kind == "inner") {
+    if (!in_type(enclosing)) return;
+    out.push_back({.name = source.line(found.name), .only = Enclosing::Role::type});
   } else {
-    out.push_back(named(source.line(found.name)));
+    out.push_back(named(source.line(found.name), source));
     out.back().signature = parameters(found.node, source);
   }
 }

@@ -5,6 +5,7 @@
 
 #include "indexing/declaration.h"
 #include "indexing/languages.h"
+#include "indexing/php_enums.h"
 #include "indexing/queries.h"
 
 extern "C" const TSLanguage* tree_sitter_php();
@@ -19,8 +20,18 @@ void describe_php(const Found& found, std::span<const Enclosing> enclosing, cons
                   std::vector<Declared>& out) {
   if (found.kind == "define") {
     const TSNode call = ts_node_named_child(found.node, 0);
-    if (source.raw(field(call, "function")) != "define") return;
-    out.push_back({.kind = "constant", .name = source.line(found.name)});
+    const std::string_view function = source.raw(field(call, "function"));
+    if (function != "define" && function != "\\define") return;
+    out.push_back({.kind = "constant", .name = source.line(found.name), .global = true});
+    return;
+  }
+  if (found.kind == "case") {
+    // One that the source calls "const".
+    const std::uint32_t start = ts_node_start_byte(found.node);
+    const std::uint32_t size = ts_node_start_byte(found.name) - start;
+    if (source.text.substr(start, size) == source.original.substr(start, size)) return;
+    out.push_back(declared("constant", found, source));
+    out.back().separator = "::";
     return;
   }
   std::string kind(found.kind);
@@ -39,6 +50,7 @@ constinit const Language languages::php = {
     .separator = "\\",
     .line_comments = COMMENTS,
     .describe = describe_php,
+    .prepare = enum_constants_as_cases,
 };
 
 }  // namespace velmora::host::indexing

@@ -44,49 +44,69 @@ std::optional<std::string> body_docstring(TSNode definition, const Source& sourc
   return docstring_text(source.raw(content));
 }
 
-// "(limit=10) -> Result". The object that a method is called on is not among the arguments that its
-// callers write.
-std::string function_signature(TSNode node, bool method, const Source& source) {
-  std::string signature;
-  if (const TSNode parameters = field(node, "parameters"); !ts_node_is_null(parameters)) {
-    Range range = range_of(parameters);
-    const std::vector<Child> parts = children(parameters);  // the brackets and commas among them
-    const std::string_view first = parts.size() > 2 ? source.raw(parts[1].node) : "";
-    if (method && (first == "self" || first == "cls")) {
-      const bool others = source.raw(parts[2].node) == ",";
-      range.start = ts_node_end_byte(parts[others ? 2 : 1].node);
-      signature = "(";
-    }
-    signature += source.line(range);
+// "[T]" of a function or class.
+std::string type_parameters(TSNode node, const Source& source) {
+  const TSNode list = field(node, "type_parameters");
+  return ts_node_is_null(list) ? "" : source.line(list);
+}
+
+// "(limit=10)" of a function or lambda. The object that a method is called on is not among the
+// arguments that its callers write.
+std::string parameters(TSNode function, bool method, const Source& source) {
+  const TSNode list = field(function, "parameters");
+  if (ts_node_is_null(list)) return "()";
+  std::vector<TSNode> parts;
+  for (const Child& part : children(list)) parts.push_back(part.node);
+  const bool bracketed = source.raw(parts.front()) == "(";  // a lambda's are not
+  std::size_t first = bracketed ? 1 : 0;
+  if (const std::string_view name = source.raw(parts[first]);
+      method && (name == "self" || name == "cls")) {
+    ++first;
+    if (first < parts.size() && source.raw(parts[first]) == ",") ++first;
   }
+  const std::uint32_t from =
+      first < parts.size() ? ts_node_start_byte(parts[first]) : ts_node_end_byte(list);
+  return '(' + source.line(Range{from, ts_node_end_byte(list)}) + (bracketed ? "" : ")");
+}
+
+std::string function_signature(TSNode node, bool method, const Source& source) {
+  std::string signature = type_parameters(node, source) + parameters(node, method, source);
   if (const TSNode result = field(node, "return_type"); !ts_node_is_null(result)) {
     signature += " -> " + source.line(result);
   }
   return signature;
 }
 
-Declared describe_constant(const Found& found, const Source& source) {
-  Declared constant{.kind = "constant", .name = source.line(found.name)};
-  if (const TSNode type = field(found.node, "type"); !ts_node_is_null(type)) {
-    constant.signature = ": " + source.line(type);
-  }
+// "MAX_SIZE = 3", "limit: Final = 3", and "area = lambda w, h: w * h", which is a function.
+void describe_variable(const Found& found, bool in_class, const Source& source,
+                       std::vector<Declared>& out) {
+  Declared variable{.kind = "constant", .name = source.line(found.name)};
   const TSNode value = field(found.node, "right");
+  if (!ts_node_is_null(value) && type_of(value) == "lambda") {
+    variable.kind = in_class ? "method" : "function";
+    variable.signature = parameters(value, in_class, source);
+    out.push_back(std::move(variable));
+    return;
+  }
+  const TSNode type = field(found.node, "type");
+  if (!ts_node_is_null(type)) variable.signature = ": " + source.line(type);
+  if (!is_constant_name(variable.name) && !variable.signature.starts_with(": Final")) return;
   if (!ts_node_is_null(value) &&
       ts_node_end_byte(value) - ts_node_start_byte(value) <= LONGEST_VALUE) {
-    constant.signature += " = " + source.line(value);
+    variable.signature += " = " + source.line(value);
   }
-  return constant;
+  out.push_back(std::move(variable));
 }
 
 void describe_python(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
                      std::vector<Declared>& out) {
-  const bool in_class = std::ranges::any_of(
-      enclosing, [](const Enclosing& e) { return e.role == Enclosing::Role::type; });
+  const bool in_class = in_type(enclosing);
   if (found.kind == "class") {
     const TSNode bases = field(found.node, "superclasses");
     out.push_back({.kind = "class",
                    .name = source.line(found.name),
-                   .signature = ts_node_is_null(bases) ? "" : source.line(bases),
+                   .signature = type_parameters(found.node, source) +
+                                (ts_node_is_null(bases) ? "" : source.line(bases)),
                    .docstring = body_docstring(found.node, source)});
   } else if (found.kind == "function") {
     const std::string name = source.line(found.name);
@@ -97,10 +117,8 @@ void describe_python(const Found& found, std::span<const Enclosing> enclosing, c
                    .name = name,
                    .signature = function_signature(found.node, in_class, source),
                    .docstring = body_docstring(found.node, source)});
-  } else if (found.kind == "constant") {
-    if (!in_class && is_constant_name(source.raw(found.name))) {
-      out.push_back(describe_constant(found, source));
-    }
+  } else if (found.kind == "variable") {
+    describe_variable(found, in_class, source, out);
   } else if (found.kind == "type") {
     // "type Name[T] = value"
     const TSNode left = ts_node_named_child(found.node, 0);

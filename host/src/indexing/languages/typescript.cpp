@@ -4,6 +4,7 @@
 #include "indexing/languages.h"
 #include "indexing/queries.h"
 #include "indexing/script_family.h"
+#include "indexing/script_names.h"
 
 extern "C" const TSLanguage* tree_sitter_tsx();
 extern "C" const TSLanguage* tree_sitter_typescript();
@@ -22,6 +23,7 @@ constinit const Language languages::typescript = {
     .separator = ".",
     .line_comments = SLASH_COMMENTS,
     .describe = describe_script,
+    .module = script_module,
     .module_docstring = script_module_docstring,
 };
 
@@ -34,6 +36,7 @@ constinit const Language languages::tsx = {
     .separator = ".",
     .line_comments = SLASH_COMMENTS,
     .describe = describe_script,
+    .module = script_module,
     .module_docstring = script_module_docstring,
 };
 

@@ -1,4 +1,5 @@
 
 ; The fields of JavaScript's classes, which TypeScript names otherwise.
 
-(field_definition property: (_) @name value: [(function_expression) (arrow_function)]) @definition.method
+(class_body (field_definition property: (_) @name) @definition.field) @owner
+(field_definition property: (_) @name value: (object) @definition.object)

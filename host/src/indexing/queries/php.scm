@@ -10,7 +10,8 @@
 (function_definition name: (_) @name) @definition.function
 (const_declaration (const_element (name) @name) @definition.constant)
 (const_declaration) @wrapper
-(expression_statement (function_call_expression function: (name)
+(enum_case name: (_) @name) @definition.case
+(expression_statement (function_call_expression function: [(name) (qualified_name)]
   arguments: (arguments . (argument (string (string_content) @name))))) @definition.define
 (method_declaration body: (_) @local)
 (function_definition body: (_) @local)

@@ -46,6 +46,10 @@ export class Cart extends mixin(Base) {
   static async of(...items) { return new Cart(items); }
   #check(item) {}
   onClick = (event) => { this.add(event); };
+  static MOST = 64;
+  static count = 0;
+  handlers = { close() {} };
+  Unnamed = class { lost() {} };
 }
 
 /** What the page calls. */
@@ -53,17 +57,32 @@ export const api = {
   /** Puts one in. */
   put(item, count = 1) { return { deep() {} }; },
   drop: async (item) => {},
-  nested: { skipped() {} },
+  // What it shows.
+  views: { list() {}, 'one-by-one': function (item) {}, 'no name!': () => 1, 7: () => 1 },
   value: 1,
+  later: debounce((item) => {}, 300),
+  total: () => total,
 };
-const hidden = { alsoSkipped() {} };
+const shelves = { open() {} };
+render({ notHere() {}, nor: { here() {} } });
+
+/** Shows a row. */
+const Row = React.memo(forwardRef(function Row({ item }, ref) { const inside = () => 1; }));
+export const save = debounce(async (cart) => {}, 300);
+const doubled = [1, 2].map((x) => x * 2), timer = setTimeout(() => {}, 3);
+const cartStore = defineStore('cart', { actions: { load(id) {} } });
 
 function View(props) { return <ul onClick={() => 1}>{props.items}</ul>; }
 
 /** Shows it. */
 Cart.prototype.show = function (where) { };
 const Box = class extends Cart { open() {} };
+Object.assign(Cart.prototype, { hide() {} });
+window.cartApi = { ready() {} };
+make().odd = function () {};
+this.odd = function () {};
 register(class { unnamed() {} });
+function wrapping() { return function only() {} }
 exports.open = (path) => fs.openSync(path);
 module.exports = { total };
 function unterminated( {

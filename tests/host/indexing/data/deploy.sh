@@ -6,6 +6,13 @@ set -euo pipefail
 readonly TARGET="${1:-/srv}" MODE=0644
 declare -r other=1
 LOCAL=1
+# Who it goes to.
+declare -g -rx HOSTS="a b"
+typeset -ar PORTS=(80 443)
+declare -x SHOWN=1
+declare -rf say
+readonly LOCAL
+only() { inner() { :; }; }
 
 # Says it,
 # on standard error.

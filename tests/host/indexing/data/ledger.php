@@ -69,6 +69,10 @@ enum Side: string implements HasLabel
 {
     case Debit = 'd';
     case Credit = 'c';
+    /** What most are. */
+    #[Deprecated]
+    final public const self|null USUAL = self::Debit;
+    const SIGNS = ['}' => 1]; // don't
     public static function of(string $text): self { return self::Debit; }
 }
 
@@ -87,6 +91,8 @@ if (!function_exists('Books\Storage\old')) {
     function old() {}
 }
 $local = fn() => 1;
+\define('BOOKS_VERSION', '2.0');
+function only() { function inside() {} }
 
 namespace Legacy;
 

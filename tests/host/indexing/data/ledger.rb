@@ -30,7 +30,20 @@ module Books
   # rubocop:disable Metrics/ClassLength
   class Ledger < Storage::Base
     include Enumerable
-    attr_reader :entries
+    # What is in it.
+    attr_reader :entries, "owner", :"with blanks", *MORE
+    attr_writer :secret
+    private attr_accessor :state
+
+    # Turns some pages.
+    define_method(:turn) { |pages, by: 1| def lost; end }
+    define_method "close!" do end
+    define_method(name) { }
+    private define_method(:reset, instance_method(:turn))
+    define_singleton_method(:make) { |*args| new(*args) }
+
+    Anonymous = Class.new(Base) { def inside; end }
+    helper = Class.new { def lost; end }
 
     CACHE ||= {}
 
@@ -82,6 +95,15 @@ module Books
   class Ledger::Page
     def turn; end
   end
+  Ledger::DEPTH = 3
+
+  class_methods do
+    def of(path) = nil
+  end
+
+  class ::Shelf
+    def lift; end
+  end
 end
 
 class ::Top
@@ -99,4 +121,8 @@ def total(
 end
 
 def Books.all; end
+
+def only
+  def inside; end
+end
 def broken(

@@ -23,7 +23,15 @@ exports.options = {
 
 module.exports = {
   load: async function (path) {},
+  unload() {},
 };
+Plugin.prototype = {
+  constructor: Plugin,
+  start(options) {},
+};
+/** Starts all. */
+exports = module.exports = function startAll() {};
+var stop = exports.stop = function (reason) {};
 
 export default {
   /** What is shown. */

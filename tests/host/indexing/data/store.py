@@ -26,6 +26,21 @@ def plain(a, *rest, key=(1, 2), **options):
     return [x for x in rest]
 
 
+def wrapped(call):
+    def only(*arguments): return call(*arguments)
+
+
+def described():
+    """Makes a class."""
+    class Local:
+        def method(self): pass
+
+
+# The area of one.
+area = lambda w, h=(1, 2): w * h
+now = lambda: 1
+
+
 # Reads it all,
 # slowly.
 async def read_all(
@@ -40,6 +55,10 @@ class Store(Base, metaclass=Meta):
     """The store."""
 
     VERSION = 3
+    # How far it goes.
+    depth: Final[int] = 4
+    _names = {}
+    key = lambda self, name: name
 
     def __init__(self, path):
         r'''Opens \d files.'''
@@ -65,6 +84,13 @@ class Store(Base, metaclass=Meta):
 
     class Page:
         def touch(self): pass
+
+
+type Pair[T] = tuple[T, T]
+
+
+class Box[T: Store](Generic[T]):
+    def first[U](self, items: list[U]) -> U: return items[0]
 
 
 def last(): pass

@@ -50,7 +50,22 @@ export abstract class Store<T extends object> implements Entry<T>, Other {
   protected abstract close(force: boolean): void;
   static readonly make = async <U>(path: string): Promise<U> => null!;
   get size(): number { return 0; }
+  static readonly limit: number = 3;
+  private static MOST = 64;
+  readonly path2 = 'x';
+  save = debounce((item: T) => {}, 300);
 }
+
+/** What the page calls. */
+export const actions = { load(id: string): void {}, inner: { reach() {} } } as const;
+const hooks = { before() {} } satisfies Hooks;
+export const Button = React.forwardRef<HTMLElement, Props>((props: Props, ref) => null);
+export const handler = (async (event: Event): Promise<void> => {}) as Handler;
+
+declare global {
+  interface Window { store: Store<any>; reload(): void }
+}
+module old.style { export function count2() {} }
 
 declare module 'other' {
   export function plug(name: string): void;
