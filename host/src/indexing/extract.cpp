@@ -252,7 +252,10 @@ class Extraction {
   void open(const Item& item) {
     Enclosing around{
         .role = item.role, .range = item.range, .start_row = ts_node_start_point(item.node).row};
-    if (!ts_node_is_null(item.name)) around.name = source_.line(item.name);
+    if (!ts_node_is_null(item.name)) {
+      around.name = language_.scope_name != nullptr ? language_.scope_name(item.name, source_)
+                                                    : source_.line(item.name);
+    }
     push(std::move(around));
   }
 

@@ -78,6 +78,8 @@ struct Language {
   Describe describe;
   // What the parser is to see instead of the source, of the same length; null: the source.
   std::string (*prepare)(std::string_view source) = nullptr;
+  // What a scope or a type is called, from the node that names it; null: as the source writes it.
+  std::string (*scope_name)(TSNode name, const Source& source) = nullptr;
   // The scope that the file itself is, from its path; null: none.
   std::string (*module)(std::string_view path) = nullptr;
   // The docstring of the file itself; null: there is no such thing.
