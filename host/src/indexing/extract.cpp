@@ -260,7 +260,9 @@ class Extraction {
   }
 
   void push(Enclosing around) {
-    if (open_.size() >= DEEPEST_SCOPE || around.name.size() > LONGEST_NAME) {
+    const bool too_long = around.name.size() > LONGEST_NAME;
+    if (too_long && around.role == Role::wrapper) around.name.clear();
+    if (open_.size() >= DEEPEST_SCOPE || (too_long && around.role != Role::wrapper)) {
       around.role = Role::local;
     }
     open_.push_back(std::move(around));

@@ -37,7 +37,7 @@ struct Enclosing {
   };
   Role role = Role::scope;
   Range range = {};
-  std::string name = {};  // of a scope, a type, a singleton or a condition
+  std::string name = {};  // of a scope, a type, a singleton or a condition; a template's parameters
   std::uint32_t start_row = 0;
   bool used = false;  // a wrapper that has found the definition it stands before
 };
