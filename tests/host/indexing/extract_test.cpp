@@ -51,6 +51,7 @@ TEST(Extract, FindsTheSymbolsOfEachLanguage) {
                           Case{"cpp", "shapes.cpp", "geometry/"},
                           Case{"csharp", "Ledger.cs", ""},
                           Case{"csharp", "Clock.cs", ""},
+                          Case{"csharp", "Program.cs", ""},
                           Case{"go", "ledger.go", "books/"},
                           Case{"java", "Ledger.java", ""},
                           Case{"javascript", "cart.js", "web/"},
