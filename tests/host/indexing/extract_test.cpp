@@ -53,6 +53,7 @@ TEST(Extract, FindsTheSymbolsOfEachLanguage) {
                           Case{"csharp", "Clock.cs", ""},
                           Case{"csharp", "Program.cs", ""},
                           Case{"go", "ledger.go", "books/"},
+                          Case{"go", "command.go", "books/"},
                           Case{"java", "Ledger.java", ""},
                           Case{"javascript", "cart.js", "web/"},
                           Case{"javascript", "plugin.js", "web/"},
