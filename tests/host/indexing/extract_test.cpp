@@ -55,6 +55,8 @@ TEST(Extract, FindsTheSymbolsOfEachLanguage) {
                           Case{"go", "ledger.go", "books/"},
                           Case{"go", "command.go", "books/"},
                           Case{"java", "Ledger.java", ""},
+                          Case{"java", "package-info.java", "src/org/example/ledger/"},
+                          Case{"java", "module-info.java", "src/"},
                           Case{"javascript", "cart.js", "web/"},
                           Case{"javascript", "plugin.js", "web/"},
                           Case{"kotlin", "Ledger.kt", ""},
