@@ -122,7 +122,7 @@ class DelegationBlanker {
   std::size_t quoted_end(std::size_t at) const {
     const char quote = text_[at++];
     while (at < text_.size() && text_[at] != quote && text_[at] != '\n') {
-      at += text_[at] == '\\' && quote != '`' ? 2 : 1;
+      at += text_[at] == '\\' && quote != '`' ? 2U : 1U;
     }
     return std::min(at + 1, text_.size());
   }
