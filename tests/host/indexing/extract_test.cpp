@@ -135,7 +135,7 @@ TEST(Extract, KeepsTheWordsOfBodies) {
       {"c", "const int first = 1, second = 2; // a", "second", "first 1"},
       {"cpp", "#define LIST(x) \\\n  each(x)\n", "LIST", "define"},
       {"cpp", "template <class T>\nAPI_EXPORT T top(Heap<T>& heap) noexcept { return heap[0]; }",
-       "top", "template class api export return 0"},
+       "top", "template api export return 0"},
       {"rust", "// Above.\n#[inline]\nfn f() -> u8 { self.rdr.get_ref(); }", "f",
        "inline fn self rdr get ref"},
       {"javascript",

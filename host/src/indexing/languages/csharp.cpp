@@ -36,6 +36,17 @@ void describe_events(TSNode node, const Source& source, std::vector<Declared>& o
   for (Declared& event : out) event.kind = "method";
 }
 
+// "IReader" of "void IReader<T>.Close()": the class may have a Close of its own.
+std::string explicit_interface(TSNode node, const Source& source) {
+  for (const Child& child : children(node)) {
+    if (type_of(child.node) != "explicit_interface_specifier") continue;
+    std::string name = source.line(ts_node_named_child(child.node, 0));
+    name.resize(std::min(name.find('<'), name.size()));
+    return name;
+  }
+  return {};
+}
+
 void describe_csharp(const Found& found, std::span<const Enclosing> /*enclosing*/,
                      const Source& source, std::vector<Declared>& out) {
   const TSNode node = found.node;
@@ -83,6 +94,7 @@ void describe_csharp(const Found& found, std::span<const Enclosing> /*enclosing*
                    .name = std::move(name),
                    .signature = header(node, from, source)});
   }
+  out.back().qualifier = explicit_interface(node, source);
 }
 
 bool opens_tag(std::string_view text) {
