@@ -9,9 +9,7 @@
 namespace velmora::host::index {
 namespace {
 
-// Columns behind those of symbol_row.
-constexpr int LANGUAGE = 9;
-constexpr int WORDS = 10;
+constexpr int WORDS = ROW_COLUMNS;
 
 }  // namespace
 
@@ -20,31 +18,22 @@ bool OneOf::operator()(std::string_view word) {
   return last_ != words_.end();
 }
 
-storage::SymbolRow symbol_row(const storage::Statement& select) {
-  return {.id = select.column_int64(0),
-          .fqn = select.column_text(1),
-          .name = select.column_text(2),
-          .kind = select.column_text(3),
-          .path = select.column_text(4),
-          .start_line = select.column_int64(5),
-          .end_line = select.column_int64(6),
-          .signature = select.column_optional_text(7),
-          .docstring = select.column_optional_text(8)};
-}
-
 RowCursor::RowCursor(ReaderPool::Lease reader, std::span<const std::string_view> languages,
                      std::span<const std::string_view> kinds)
     : reader_(std::move(reader)), language_wanted_(languages), kind_wanted_(kinds) {
   std::string sql(SELECT_SYMBOL_ROWS);
-  sql.insert(sql.find(" FROM "), ", s.language, s.words");
+  sql.insert(sql.find(" FROM "), ", s.words");
   select_ = reader_->database.prepare(sql + " ORDER BY s.id");
 }
 
 const storage::SymbolRow* RowCursor::next() {
   return with_index_errors(reader_->file, [&]() -> const storage::SymbolRow* {
     while (select_.step()) {
-      row_ = symbol_row(select_);
-      if (!language_wanted_(select_.column_text(LANGUAGE)) || !kind_wanted_(row_.kind)) continue;
+      if (!language_wanted_(select_.column_text(ROW_LANGUAGE)) ||
+          !kind_wanted_(select_.column_text(ROW_KIND))) {
+        continue;
+      }
+      row_ = reader_->rows.read(select_);
       add_words(select_.column_text(WORDS));
       return &row_;
     }

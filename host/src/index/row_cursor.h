@@ -6,18 +6,10 @@
 #include <string_view>
 
 #include "index/reader_pool.h"
+#include "index/row_reader.h"
 #include "velmora/storage/repository_retrieval.h"
 
 namespace velmora::host::index {
-
-// Selects what `symbol_row` reads, from symbols s and files f. A cross join keeps the symbols as
-// the outer loop, so that their order by id needs no sort.
-inline constexpr std::string_view SELECT_SYMBOL_ROWS =
-    "SELECT s.id, s.fqn, s.name, s.kind, f.path, s.start_line, s.end_line, s.signature,"
-    " s.docstring FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file";
-
-// The row at which `select` stands; its texts live until the statement's next step.
-[[nodiscard]] storage::SymbolRow symbol_row(const storage::Statement& select);
 
 // Tells whether a word is one of a list, which outlives it. Most are the one that the last was:
 // that takes a part of the time that SQLite's IN takes.
