@@ -87,6 +87,7 @@ Definition definition_of(index::Index& index, const std::filesystem::path& root,
     definition.around =
         catalog.choose({.place = shown.path, .line = shown.start_line, .limit = MOST_AROUND})
             .symbols;
+    definition.parts = catalog.counterparts(shown);
   });
   std::erase_if(definition.around, [&](const Symbol& other) { return !encloses(other, shown); });
   sort_outer_first(definition.around);
@@ -102,6 +103,9 @@ LimitedText definition_text(const Definition& definition, std::size_t most_chara
   writer.add(symbol_line(symbol));
   for (const Symbol& outer : definition.around) {
     writer.add("    in " + name_of(outer) + ", lines " + line_range(outer));
+  }
+  for (const Symbol& part : definition.parts) {
+    writer.add("    see also " + place_of(part));
   }
   if (symbol.docstring && !shows(definition.source, *symbol.docstring)) {
     add_docstring(*symbol.docstring, writer);

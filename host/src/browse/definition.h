@@ -19,6 +19,7 @@ namespace velmora::host::browse {
 struct Definition {
   index::Symbol symbol;
   std::vector<index::Symbol> around = {};  // what it stands in, the outermost first
+  std::vector<index::Symbol> parts = {};   // its declarations, or its definition, by path
   std::optional<SourceLines> source = {};  // nothing when it cannot be read
 };
 
@@ -26,8 +27,8 @@ struct Definition {
 [[nodiscard]] Definition definition_of(index::Index& index, const std::filesystem::path& root,
                                        index::Symbol symbol);
 
-// Its place, kind and name; what it stands in; its docstring, unless that is among its lines; its
-// lines with their numbers. What is left out are lines at its end.
+// Its place, kind and name; what it stands in; where its other parts are; its docstring, unless
+// that is among its lines; its lines with their numbers. What is left out are lines at its end.
 [[nodiscard]] LimitedText definition_text(const Definition& definition,
                                           std::size_t most_characters = EVERY_CHARACTER);
 

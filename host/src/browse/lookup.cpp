@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <system_error>
@@ -9,6 +10,7 @@
 #include <utility>
 
 #include "browse/name_match.h"
+#include "index/counterparts.h"
 
 namespace velmora::host::browse {
 namespace {
@@ -98,6 +100,20 @@ Chosen at_line(const Catalog& catalog, const FileLine& place, const Viewpoint& f
   return chosen;
 }
 
+// Whether all that fit best are one function: its body, and declarations of it in headers.
+bool is_one_function(const Catalog& catalog, const Chosen& chosen) {
+  if (chosen.best > chosen.symbols.size() || index::is_header(chosen.symbols.front().path)) {
+    return false;
+  }
+  const std::vector<Symbol> parts = catalog.counterparts(chosen.symbols.front());
+  return std::all_of(chosen.symbols.begin() + 1,
+                     chosen.symbols.begin() + static_cast<std::ptrdiff_t>(chosen.best),
+                     [&](const Symbol& other) {
+                       return index::is_header(other.path) &&
+                              std::ranges::find(parts, other.id, &Symbol::id) != parts.end();
+                     });
+}
+
 }  // namespace
 
 std::vector<std::string> places(const Catalog& catalog, std::string_view path,
@@ -146,7 +162,8 @@ Chosen look_up(index::Index& index, std::string_view what, const Viewpoint& from
     const auto grade = [&](std::string_view name, std::string_view fqn) {
       return match.grade(name, fqn);
     };
-    chosen = catalog.choose({.grade = grade, .limit = limit});
+    chosen = catalog.choose({.grade = grade, .definitions_first = true, .limit = limit});
+    if (chosen.best > 1 && is_one_function(catalog, chosen)) chosen.best = 1;
   });
   return chosen;
 }

@@ -44,7 +44,8 @@ struct FileLine {
 // - PATH:LINE: those whose lines include this one, or all of the range, the innermost first, which
 //   fits best; of several files that the path may mean, the innermost of each;
 // - a name: whose fqn it is, whose name it is, the same in another case, those whose fqn ends with
-//   its parts, and that in another case (NameMatch); by path, line and id.
+//   its parts, and that in another case (NameMatch); functions in headers of C and C++ behind
+//   others, then by path, line and id. A function with its declarations in headers is one.
 [[nodiscard]] index::Chosen look_up(index::Index& index, std::string_view what,
                                     const Viewpoint& from, std::size_t limit);
 

@@ -44,6 +44,9 @@ ordered_json definition_json(const Definition& definition) {
   ordered_json around = ordered_json::array();
   for (const index::Symbol& outer : definition.around) around.push_back(symbol_json(outer));
   object["in"] = std::move(around);
+  ordered_json parts = ordered_json::array();
+  for (const index::Symbol& part : definition.parts) parts.push_back(symbol_json(part));
+  object["parts"] = std::move(parts);
   object["source"] = source_json(definition);
   return object;
 }

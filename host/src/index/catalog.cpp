@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 
+#include "index/counterparts.h"
 #include "index/read_tree_state.h"
+#include "index/row_reader.h"
 #include "index/symbol_ids.h"
 #include "velmora/host/index/update.h"
 #include "velmora/storage/sqlite.h"
@@ -22,8 +25,7 @@ constexpr std::string_view IN_PLACE =
 
 std::string text(const Statement& row, int column) { return std::string(row.column_text(column)); }
 
-std::optional<std::string> optional_text(const Statement& row, int column) {
-  const std::optional<std::string_view> text = row.column_optional_text(column);
+std::optional<std::string> owned(std::optional<std::string_view> text) {
   return text ? std::optional<std::string>(*text) : std::nullopt;
 }
 
@@ -31,25 +33,24 @@ std::optional<std::string> optional_text(const Statement& row, int column) {
 class SymbolReader {
  public:
   explicit SymbolReader(const Database& database)
-      : select_(database.prepare(
-            "SELECT s.fqn, s.name, s.kind, s.language, f.path, s.start_line, s.end_line,"
-            " s.signature, s.docstring FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file"
-            " WHERE s.id = ?")) {}
+      : select_(database.prepare(std::string(SELECT_SYMBOL_ROWS) + " WHERE s.id = ?")),
+        rows_(database) {}
 
   std::optional<Symbol> read(SymbolId id) {
     std::optional<Symbol> symbol;
     select_.bind(1, id);
     if (select_.step()) {
+      const storage::SymbolRow row = rows_.read(select_);
       symbol = Symbol{.id = id,
-                      .fqn = text(select_, 0),
-                      .name = text(select_, 1),
-                      .kind = text(select_, 2),
-                      .language = text(select_, 3),
-                      .path = text(select_, 4),
-                      .start_line = select_.column_int64(5),
-                      .end_line = select_.column_int64(6),
-                      .signature = optional_text(select_, 7),
-                      .docstring = optional_text(select_, 8)};
+                      .fqn = std::string(row.fqn),
+                      .name = std::string(row.name),
+                      .kind = std::string(row.kind),
+                      .language = text(select_, ROW_LANGUAGE),
+                      .path = std::string(row.path),
+                      .start_line = row.start_line,
+                      .end_line = row.end_line,
+                      .signature = owned(row.signature),
+                      .docstring = owned(row.docstring)};
     }
     select_.reset();
     return symbol;
@@ -57,27 +58,40 @@ class SymbolReader {
 
  private:
   Statement select_;
+  RowReader rows_;
 };
+
+Part part_of(const Symbol& symbol) {
+  return {symbol.language, symbol.kind, symbol.path,
+          symbol.signature ? std::string_view(*symbol.signature) : std::string_view()};
+}
 
 // Where a symbol that fits stands among the others.
 struct Place {
   int grade = 0;
-  std::size_t file = 0;  // its place in the order of paths
+  bool is_declared = false;  // where the choice wants definitions first
+  std::size_t file = 0;      // its place in the order of paths
   std::int64_t line = 0;
   SymbolId id = 0;
 
   auto operator<=>(const Place&) const = default;
 };
 
-// The files of a place, by number, with their places in the order of paths.
-using Files = std::unordered_map<std::int64_t, std::size_t>;
+// The files of a place, by number.
+struct File {
+  std::size_t place = 0;  // in the order of paths
+  bool is_header = false;
+};
+using Files = std::unordered_map<std::int64_t, File>;
 
 Files files_in(const Database& database, const std::string& place) {
   Files files;
   Statement select =
-      database.prepare("SELECT id FROM files" + std::string(IN_PLACE) + " ORDER BY path");
+      database.prepare("SELECT id, path FROM files" + std::string(IN_PLACE) + " ORDER BY path");
   select.bind(1, place);
-  while (select.step()) files.emplace(select.column_int64(0), files.size());
+  while (select.step()) {
+    files.emplace(select.column_int64(0), File{files.size(), is_header(select.column_text(1))});
+  }
   return files;
 }
 
@@ -117,7 +131,14 @@ std::vector<Place> places(const Database& database, const Choice& choice) {
     const SymbolId id = select.column_int64(0);
     std::optional<int> grade = 0;
     if (choice.grade) grade = choice.grade(select.column_text(5), select.column_text(6));
-    if (grade) found.push_back({.grade = *grade, .file = file->second, .line = start, .id = id});
+    if (!grade) continue;
+    const bool is_declared = choice.definitions_first && file->second.is_header &&
+                             models::CALLABLE_KINDS.contains(kind) && kind != "macro";
+    found.push_back({.grade = *grade,
+                     .is_declared = is_declared,
+                     .file = file->second.place,
+                     .line = start,
+                     .id = id});
   }
   return found;
 }
@@ -183,6 +204,25 @@ std::vector<std::string> Catalog::files_ending(std::string_view parts, std::int6
 
 std::optional<Symbol> Catalog::symbol(SymbolId id) const {
   return SymbolReader(database_).read(id);
+}
+
+std::vector<Symbol> Catalog::counterparts(const Symbol& symbol) const {
+  std::vector<Symbol> found;
+  if (!may_have_parts(symbol.language, symbol.kind)) return found;
+  Statement select = database_.prepare(
+      "SELECT id FROM symbols INDEXED BY parts_by_fqn WHERE fqn = ?1 AND " + may_have_parts_sql() +
+      " AND id <> ?2 LIMIT " + std::to_string(RowReader::MOST_COUNTERPARTS + 1));
+  select.bind(1, symbol.fqn).bind(2, *symbol.id);
+  SymbolReader reader(database_);
+  std::size_t count = 0;
+  while (select.step()) {
+    ++count;
+    std::optional<Symbol> other = reader.read(select.column_int64(0));
+    if (other && are_parts(part_of(symbol), part_of(*other))) found.push_back(*std::move(other));
+  }
+  if (count > RowReader::MOST_COUNTERPARTS) found.clear();
+  std::ranges::sort(found, {}, [](const Symbol& one) { return std::tie(one.path, *one.id); });
+  return found;
 }
 
 bool Catalog::has_thing(std::string_view name) const {

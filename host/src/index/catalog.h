@@ -35,6 +35,7 @@ struct Choice {
   std::string place = {};                 // a file, or a folder with all in it; "": everywhere
   std::vector<std::string> kinds = {};    // empty: every kind
   std::optional<std::int64_t> line = {};  // only those whose lines include this one
+  bool definitions_first = false;         // before what headers of C and C++ declare
   std::size_t offset = 0;                 // how many of the first are passed over
   std::size_t limit = std::numeric_limits<std::size_t>::max();
 };
@@ -93,6 +94,10 @@ class Catalog {
 
   [[nodiscard]] std::optional<Symbol> symbol(SymbolId id) const;
 
+  // The other parts of what a symbol of the index is a part of (counterparts.h), by path and id;
+  // none where more than RowReader::MOST_COUNTERPARTS symbols have its name. Costs a look-up.
+  [[nodiscard]] std::vector<Symbol> counterparts(const Symbol& symbol) const;
+
   // Whether something that cannot be called is named so, letter for letter. Known of names that
   // could begin a sentence, one capital (A to Z) and small letters alone; false for others. Costs a
   // look-up.
@@ -102,7 +107,8 @@ class Catalog {
   // symbols.
   [[nodiscard]] std::vector<Count> symbols_by_file(const std::string& place) const;
 
-  // The symbols that fit, by grade, path, first line and id.
+  // The symbols that fit, by grade, path, first line and id; with `definitions_first`, among those
+  // of one grade the functions in headers last.
   [[nodiscard]] Chosen choose(const Choice& choice) const;
 
   [[nodiscard]] Summary summary() const;

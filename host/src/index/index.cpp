@@ -258,10 +258,10 @@ std::vector<storage::NearestPair> Index::nearest_symbol_ids(std::span<const floa
 void Index::read_symbol(SymbolId id, const std::function<void(const storage::SymbolRow&)>& read) {
   with_index_errors(parts_->file, [&] {
     const ReaderPool::Lease reader = parts_->readers.borrow();
-    storage::Statement select =
-        reader->database.prepare(std::string(SELECT_SYMBOL_ROWS) + " WHERE s.id = ?");
+    storage::Statement& select = reader->select_symbol;
     select.bind(1, id);
-    if (select.step()) read(symbol_row(select));
+    if (select.step()) read(reader->rows.read(select));
+    select.reset();
   });
 }
 
@@ -270,11 +270,11 @@ std::unordered_map<SymbolId, storage::StoredSymbol> Index::get_symbols_by_ids(
   std::unordered_map<SymbolId, storage::StoredSymbol> found;
   with_index_errors(parts_->file, [&] {
     const ReaderPool::Lease reader = parts_->readers.borrow();
-    storage::Statement& select = reader->select_docstring;
+    storage::Statement& select = reader->select_symbol;
     for (const SymbolId id : ids) {
       select.bind(1, id);
       if (select.step()) {
-        const std::optional<std::string_view> docstring = select.column_optional_text(0);
+        const std::optional<std::string_view> docstring = reader->rows.read(select).docstring;
         storage::StoredSymbol& symbol = found[id];
         if (docstring) symbol.docstring.emplace(*docstring);
       }

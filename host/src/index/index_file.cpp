@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "index/connection.h"
+#include "index/counterparts.h"
 #include "index/index_errors.h"
 #include "index/page_checks.h"
 #include "velmora/host/index/index_folder.h"
@@ -23,9 +24,10 @@ using storage::DatabaseError;
 using storage::Statement;
 
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
-constexpr std::int64_t FORMAT = 9;
+constexpr std::int64_t FORMAT = 10;
 
-constexpr const char* TABLES = R"sql(
+// Without the index that makes counterparts found.
+constexpr std::string_view TABLES = R"sql(
 CREATE TABLE meta(
   identity TEXT NOT NULL,       -- random, made with the file
   generation INTEGER NOT NULL,  -- grows with every committed change
@@ -100,6 +102,11 @@ INSERT INTO meta(identity, generation, state, extraction)
   VALUES(lower(hex(randomblob(16))), 0, lower(hex(randomblob(16))), '');
 )sql";
 
+std::string all_tables() {
+  return std::string(TABLES) + "CREATE INDEX parts_by_fqn ON symbols(fqn) WHERE " +
+         may_have_parts_sql();
+}
+
 std::int64_t number(Database& database, std::string_view sql) {
   Statement statement = database.prepare(sql);
   return statement.step() ? statement.column_int64(0) : 0;
@@ -143,7 +150,7 @@ std::string schema_of(Database& database) {
 const std::string& our_schema() {
   static const std::string schema = [] {
     Database made(":memory:", SQLITE_OPEN_READWRITE);
-    made.execute(TABLES);
+    made.execute(all_tables());
     return schema_of(made);
   }();
   return schema;
@@ -242,7 +249,7 @@ void create_tables(Database& database, const std::filesystem::path& file) {
                    "; PRAGMA journal_mode = MEMORY; PRAGMA journal_mode = WAL");
   storage::Transaction transaction(database, "BEGIN IMMEDIATE");
   if (inspect(database, file) != Content::blank) return;  // another process was faster
-  database.execute(TABLES);
+  database.execute(all_tables());
   database.prepare("UPDATE meta SET mark = ?").bind(1, std::string_view(file_mark(file))).run();
   database.execute("PRAGMA application_id = " + std::to_string(APPLICATION_ID));
   database.execute("PRAGMA user_version = " + std::to_string(FORMAT));

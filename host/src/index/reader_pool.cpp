@@ -41,8 +41,9 @@ Reader::Reader(std::filesystem::path file_path, FileIdentity file_identity)
       select_fingerprint(
           database.prepare("SELECT identity || '-' || generation || '-' || state FROM meta",
                            SQLITE_PREPARE_PERSISTENT)),
-      select_docstring(database.prepare("SELECT docstring FROM symbols WHERE id = ?",
-                                        SQLITE_PREPARE_PERSISTENT)) {}
+      select_symbol(database.prepare(std::string(SELECT_SYMBOL_ROWS) + " WHERE s.id = ?",
+                                     SQLITE_PREPARE_PERSISTENT)),
+      rows(database) {}
 
 std::string Reader::fingerprint() {
   if (!select_fingerprint.step()) {
@@ -81,7 +82,7 @@ void ReaderPool::give_back(std::unique_ptr<Reader> reader) noexcept {
 void ReaderPool::Return::operator()(Reader* reader) const noexcept {
   // A statement that an error left open would keep the reader in its old state.
   reader->select_fingerprint.reset();
-  reader->select_docstring.reset();
+  reader->select_symbol.reset();
   pool->give_back(std::unique_ptr<Reader>(reader));
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "index/connection.h"
+#include "index/row_reader.h"
 #include "velmora/storage/sqlite.h"
 
 namespace velmora::host::index {
@@ -25,7 +26,8 @@ struct Reader {
   bool is_still = false;  // sees what it saw when it was opened, or fails: not to be used again
   storage::Database database;
   storage::Statement select_fingerprint;
-  storage::Statement select_docstring;  // by id
+  storage::Statement select_symbol;  // by id
+  RowReader rows;                    // of it
 };
 
 // Lends readers. Thread-safe; outlives what it lent.

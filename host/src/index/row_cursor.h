@@ -1,28 +1,15 @@
 // The rows that a corpus is built from.
 #pragma once
 
-#include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "index/reader_pool.h"
+#include "index/row_reader.h"
 #include "velmora/storage/repository_retrieval.h"
 
 namespace velmora::host::index {
-
-// Selects what `symbol_row` reads, from symbols s and files f. A cross join keeps the symbols as
-// the outer loop, so that their order by id needs no sort.
-inline constexpr std::string_view SELECT_SYMBOL_ROWS =
-    "SELECT s.id, s.fqn, s.name, s.kind, f.path, s.start_line, s.end_line, s.signature,"
-    " s.docstring FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file";
-
-// The row at which `select` stands; its texts live until the statement's next step.
-[[nodiscard]] storage::SymbolRow symbol_row(const storage::Statement& select);
-// The same of a statement that selects something else in place of the path.
-[[nodiscard]] storage::SymbolRow symbol_row(const storage::Statement& select,
-                                            std::string_view path);
 
 // Tells whether a word is one of a list, which outlives it. Most are the one that the last was:
 // that takes a part of the time that SQLite's IN takes.
@@ -48,14 +35,10 @@ class RowCursor final : public storage::SymbolCursor {
   const storage::SymbolRow* next() override;
 
  private:
-  void find_path(std::int64_t file);
   void add_words(std::string_view words);
 
   ReaderPool::Lease reader_;
   storage::Statement select_;  // gone before its connection is lent again
-  storage::Statement select_path_;
-  std::optional<std::int64_t> file_;
-  std::optional<std::string> path_;  // of the file, if it is there
   OneOf language_wanted_;
   OneOf kind_wanted_;
   storage::SymbolRow row_;

@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "index/embedding_writer.h"
-#include "index/row_cursor.h"
+#include "index/row_reader.h"
 #include "index/stored_vector.h"
 #include "velmora/storage/sqlite.h"
 
@@ -14,8 +14,8 @@ namespace {
 
 using storage::Statement;
 
-// Selects what symbol_row reads; then the vector of the symbol, NULL when it has none; then the key
-// of that vector's text, NULL when an import gave the vector. The first parameter is the model.
+// Selects what a RowReader reads; then the vector of the symbol, NULL when it has none; then the
+// key of that vector's text, NULL when an import gave the vector. The first parameter is the model.
 std::string select_linked() {
   std::string sql(SELECT_SYMBOL_ROWS);
   sql.insert(sql.find(" FROM "), ", e.vector, v.text");
@@ -23,6 +23,10 @@ std::string select_linked() {
          " LEFT JOIN embeddings AS e ON e.model = ?1 AND e.symbol = s.id"
          " LEFT JOIN vectors AS v ON v.id = e.vector";
 }
+
+// Its columns behind those of a row.
+constexpr int VECTOR = ROW_COLUMNS;
+constexpr int TEXT = ROW_COLUMNS + 1;
 
 bool is_null(const Statement& statement, int column) {
   return !statement.column_optional_text(column);
@@ -135,13 +139,14 @@ void TextVectors::take_away(std::int64_t model, SymbolId symbol) {
 TextVectors::Links TextVectors::link_symbols(std::int64_t model, Statement& select,
                                              const KeyOf& key_of) {
   Links links;
+  RowReader rows(database_);
   while (select.step()) {
-    const storage::SymbolRow symbol = symbol_row(select);
+    const storage::SymbolRow symbol = rows.read(select);
     const std::optional<TextKey> key = key_of(symbol);
     if (!key) continue;
     ++links.symbols;
-    const bool has_vector = !is_null(select, 9);
-    const std::span<const std::byte> text = select.column_blob(10);
+    const bool has_vector = !is_null(select, VECTOR);
+    const std::span<const std::byte> text = select.column_blob(TEXT);
     if (has_vector && (text.empty() || std::ranges::equal(text, *key))) continue;
     if (const std::optional<std::int64_t> vector = vector_of(model, *key)) {
       give(model, symbol.id, *vector);
@@ -196,9 +201,10 @@ void TextVectors::add(std::string_view model, const TextKey& key, std::span<cons
       .run();
   const std::int64_t vector = vector_of(id, key).value();
   Statement select = database_.prepare(std::string(SELECT_SYMBOL_ROWS) + " WHERE s.id = ?");
+  RowReader rows(database_);
   for (const SymbolId symbol : symbols) {
     select.bind(1, symbol);
-    const bool is_same = select.step() && key_of(symbol_row(select)) == key;
+    const bool is_same = select.step() && key_of(rows.read(select)) == key;
     select.reset();
     if (is_same) give(id, symbol, vector);
   }

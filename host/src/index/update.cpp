@@ -4,12 +4,14 @@
 #include <map>
 #include <optional>
 #include <tuple>
+#include <unordered_set>
 #include <utility>
 
+#include "index/counterparts.h"
 #include "index/embedding_writer.h"
 #include "index/read_tree_state.h"
 #include "index/renumber.h"
-#include "index/row_cursor.h"
+#include "index/row_reader.h"
 #include "index/stored_vector.h"
 #include "index/symbol_ids.h"
 #include "velmora/storage/sqlite.h"
@@ -70,9 +72,15 @@ class Update::Impl {
         // The vectors of an import are made by nobody here.
         wait_(database.prepare("INSERT OR IGNORE INTO waiting SELECT id, ? FROM models"
                                " WHERE kind = 'int8' OR text_length IS NOT NULL")),
+        // Those without a docstring, which they may have from another one.
+        select_counterparts_(database.prepare(
+            "SELECT id FROM symbols INDEXED BY parts_by_fqn WHERE fqn = ? AND docstring IS NULL"
+            " AND " +
+            may_have_parts_sql())),
         wait_no_more_(database.prepare(
             "DELETE FROM waiting WHERE model IN (SELECT id FROM models) AND symbol = ?")),
-        text_vectors_(database) {
+        text_vectors_(database),
+        has_models_(number("SELECT count(*) FROM models") > 0) {
     if (tree_.extraction.empty()) changed_ = renumber_import(database);
   }
 
@@ -108,13 +116,15 @@ class Update::Impl {
       if (!is_new) continue;
       if (!same.empty()) drop_vectors(id);
       wait_.bind(1, id).run();
+      if (symbol->docstring) documented_changed(symbol->fqn);
+      if (!same.empty()) documented_changed(same.mapped());
     }
-    for (const auto& [id, stored] : before) erase(id);
+    erase_all(before);
   }
 
   void remove(const std::string& path) {
     const std::int64_t number = file_number(path);
-    for (const auto& [id, stored] : stored_symbols(number)) erase(id);
+    erase_all(stored_symbols(number));
     delete_file_.bind(1, number).run();
     paths_changed_ = true;
   }
@@ -126,11 +136,12 @@ class Update::Impl {
     Statement select =
         database_.prepare(std::string(SELECT_SYMBOL_ROWS) + which + " ORDER BY s.id");
     if (!is_new) select.bind(1, model);
+    RowReader rows(database_);
     EmbeddingWriter embeddings(database_);
     std::vector<float> vector(dimensions);
     std::int64_t stored = 0;
     while (select.step()) {
-      const storage::SymbolRow symbol = symbol_row(select);
+      const storage::SymbolRow symbol = rows.read(select);
       if (!vector_of(symbol, vector)) continue;
       embeddings.add(model, symbol.id, stored_vector(vector, VectorKind::int8));
       ++stored;
@@ -259,6 +270,31 @@ class Update::Impl {
     delete_embeddings_.bind(1, id).run();
   }
 
+  void erase_all(const std::map<SymbolId, Stored>& symbols) {
+    for (const auto& [id, symbol] : symbols) {
+      erase(id);
+      documented_changed(symbol);
+    }
+  }
+
+  void documented_changed(const Stored& symbol) {
+    if (std::get<4>(symbol.text)) documented_changed(std::get<1>(symbol.text));
+  }
+
+  // What a documented symbol of this name said, its counterparts may have said to a model. Those
+  // that were not looked at yet in this update are as they were before.
+  void documented_changed(const std::string& fqn) {
+    if (!has_models_ || !changed_names_.insert(fqn).second) return;
+    std::vector<SymbolId> ids;
+    select_counterparts_.bind(1, fqn);
+    while (select_counterparts_.step()) ids.push_back(select_counterparts_.column_int64(0));
+    select_counterparts_.reset();
+    for (const SymbolId id : ids) {
+      drop_vectors(id);
+      wait_.bind(1, id).run();
+    }
+  }
+
   void erase(SymbolId id) {
     changed_ = true;
     delete_symbol_.bind(1, id).run();
@@ -278,8 +314,11 @@ class Update::Impl {
   Statement delete_vectors_;  // but those of texts, which another symbol may have or get
   Statement delete_embeddings_;
   Statement wait_;
+  Statement select_counterparts_;
   Statement wait_no_more_;
   TextVectors text_vectors_;
+  const bool has_models_;
+  std::unordered_set<std::string> changed_names_;  // of documented symbols
   bool paths_changed_ = false;
   bool changed_ = false;
 };

@@ -46,6 +46,7 @@ struct Declarator {
   std::string arguments;
   std::string suffix;
   std::string pointers;
+  std::size_t templates = 0;  // parts of the qualifier with template arguments
   bool is_function = false;
   bool has_result_in_suffix = false;  // "-> T", or a conversion, whose name tells it
 };
@@ -57,6 +58,7 @@ void read_name(TSNode node, const Source& source, Declarator& out) {
     if (const TSNode scope = field(node, "scope"); !ts_node_is_null(scope)) {
       if (!written.empty()) written += "::";
       written += source.line(scope);
+      if (type_of(scope) == "template_type") ++out.templates;
     }
     const TSNode next = field(node, "name");
     if (ts_node_is_null(next)) break;
@@ -187,27 +189,85 @@ bool names_namespace(std::string_view qualifier, const Source& source) {
   return source.scopes.contains(qualifier) || source.scopes.contains(last_part(qualifier));
 }
 
+// The parameters of the template that a definition is: of its own header, where the arguments in
+// its qualifier stand for others. Nothing when they take more room than a value may.
+std::string template_parameters(std::span<const Enclosing> enclosing, std::size_t others) {
+  std::size_t headers = 0;
+  while (headers < enclosing.size() &&
+         enclosing[enclosing.size() - 1 - headers].role == Role::wrapper &&
+         !enclosing[enclosing.size() - 1 - headers].used) {
+    ++headers;
+  }
+  const bool own = headers > others && enclosing.back().name != "<>" &&
+                   enclosing.back().name.size() <= LONGEST_VALUE;
+  return own ? enclosing.back().name : std::string();
+}
+
+bool is_identifier(std::string_view text) {
+  const bool begins = !text.empty() && (text.front() < '0' || text.front() > '9');
+  return begins && std::ranges::all_of(text, [](char c) {
+           return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                  c == '_';
+         });
+}
+
+// What a macro defines is named by its arguments, which stand in brackets: TEST(Suite, Case) { ...
+// } by both, and by the first one TEST_CASE("text") and SYSCALL_DEFINE3(read, ...), whose name ends
+// with the number of the others. Nothing has other things than names.
+void describe_made(const std::string& macro, std::string_view arguments,
+                   std::vector<Declared>& out) {
+  Declared made{.kind = "function", .signature = ": " + macro + std::string(arguments)};
+  arguments.remove_prefix(1);
+  arguments.remove_suffix(1);
+  const std::size_t comma = std::min(arguments.find(','), arguments.size());
+  const std::string_view first = arguments.substr(0, comma);
+  std::string_view second = arguments.substr(std::min(comma + 2, arguments.size()));
+  second = second.substr(0, second.find(','));
+  const bool counts = macro.back() >= '0' && macro.back() <= '9';
+  if (arguments.starts_with('"')) {
+    made.name = arguments.substr(1, arguments.find('"', 1) - 1);
+  } else if (is_identifier(first) && is_identifier(second) && !counts) {
+    made.qualifier = first;
+    made.name = second;
+  } else if (is_identifier(first)) {
+    made.name = first;
+  } else {
+    return;
+  }
+  out.push_back(std::move(made));
+}
+
+// What the grammar of C takes for a call, at the start of a line, and a block behind it: a macro's
+// use, or a function that does not say what it returns.
+void describe_call(const Found& found, const Source& source, std::vector<Declared>& out) {
+  const bool ends = source.raw(found.node).ends_with(';');
+  if (ends || ts_node_start_point(found.node).column > 0) return;
+  TSNode call = ts_node_named_child(found.node, 0);
+  TSNode function = field(call, "function");
+  // DEFUN("name", ...) (parameters) { ... }
+  if (type_of(function) == "call_expression") {
+    call = function;
+    function = field(call, "function");
+  }
+  if (type_of(function) != "identifier") return;
+  std::string name = source.line(function);
+  std::string arguments = source.line(field(call, "arguments"));
+  if (is_in_capitals(name) && arguments.size() > 2) {
+    describe_made(name, arguments, out);
+  } else {
+    out.push_back({.kind = "function", .name = std::move(name), .signature = std::move(arguments)});
+  }
+}
+
 void describe_function(const Declarator& declarator, const Specifiers& specifiers,
                        std::span<const Enclosing> enclosing, const Source& source,
                        std::vector<Declared>& out) {
   const Enclosing* const type = enclosing_type(enclosing);
   const bool member = type != nullptr || (!declarator.qualifier.empty() &&
                                           !names_namespace(declarator.qualifier, source));
-  // TEST(Suite, Case) { ... }: what the macro defines is named by its arguments.
   if (!member && specifiers.is_typeless && is_in_capitals(declarator.name) &&
       declarator.suffix.size() > 2 && declarator.suffix.front() == '(') {
-    const std::string_view arguments =
-        std::string_view(declarator.suffix).substr(1, declarator.suffix.size() - 2);
-    Declared made{.kind = "function", .signature = ": " + declarator.name + declarator.suffix};
-    const std::size_t comma = arguments.find(',');
-    if (comma == std::string_view::npos) {
-      made.name = arguments;
-    } else {
-      const std::string_view second = arguments.substr(std::min(comma + 2, arguments.size()));
-      made.qualifier = arguments.substr(0, comma);
-      made.name = second.substr(0, second.find(','));
-    }
-    out.push_back(std::move(made));
+    describe_made(declarator.name, declarator.suffix, out);
     return;
   }
   const std::string_view owner = !declarator.qualifier.empty() ? last_part(declarator.qualifier)
@@ -218,7 +278,9 @@ void describe_function(const Declarator& declarator, const Specifiers& specifier
                                                        : "method",
                     .qualifier = declarator.qualifier,
                     .name = declarator.name,
-                    .arguments = declarator.arguments,
+                    .arguments = declarator.arguments.empty()
+                                     ? template_parameters(enclosing, declarator.templates)
+                                     : declarator.arguments,
                     .signature = declarator.suffix,
                     .outside_types = in_friend(enclosing)};
   if (!declarator.has_result_in_suffix && !specifiers.type.empty()) {
@@ -227,6 +289,20 @@ void describe_function(const Declarator& declarator, const Specifiers& specifier
     function.signature += declarator.pointers;
   }
   out.push_back(std::move(function));
+}
+
+// A lambda with a name: a function, wherever it is one.
+Declared named_lambda(const Declarator& declarator, TSNode lambda, bool in_type,
+                      const Source& source) {
+  Declared function{.kind = in_type ? "method" : "function",
+                    .qualifier = declarator.qualifier,
+                    .name = declarator.name};
+  const TSNode parameters = field(lambda, "declarator");
+  if (const TSNode types = field(lambda, "template_parameters"); !ts_node_is_null(types)) {
+    function.signature = source.line(types);
+  }
+  function.signature += ts_node_is_null(parameters) ? "()" : source.line(parameters);
+  return function;
 }
 
 void describe_declaration(const Found& found, std::span<const Enclosing> enclosing,
@@ -239,18 +315,24 @@ void describe_declaration(const Found& found, std::span<const Enclosing> enclosi
     if (part.field != "declarator" || ++count > MOST_DECLARATORS) continue;
     const Declarator declarator = read_declarator(part.node, source);
     if (declarator.name.empty()) continue;
+    TSNode value = field(part.node, "value");
+    if (ts_node_is_null(value)) value = field(found.node, "default_value");
     if (declarator.is_function) {
       // Without a type and outside a class it is a macro's use: no prototype looks like that.
       const bool prototype = in_type || (is_header(source.path) && !specifiers.is_typeless);
-      if (prototype && !in_friend(enclosing)) {
+      const bool defaulted = !ts_node_is_null(value) && source.raw(value) == "default";
+      if ((prototype || defaulted) && !in_friend(enclosing)) {
         describe_function(declarator, specifiers, enclosing, source, out);
       }
+    } else if (!ts_node_is_null(value) && type_of(value) == "lambda_expression" &&
+               (specifiers.is_constant || !in_type)) {
+      out.push_back(named_lambda(declarator, value, in_type, source));
     } else if (specifiers.is_constant && !in_type) {
       Declared constant{.kind = "constant",
                         .qualifier = declarator.qualifier,
                         .name = declarator.name,
+                        .arguments = template_parameters(enclosing, declarator.templates),
                         .signature = ": " + specifiers.type + declarator.pointers};
-      const TSNode value = field(part.node, "value");
       if (!ts_node_is_null(value) &&
           ts_node_end_byte(value) - ts_node_start_byte(value) <= LONGEST_VALUE) {
         constant.signature += " = " + source.line(value);
@@ -261,7 +343,8 @@ void describe_declaration(const Found& found, std::span<const Enclosing> enclosi
 }
 
 // A class, struct, union or enum: everything between its name and its body.
-void describe_type(const Found& found, const Source& source, std::vector<Declared>& out) {
+void describe_type(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
+                   std::vector<Declared>& out) {
   const TSNode name = field(found.node, "name");
   const TSNode body = field(found.node, "body");
   if (ts_node_is_null(name)) return;
@@ -271,7 +354,8 @@ void describe_type(const Found& found, const Source& source, std::vector<Declare
       {.kind = std::string(found.kind),
        .qualifier = read.qualifier,
        .name = read.name,
-       .arguments = read.arguments,
+       .arguments =
+           read.arguments.empty() ? template_parameters(enclosing, read.templates) : read.arguments,
        .signature = source.line(Range{ts_node_end_byte(name), ts_node_start_byte(body)})});
   std::string& rest = out.back().signature;
   if (!rest.empty()) rest.insert(0, 1, ' ');
@@ -325,11 +409,14 @@ void describe_macro(const Found& found, std::span<const Enclosing> enclosing, co
 }
 
 // "using Name = type;" and "concept Name = condition;"
-void describe_alias(const Found& found, const Source& source, std::vector<Declared>& out) {
+void describe_alias(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
+                    std::vector<Declared>& out) {
   Range rest{ts_node_end_byte(found.name), ts_node_end_byte(found.node)};
   if (source.text.substr(0, rest.end).ends_with(';')) --rest.end;
-  out.push_back(
-      {.kind = "type", .name = source.line(found.name), .signature = " " + source.line(rest)});
+  out.push_back({.kind = "type",
+                 .name = source.line(found.name),
+                 .arguments = template_parameters(enclosing, 0),
+                 .signature = " " + source.line(rest)});
 }
 
 }  // namespace
@@ -343,6 +430,8 @@ void describe_c_family(const Found& found, std::span<const Enclosing> enclosing,
     if (!declarator.is_function || declarator.name.empty()) return;
     describe_function(declarator, read_specifiers(children(found.node), source), enclosing, source,
                       out);
+  } else if (found.kind == "call") {
+    describe_call(found, source, out);
   } else if (found.kind == "declaration") {
     describe_declaration(found, enclosing, source, out);
   } else if (found.kind == "macro") {
@@ -351,10 +440,10 @@ void describe_c_family(const Found& found, std::span<const Enclosing> enclosing,
     if (ts_node_is_null(found.name)) {
       describe_typedef(found, source, out);
     } else {
-      describe_alias(found, source, out);
+      describe_alias(found, enclosing, source, out);
     }
   } else {
-    describe_type(found, source, out);
+    describe_type(found, enclosing, source, out);
   }
 }
 

@@ -119,6 +119,7 @@ std::string without_directives(std::string_view text) {
                                              "encoding:",
                                              "!/",
                                              "go:",
+                                             "+build ",
                                              "nolint",
                                              "frozen_string_literal:",
                                              "rubocop:",

@@ -322,12 +322,17 @@ class Extraction {
     }
     Enclosing around{
         .role = item.role, .range = item.range, .start_row = ts_node_start_point(item.node).row};
-    if (!ts_node_is_null(item.name)) around.name = source_.line(item.name);
+    if (!ts_node_is_null(item.name)) {
+      around.name = language_.scope_name != nullptr ? language_.scope_name(item.name, source_)
+                                                    : source_.line(item.name);
+    }
     push(std::move(around));
   }
 
   void push(Enclosing around) {
-    if (open_.size() >= DEEPEST_SCOPE || around.name.size() > LONGEST_NAME) {
+    const bool too_long = around.name.size() > LONGEST_NAME;
+    if (too_long && around.role == Role::wrapper) around.name.clear();
+    if (open_.size() >= DEEPEST_SCOPE || (too_long && around.role != Role::wrapper)) {
       around.role = Role::local;
     }
     open_.push_back(std::move(around));

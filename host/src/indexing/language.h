@@ -39,7 +39,7 @@ struct Enclosing {
   };
   Role role = Role::scope;
   Range range = {};
-  std::string name = {};  // of a scope, a type, a singleton or a condition
+  std::string name = {};  // of a scope, a type, a singleton or a condition; a template's parameters
   std::uint32_t start_row = 0;
   bool used = false;    // a wrapper that has found the definition it stands before
   bool global = false;  // what is around a type or scope does not qualify what is in it
@@ -84,6 +84,8 @@ struct Language {
   Describe describe;
   // What the parser is to see instead of the source, of the same length; null: the source.
   std::string (*prepare)(std::string_view source) = nullptr;
+  // What a scope or a type is called, from the node that names it; null: as the source writes it.
+  std::string (*scope_name)(TSNode name, const Source& source) = nullptr;
   // The scope that the file itself is, from its path; null: none.
   std::string (*module)(std::string_view path) = nullptr;
   // The docstring of the file itself; null: there is no such thing.

@@ -19,7 +19,7 @@ namespace {
 
 using test::TemporaryFolder;
 
-constexpr const char* PATHS[] = {"a.c", "a/b.c", "a/b/c.c", "ab/c.c", "a/\u00E9.c"};
+constexpr const char* PATHS[] = {"a.c", "a/b.c", "a/b/c.c", "ab/c.c", "a/\u00E9.c", "a/b.h"};
 
 // Symbols of few names, kinds and places, so that much is equal.
 std::vector<Symbol> random_symbols(std::mt19937& random) {
@@ -77,7 +77,9 @@ std::vector<SymbolId> expected(std::vector<Symbol> symbols, const Choice& choice
     return !kind || !line || !grade(symbol) || !is_in(choice.place, symbol.path);
   });
   std::ranges::sort(symbols, {}, [&](const Symbol& symbol) {
-    return std::tuple(*grade(symbol), symbol.path, symbol.start_line, *symbol.id);
+    const bool declared =
+        choice.definitions_first && symbol.path == "a/b.h" && symbol.kind == "function";
+    return std::tuple(*grade(symbol), declared, symbol.path, symbol.start_line, *symbol.id);
   });
   std::vector<SymbolId> ids;
   for (const Symbol& symbol : symbols) ids.push_back(*symbol.id);
@@ -94,6 +96,7 @@ TEST(Catalog, ChoosesAsThePlainWayDoes) {
     ASSERT_EQ(symbols.size(), 300U);
     for (int i = 0; i < 300; ++i) {
       Choice choice;
+      choice.definitions_first = random() % 2 == 0;
       if (random() % 2 == 0) {
         choice.grade = [](std::string_view name, std::string_view) {
           return name == "aa" ? std::nullopt : std::optional(name == "b" ? 0 : 7);
@@ -153,7 +156,7 @@ TEST(Catalog, CountsWhatThereIs) {
   index->read([&](const Catalog& catalog) {
     const Summary summary = catalog.summary();
     EXPECT_EQ(summary.symbols, 300);
-    EXPECT_EQ(summary.files, 5);
+    EXPECT_EQ(summary.files, 6);
     EXPECT_EQ(summary.extraction, "");
     EXPECT_GE(summary.written, before);
     EXPECT_FALSE(summary.version.empty());
@@ -166,8 +169,8 @@ TEST(Catalog, CountsWhatThereIs) {
   put_all(*index, symbols);
   index->read([&](const Catalog& catalog) {
     const Summary summary = catalog.summary();
-    EXPECT_EQ(summary.files, 5) << "the one that was left out does not count";
-    EXPECT_EQ(summary.file_languages.at(0).count, 5);
+    EXPECT_EQ(summary.files, 6) << "the one that was left out does not count";
+    EXPECT_EQ(summary.file_languages.at(0).count, 6);
     EXPECT_EQ(catalog.file("bad.c")->skipped, "it is binary");
     EXPECT_EQ(catalog.file("a"), std::nullopt);
     EXPECT_TRUE(catalog.has_place("a") && catalog.has_place("a.c") && catalog.has_place(""));

@@ -28,6 +28,25 @@ bool is_computed(TSNode property) {
   });
 }
 
+// "event Handler A, B;" declares two. They are called as methods are.
+void describe_events(TSNode node, const Source& source, std::vector<Declared>& out) {
+  for (const Child& child : children(node)) {
+    if (type_of(child.node) == "variable_declaration") describe_constants(child.node, source, out);
+  }
+  for (Declared& event : out) event.kind = "method";
+}
+
+// "IReader" of "void IReader<T>.Close()": the class may have a Close of its own.
+std::string explicit_interface(TSNode node, const Source& source) {
+  for (const Child& child : children(node)) {
+    if (type_of(child.node) != "explicit_interface_specifier") continue;
+    std::string name = source.line(ts_node_named_child(child.node, 0));
+    name.resize(std::min(name.find('<'), name.size()));
+    return name;
+  }
+  return {};
+}
+
 void describe_csharp(const Found& found, std::span<const Enclosing> /*enclosing*/,
                      const Source& source, std::vector<Declared>& out) {
   const TSNode node = found.node;
@@ -47,10 +66,14 @@ void describe_csharp(const Found& found, std::span<const Enclosing> /*enclosing*
     });
     return;
   }
+  if (found.kind == "events") {
+    describe_events(node, source, out);
+    return;
+  }
   std::string name = source.line(found.name);
   const std::uint32_t from = ts_node_end_byte(found.name);
-  if (found.kind == "property") {
-    if (!is_computed(node)) return;
+  if (found.kind == "property" || found.kind == "event") {
+    if (found.kind == "property" && !is_computed(node)) return;
     out.push_back({.kind = "method",
                    .name = std::move(name),
                    .signature = ": " + source.line(field(node, "type"))});
@@ -59,7 +82,8 @@ void describe_csharp(const Found& found, std::span<const Enclosing> /*enclosing*
                    .name = "operator " + name,
                    .signature = callable_signature(
                        node, from, found.kind == "operator" ? "type" : "", source)});
-  } else if (found.kind == "method" || found.kind == "constructor" || found.kind == "type") {
+  } else if (found.kind == "method" || found.kind == "function" || found.kind == "constructor" ||
+             found.kind == "type") {
     const std::string_view result = type_of(node) == "method_declaration" ? "returns" : "type";
     if (type_of(node) == "destructor_declaration") name.insert(0, 1, '~');
     out.push_back({.kind = std::string(found.kind),
@@ -70,6 +94,7 @@ void describe_csharp(const Found& found, std::span<const Enclosing> /*enclosing*
                    .name = std::move(name),
                    .signature = header(node, from, source)});
   }
+  out.back().qualifier = explicit_interface(node, source);
 }
 
 bool opens_tag(std::string_view text) {

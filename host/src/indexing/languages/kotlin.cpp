@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "indexing/declaration.h"
+#include "indexing/kotlin_syntax.h"
 #include "indexing/languages.h"
 #include "indexing/names.h"
 #include "indexing/queries.h"
@@ -29,6 +30,15 @@ std::string kotlin_receiver(const Found& found, const Source& source) {
   return {};
 }
 
+// "<T>" of "fun <T> make(): T": in a signature it stands behind the name, as those of a class do.
+std::string type_parameters_before(const Found& found, const Source& source) {
+  for (const Child& child : children(found.node)) {
+    if (ts_node_start_byte(child.node) >= ts_node_start_byte(found.name)) break;
+    if (type_of(child.node) == "type_parameters") return source.line(child.node);
+  }
+  return {};
+}
+
 void describe_kotlin(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
                      std::vector<Declared>& out) {
   if (found.kind == "property") {
@@ -43,43 +53,9 @@ void describe_kotlin(const Found& found, std::span<const Enclosing> enclosing, c
   const bool function = found.kind == "function" || found.kind == "computed";
   out.push_back(
       declared(function ? function_kind(enclosing) : std::string(found.kind), found, source));
-  if (function) out.back().qualifier = kotlin_receiver(found, source);
-}
-
-// "Type by name {" opens the body of a class; the parser would take what is in the braces for an
-// argument. Of a property that is what it is.
-void blank_delegation(std::string& text) {
-  constexpr std::string_view BY = " by ";
-  constexpr std::size_t LONGEST_LINE = 200;  // of which more is looked at
-  for (std::size_t at = 0; (at = text.find(BY, at)) != std::string::npos; at += BY.size()) {
-    const std::size_t stop = text.find_first_not_of(
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.", at + BY.size());
-    if (stop == std::string::npos || text.compare(stop, 2, " {") != 0) continue;
-    const std::size_t start = at - std::min(at, LONGEST_LINE);
-    std::string line = text.substr(start, at - start);
-    line.erase(0, line.rfind('\n') + 1).insert(0, 1, ' ');
-    if (line.find_first_not_of(' ') == std::string::npos) continue;
-    if (line.find(" val ") != std::string::npos || line.find(" var ") != std::string::npos)
-      continue;
-    text.replace(at, stop - at, stop - at, ' ');
-  }
-}
-
-// "fun interface" without its "fun": the parser would take it for a function.
-void blank_fun_interfaces(std::string& text) {
-  constexpr std::string_view WORDS = "fun interface ";
-  for (std::size_t at = 0; (at = text.find(WORDS, at)) != std::string::npos; at += WORDS.size()) {
-    const bool starts_word =
-        at == 0 || text[at - 1] == ' ' || text[at - 1] == '\n' || text[at - 1] == '\t';
-    if (starts_word) text.replace(at, 3, 3, ' ');
-  }
-}
-
-std::string blank_stumbling_blocks(std::string_view source) {
-  std::string text(source);
-  blank_delegation(text);
-  blank_fun_interfaces(text);
-  return text;
+  if (!function) return;
+  out.back().qualifier = kotlin_receiver(found, source);
+  out.back().signature.insert(0, type_parameters_before(found, source));
 }
 
 }  // namespace
@@ -91,7 +67,7 @@ constinit const Language languages::kotlin = {
     .separator = ".",
     .line_comments = SLASH_COMMENTS,
     .describe = describe_kotlin,
-    .prepare = blank_stumbling_blocks,
+    .prepare = known_kotlin,
 };
 
 }  // namespace velmora::host::indexing

@@ -34,6 +34,32 @@ void describe_rust(const Found& found, std::span<const Enclosing> enclosing, con
   out.push_back(std::move(declared));
 }
 
+// What the members of an impl block belong to, as they are cited: "Pool" of "&'a mut Pool<T>", of
+// "dyn Pool + Send" and of "super::Pool".
+std::string type_name(TSNode type, const Source& source) {
+  constexpr std::pair<std::string_view, std::string_view> WITHIN[] = {{"reference_type", "type"},
+                                                                      {"pointer_type", "type"},
+                                                                      {"generic_type", "type"},
+                                                                      {"dynamic_type", "trait"},
+                                                                      {"bounded_type", ""}};
+  for (bool plain = false; !plain;) {
+    plain = true;
+    for (const auto& [kind, inner] : WITHIN) {
+      if (type_of(type) != kind) continue;
+      const TSNode next = inner.empty() ? ts_node_named_child(type, 0) : field(type, inner);
+      if (ts_node_is_null(next)) break;
+      type = next;
+      plain = false;
+      break;
+    }
+  }
+  std::string name = source.line(type);
+  for (const std::string_view path : {"crate::", "self::", "super::"}) {
+    while (name.starts_with(path)) name.erase(0, path.size());
+  }
+  return name;
+}
+
 // The module of a file: its crate, where the path tells it, and the folders and file below "src".
 std::string module_of(std::string_view path) {
   std::string module;
@@ -98,6 +124,7 @@ constinit const Language languages::rust = {
     .separator = "::",
     .line_comments = SLASH_COMMENTS,
     .describe = describe_rust,
+    .scope_name = type_name,
     .module = module_of,
     .module_docstring = module_docstring,
 };

@@ -1,4 +1,5 @@
 // Swift.
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,13 @@ void describe_swift(const Found& found, std::span<const Enclosing> enclosing, co
                (!in_type(enclosing) || has_word_before(found.node, start, "static", source))) {
       out.push_back(declared("constant", found, source));
     }
+  } else if (found.kind == "macro") {
+    const TSNode definition = field(found.node, "definition");
+    const std::uint32_t end =
+        ts_node_is_null(definition) ? ts_node_end_byte(found.node) : ts_node_start_byte(definition);
+    out.push_back({.kind = "macro",
+                   .name = source.line(found.name),
+                   .signature = source.line(Range{ts_node_end_byte(found.name), end})});
   } else {
     out.push_back(
         declared(found.kind == "function" ? function_kind(enclosing) : std::string(found.kind),

@@ -1,6 +1,7 @@
 ; C. C++ has these patterns too, and its own.
 
 (function_definition) @definition.function
+((expression_statement (call_expression)) @definition.call . (compound_statement) @last)
 (declaration) @definition.declaration
 (field_declaration) @definition.declaration
 (struct_specifier body: (_)) @definition.struct

@@ -1,9 +1,7 @@
 ; Rust. An impl block adds to a type and is no symbol of its own.
 
 (mod_item name: (_) @name body: (_)) @scope
-(impl_item type: [(type_identifier) (scoped_type_identifier) (primitive_type) (reference_type)
-  (tuple_type) (array_type) (dynamic_type) (unit_type)] @name) @type
-(impl_item type: (generic_type type: (_) @name)) @type
+(impl_item type: (_) @name) @type
 (struct_item name: (_) @name) @definition.struct
 (union_item name: (_) @name) @definition.union
 (enum_item name: (_) @name) @definition.enum

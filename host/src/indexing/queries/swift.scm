@@ -13,6 +13,8 @@
 (deinit_declaration "deinit" @name) @definition.function
 (subscript_declaration "subscript" @name) @definition.function
 (property_declaration name: (pattern bound_identifier: (_) @name)) @definition.property
+(protocol_property_declaration name: (pattern bound_identifier: (_) @name)) @definition.function
+(macro_declaration (simple_identifier) @name) @definition.macro
 (function_body) @local
 (computed_property) @local
 (willset_didset_block) @local

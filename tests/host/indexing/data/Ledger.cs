@@ -21,6 +21,15 @@ namespace Example.Books
         /// <summary>Whether <c>a &lt; b</c>.</summary>
         public bool IsEmpty => Count == 0;
 
+        /// <summary>Raised when an entry was added.</summary>
+        public event EventHandler<EntryArgs> Added, Removed;
+
+        public event Action Closed
+        {
+            add { void Local() { } }
+            remove { }
+        }
+
         public string Name
         {
             get { return items.ToString(); }

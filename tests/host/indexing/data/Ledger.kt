@@ -106,3 +106,19 @@ class Mirror(
 
     fun turn() {}
 }
+
+/** Keeps a copy of what it passes on. */
+class Copying(private val inner: Reader<Int>, val name: String = "}") : Reader<Int> by inner {
+    override fun done() = copy { it.close() }
+
+    object Cache : MutableMap<String, Int> by make({ "a" to 1 }) { size -> size } {
+        fun warm() {}
+    }
+}
+
+/** Says it where it is heard. */
+context(log: Logger, Clock)
+private fun announce(what: String) = log.say(what)
+
+val <T : Any> Reader<T>.doubled: Int
+    get() = 2

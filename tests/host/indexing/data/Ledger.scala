@@ -75,3 +75,24 @@ object Plain:
 package object tools {
   def help(): String = ""
 }
+
+extension (page: Ledger.Page)
+  /** The one behind. */
+  def next: Ledger.Page = page.copy(number = page.number + 1)
+  def skip(pages: Int)(using clock: Clock): Ledger.Page =
+    val Skipped = pages
+    next
+
+extension [T <: Entry](all: List[T])(using Clock) def newest: Option[T] = all.headOption
+
+/** Later pages last. */
+given byNumber: Ordering[Ledger.Page] with
+  def compare(a: Ledger.Page, b: Ledger.Page): Int = a.number - b.number
+
+object Defaults {
+  given Reader[Entry] with {
+    def close(): Unit = {}
+  }
+  given clock(using zone: Zone): Clock = { def local = 1; Clock(zone) }
+  given Conversion[String, Ledger.Page] = text => Ledger.Page(text.toInt)
+}

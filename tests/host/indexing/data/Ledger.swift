@@ -85,3 +85,16 @@ extension Ledger: Comparable where T: Comparable {
 }
 
 @inlinable func twice<T>(_ x: T) -> (T, T) { (x, x) }
+
+/// Writes what it is given beside its source.
+@freestanding(expression)
+public macro explained<T>(_ value: T) -> (T, String) = #externalMacro(module: "Macros", type: "Explained")
+
+@attached(member, names: named(init))
+macro Keeps() = #externalMacro(module: "Macros", type: "Keeps")
+
+protocol Shared {
+    /// The one that all use.
+    static var shared: Self { get set }
+    var isOpen: Bool { get }
+}

@@ -25,6 +25,21 @@ const (
 
 var cache = map[string]int{}
 
+// ErrClosed is what a closed book answers.
+var ErrClosed = errors.New("ledger: closed")
+
+var (
+	// Now tells the time, and tests set it.
+	Now = func(zone *time.Location) time.Time {
+		var local = time.Now()
+		return local.In(zone)
+	}
+	opened, closed int
+	waiting        []Entry
+	names          = []string{"debit, which takes from an account", "credit, which gives to it", "transfer, which does both at once"}
+	_              io.Reader = (*Book)(nil)
+)
+
 // Side is one half of an entry.
 type Side int
 
@@ -33,6 +48,7 @@ type (
 	Handler func(ctx context.Context, e Entry) error
 	Alias   = map[string][]Entry
 	pair    struct{ a, b int }
+	sides   [2]Side
 )
 
 // Entry is a line of the book,

@@ -60,6 +60,17 @@ impl<T> Keep<T> for Pool<'_, T> {
     type Item = T;
     fn take(&mut self, key: &str) -> Option<T> { None }
 }
+impl<'a> From<&'a mut Pool<'static, u8>> for &'a Error {
+    fn from(pool: &'a mut Pool<'static, u8>) -> Self { todo!() }
+}
+impl<T> Keep<T> for &mut super::shared::Lent<'_, T> {
+    fn both(&self) -> (T, T) { todo!() }
+}
+impl<T> dyn Keep<T> + Send {
+    pub fn is_kept(&self) -> bool { true }
+}
+impl Keep<u8> for *const Unit { fn take(&mut self, key: &str) -> Option<u8> { None } }
+impl<T> Keep<T> for [Id; 2] { fn first(&self) -> Id { todo!() } }
 impl fmt::Display for Error {
     fn fmt(&self, f: &mut fmt::Formatter<'_>) -> fmt::Result { Ok(()) }
 }

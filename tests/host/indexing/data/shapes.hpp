@@ -59,7 +59,19 @@ template <class T,
 template <class T>
 struct Box : public Shape, private Points {
   T get() const&;
+  template <class U>
+  void put(U&& item);
+  static constexpr auto larger = [](const Box& a, const Box& b) { return a.area() > b.area(); };
+  std::function<void()> changed = [] {};
 };
+template <class T, int N = 3>
+using Row = std::array<Box<T>, N>;
+template <class T>
+constexpr T HALF = T(1) / T(2);
+template <class... Shapes>
+void draw(Shapes&&... shapes);
+template <class T, class = std::enable_if_t<std::is_arithmetic_v<T> && sizeof(T) <= sizeof(long) && !std::is_same_v<T, bool> && !std::is_same_v<T, char>>>
+T rounded(T length);
 
 template <>
 struct Box<void> {};

@@ -1,0 +1,43 @@
+// Reads rows of symbols, as the retriever gets them.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "velmora/storage/repository_retrieval.h"
+#include "velmora/storage/sqlite.h"
+
+namespace velmora::host::index {
+
+// Selects what a RowReader reads, from symbols s and files f. A cross join keeps the symbols as the
+// outer loop, so that their order by id needs no sort. Columns of one's own go before " FROM ".
+inline constexpr std::string_view SELECT_SYMBOL_ROWS =
+    "SELECT s.id, s.fqn, s.name, s.kind, f.path, s.start_line, s.end_line, s.signature,"
+    " s.docstring, s.language FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file";
+
+// Columns of it that are asked for alone, and the first behind them.
+inline constexpr int ROW_KIND = 3;
+inline constexpr int ROW_LANGUAGE = 9;
+inline constexpr int ROW_COLUMNS = 10;
+
+// Gives a symbol without a docstring that of its counterpart (counterparts.h): of several, the one
+// that comes first by path and id; of more than MOST_COUNTERPARTS, none, since the name says
+// nothing then.
+class RowReader {
+ public:
+  static constexpr int MOST_COUNTERPARTS = 8;
+
+  explicit RowReader(const storage::Database& database);
+
+  // The row at which `select` stands. Its texts live until the statement's next step, its docstring
+  // until the reader's next row too.
+  [[nodiscard]] storage::SymbolRow read(const storage::Statement& select);
+
+ private:
+  [[nodiscard]] bool find_docstring(const storage::SymbolRow& row, std::string_view language);
+
+  storage::Statement counterparts_;
+  std::string docstring_;  // of a counterpart
+};
+
+}  // namespace velmora::host::index
