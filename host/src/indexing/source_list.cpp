@@ -1,8 +1,12 @@
 #include "indexing/source_list.h"
 
+#include <fcntl.h>
+
 #include <system_error>
 #include <utility>
 
+#include "indexing/bounded_file.h"
+#include "indexing/file_beginning.h"
 #include "indexing/language_names.h"
 #include "indexing/path_rules.h"
 #include "indexing/source_file.h"
@@ -11,11 +15,6 @@ namespace velmora::host::indexing {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool is_link_to_folder(const fs::path& file) {
-  std::error_code gone;
-  return fs::is_symlink(fs::symlink_status(file, gone)) && fs::is_directory(file, gone);
-}
 
 std::string extension_of(const std::string& file) {
   constexpr std::size_t LONGEST = 16;
@@ -30,25 +29,49 @@ SourceList::SourceList(const fs::path& root, std::size_t most_files, const Sourc
   files_ = std::move(list.files);
   skipped_ = std::move(list.skipped);
   ToldLanguages told(rules.languages);
-  std::erase_if(files_, [&](const std::string& file) {
+  for (const std::string& file : files_) {
     const std::string_view language = told.of(file);
     if (!language.empty()) told_.emplace(file, language);
-    if (!language.empty() || !language_of(file).empty()) return false;
-    if (is_link_to_folder(root / file)) {
-      skipped_.push_back({file, reason_of_link(root, file), true});
-    } else {
-      ++others_[extension_of(file)];
-    }
-    return true;
-  });
+  }
   headers_.emplace(files_, told_);
+  std::erase_if(files_, [&](const std::string& file) {
+    return !told_.contains(file) && language_of(file).empty() && !look_into(root, file);
+  });
+}
+
+// Looks at a file whose name tells no language: whether it is a source all the same. What it is
+// otherwise is noted.
+bool SourceList::look_into(const fs::path& root, const std::string& file) {
+  std::error_code error;
+  const fs::path place = root / file;
+  const fs::file_type type = fs::symlink_status(place, error).type();
+  if (type == fs::file_type::not_found) return false;
+  if (type == fs::file_type::symlink && fs::is_directory(place, error)) {
+    skipped_.push_back({file, reason_of_link(root, file), true});
+    return false;
+  }
+  if (type == fs::file_type::regular && is_told_by_beginning(file)) {
+    const BoundedFile read =
+        read_beginning(AT_FDCWD, place.string(), BEGINNING_SIZE, Links::refuse);
+    std::string_view language = language_of_beginning(file, read.text);
+    // Other languages than C have such comments, too.
+    if (language == "c" && !headers_->any()) language = {};
+    if (!language.empty()) {
+      seen_.emplace(file, language);
+      return true;
+    }
+  }
+  ++others_[extension_of(file)];
+  return false;
 }
 
 ExpectedLanguage SourceList::expected_language(const std::string& file) const {
   const auto told = told_.find(file);
   if (told != told_.end()) return {told->second};
-  const bool is_header = is_built_in("cpp") && file.ends_with(".h");
-  return {is_header && headers_->among_cpp(file) ? "cpp" : language_of(file), is_header};
+  const auto seen = seen_.find(file);
+  const std::string_view language = seen == seen_.end() ? language_of(file) : seen->second;
+  const bool is_header = is_built_in("cpp") && language == "c" && !file.ends_with(".c");
+  return {is_header && headers_->among_cpp(file) ? "cpp" : language, is_header};
 }
 
 }  // namespace velmora::host::indexing

@@ -1,4 +1,5 @@
-// Which files of a tree are sources, by their names and the rules for them.
+// Which files of a tree are sources: by their names, the rules for them, and what the files begin
+// with whose names leave it to that.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +25,8 @@ struct ExpectedLanguage {
 // Any number of threads may ask one.
 class SourceList {
  public:
-  // Lists the files under `root`. Throws as list_files does.
+  // Lists the files under `root`, and reads the beginning of those without an extension. Throws as
+  // list_files does.
   SourceList(const std::filesystem::path& root, std::size_t most_files, const SourceRules& rules);
 
   // Those of languages that are indexed: relative to the root, forward slashes, sorted.
@@ -37,12 +39,16 @@ class SourceList {
   // without one, and with one that is longer than any that people use, are under "".
   [[nodiscard]] const std::map<std::string, std::size_t>& others() const { return others_; }
 
-  // The language of one of the files, as the rules, its name and those of its neighbours tell.
+  // The language of one of the files, as the rules, its name or beginning, and the names of its
+  // neighbours tell.
   [[nodiscard]] ExpectedLanguage expected_language(const std::string& file) const;
 
  private:
+  [[nodiscard]] bool look_into(const std::filesystem::path& root, const std::string& file);
+
   std::vector<std::string> files_;
   std::map<std::string, std::string_view> told_;  // languages, by file, where a rule tells them
+  std::map<std::string, std::string_view> seen_;  // where the file's beginning does
   std::vector<Skipped> skipped_;
   std::map<std::string, std::size_t> others_;
   std::optional<HeaderLanguage> headers_;
