@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -6,11 +7,14 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "browse/counted_list.h"
 #include "cli/embed_folder.h"
 #include "cli/embedding_options.h"
 #include "cli/end_signals.h"
@@ -29,25 +33,50 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// How much of a list is shown.
+constexpr std::size_t FEW = 10;
+
+// "Indexed 3 files, 9 symbols, in 0.1 s: 1 added, 0 changed, 0 removed, 2 unchanged"
+std::string changes(const RefreshedFolder& done) {
+  const indexing::RefreshReport& report = done.report;
+  return done.headline + ": " + std::to_string(report.added) + " added, " +
+         std::to_string(report.changed) + " changed, " + std::to_string(report.removed) +
+         " removed, " + std::to_string(report.unchanged) + " unchanged\n";
+}
+
+// "Other repositories, not indexed with this one: vendor/a, vendor/b"
+std::string list_of_repositories(const std::vector<std::string>& folders) {
+  std::string list;
+  for (const std::string& folder : std::span(folders).first(std::min(folders.size(), FEW))) {
+    list += (list.empty() ? "" : ", ") + printable_line(folder);
+  }
+  if (folders.size() > FEW) list += ", and " + std::to_string(folders.size() - FEW) + " more";
+  return "Other repositories, not indexed with this one: " + list + "\n";
+}
+
+// All that stands in the tree and is not indexed, a line each for what is told of it:
 // "Skipped 3 (2: it is a link, 1: it is binary); --verbose lists them"
-std::string skipped_summary(const std::vector<indexing::Skipped>& skipped) {
+std::string left_out(const indexing::RefreshReport& report) {
   std::map<std::string, std::size_t> reasons;
-  for (const indexing::Skipped& one : skipped) ++reasons[one.reason];
+  std::vector<std::string> repositories;
+  for (const indexing::Skipped& one : report.skipped) {
+    if (one.reason == indexing::OTHER_REPOSITORY) {
+      repositories.push_back(one.path);
+    } else {
+      ++reasons[one.reason];
+    }
+  }
   std::string list;
   for (const auto& [reason, count] : reasons) {
     list += (list.empty() ? "" : ", ") + std::to_string(count) + ": " + reason;
   }
-  return "Skipped " + std::to_string(skipped.size()) + " (" + list + "); --verbose lists them\n";
-}
-
-// "Indexed 3 files, 9 symbols, in 0.1 s: 1 added, 0 changed, 0 removed, 2 unchanged"
-std::string summary(const RefreshedFolder& done) {
-  const indexing::RefreshReport& report = done.report;
-  std::string text = done.headline + ": " + std::to_string(report.added) + " added, " +
-                     std::to_string(report.changed) + " changed, " +
-                     std::to_string(report.removed) + " removed, " +
-                     std::to_string(report.unchanged) + " unchanged\n";
-  if (!report.skipped.empty()) text += skipped_summary(report.skipped);
+  std::string text;
+  if (!reasons.empty()) {
+    text += "Skipped " + std::to_string(report.skipped.size() - repositories.size()) + " (" + list +
+            "); --verbose lists them\n";
+  }
+  if (!report.others.empty()) text += browse::other_kinds(report.others, FEW) + "\n";
+  if (!repositories.empty()) text += list_of_repositories(repositories);
   return text;
 }
 
@@ -94,7 +123,8 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
       const RefreshedFolder done = refresh(options, first && options.rebuild, model, check);
       const indexing::RefreshReport& report = done.report;
       if (first || report.added + report.changed + report.removed > 0) {
-        write_output(summary(done));
+        write_output(changes(done));
+        if (first) write_output(left_out(report));
         if (options.embed) embed_folder(options.folder, options.server, check);
       }
       if (first) write_output("Watching " + printable(name) + "; Ctrl-C ends it\n");
@@ -115,7 +145,8 @@ void index_folder(const IndexOptions& options) {
   if (options.embed) require_server(options.server);
   const auto model = indexing_model(options.embedding, upkeep::index_of_repository(options.folder));
   if (options.watch) return watch_folder(options, model);
-  write_output(summary(refresh(options, options.rebuild, model, [] {})));
+  const RefreshedFolder done = refresh(options, options.rebuild, model, [] {});
+  write_output(changes(done) + left_out(done.report));
   if (options.embed) embed_folder(options.folder, options.server);
 }
 

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
+#include <span>
 #include <system_error>
 #include <utility>
 
@@ -34,8 +36,13 @@ SourceList::SourceList(const fs::path& root, std::size_t most_files, const Sourc
     if (!language.empty()) told_.emplace(file, language);
   }
   headers_.emplace(files_, told_);
+  const std::size_t listed = skipped_.size();
   std::erase_if(files_, [&](const std::string& file) {
-    return !told_.contains(file) && language_of(file).empty() && !look_into(root, file);
+    if (told_.contains(file) || !language_of(file).empty()) return false;
+    // Rules that are too large to be followed stand in a file of the tree.
+    const bool is_skipped =
+        std::ranges::binary_search(std::span(skipped_).first(listed), file, {}, &Skipped::path);
+    return is_skipped || !look_into(root, file);
   });
 }
 

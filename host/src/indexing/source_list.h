@@ -32,11 +32,10 @@ class SourceList {
   // Those of languages that are indexed: relative to the root, forward slashes, sorted.
   [[nodiscard]] const std::vector<std::string>& files() const { return files_; }
 
-  // What list_files left out, and links to folders.
+  // What list_files left out, and links to folders. A file is here or counted below, never both.
   [[nodiscard]] const std::vector<Skipped>& skipped() const { return skipped_; }
 
-  // How many files are of no such language, by the extension of their names, with its dot; those
-  // without one, and with one that is longer than any that people use, are under "".
+  // How many files are of no such language, as RepositoryScan counts them.
   [[nodiscard]] const std::map<std::string, std::size_t>& others() const { return others_; }
 
   // The language of one of the files, as the rules, its name or beginning, and the names of its

@@ -6,10 +6,12 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
 #include "index/connection.h"
+#include "indexing/git_program.h"
 #include "support/process.h"
 #include "support/temporary_folder.h"
 #include "velmora/host/index/index.h"
@@ -30,14 +32,20 @@ TEST(IndexCommand, SaysWhatChanged) {
   folder.write("b.py", "def g(): pass");
   folder.write("c.py", "def h(): pass");
   folder.write("binary.py", std::string(1, '\0'));
+  for (const char* file : {"a.md", "b.md", "LICENSE", "module/m.py"}) folder.write(file, "");
   const std::string at = folder.path();
+  for (const fs::path& top : {folder.path(), folder.path() / "module"}) {
+    indexing::run_git(top, {"init", "-q"}, [](std::string_view) {});
+  }
   EXPECT_EQ(run_velmora({"index", at}).exit_code, 0);
   folder.write("a.py", "def other(): pass");
   folder.write("d.py", "");
   fs::remove(folder.path() / "b.py");
   const auto result = run_velmora({"index", at, "--max-file-size", "15", "--verbose"});
   EXPECT_NE(result.output.find(": 1 added, 0 changed, 1 removed, 1 unchanged\nSkipped 2 (1: it is "
-                               "binary, 1: it is larger than 15 bytes)"),
+                               "binary, 1: it is larger than 15 bytes); --verbose lists them\n"
+                               "3 files of other kinds: 2 .md, 1 without an extension\n"
+                               "Other repositories, not indexed with this one: module\n"),
             std::string::npos)
       << result.output;
   for (const char* line : {"added d.py\n", "removed b.py\n", "skipped binary.py: it is binary\n"}) {

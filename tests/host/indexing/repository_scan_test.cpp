@@ -55,7 +55,7 @@ TEST(RepositoryScan, SkipsWithAReason) {
              "large.py: it is larger than 100000 bytes", "link.py: it is a link within the tree",
              "loop.py: it is a link to nothing", "minified.py: it is generated or minified",
              "out.py: it is a link that leaves the tree"}));
-  EXPECT_EQ(scan.skipped_folders(),
+  EXPECT_EQ(scan.skipped(),
             (std::vector<Skipped>{{"circle", "it is a link within the tree", true},
                                   {"outside", "it is a link that leaves the tree", true}}));
   EXPECT_EQ(scan.file_count(), 8U);
