@@ -6,7 +6,6 @@
 #include <map>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -102,27 +101,13 @@ class RepositoryScan::Impl {
       std::optional<LookedAt> looked =
           look_at(root_, file, sources_.expected_language(file), options_);
       if (looked) {
+        parse(*looked, worker);
         outcome.scanned = std::move(looked->scanned);
-        parse(looked->content, *outcome.scanned, worker);
       }
     } catch (...) {
       outcome.error = std::current_exception();
     }
     return outcome;
-  }
-
-  static void parse(std::string_view source, ScannedFile& scanned, ParseWorker& worker) {
-    index::FileRecord& file = scanned.file;
-    if (scanned.state != ScannedFile::State::read || !file.skipped.empty()) return;
-    Parsed parsed = worker.parse({.language = file.expected,
-                                  .is_header = file.is_header,
-                                  .path = file.path,
-                                  .source = source});
-    file.language = std::move(parsed.language);
-    file.skipped = std::move(parsed.skipped);
-    scanned.symbols = std::move(parsed.symbols);
-    // Without a hash it counts as not read yet.
-    if (parsed.passing) file.hash = 0;
   }
 
   const fs::path root_;

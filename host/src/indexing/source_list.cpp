@@ -26,10 +26,11 @@ std::string extension_of(const std::string& file) {
 
 }  // namespace
 
-SourceList::SourceList(const fs::path& root, std::size_t most_files, const SourceRules& rules) {
-  FileList list = list_files(root, most_files, rules.leave_out);
-  files_ = std::move(list.files);
-  skipped_ = std::move(list.skipped);
+SourceList::SourceList(const fs::path& root, std::size_t most_files, const SourceRules& rules)
+    : SourceList(root, list_files(root, most_files, rules.leave_out), rules) {}
+
+SourceList::SourceList(const fs::path& root, FileList list, const SourceRules& rules)
+    : files_(std::move(list.files)), skipped_(std::move(list.skipped)) {
   ToldLanguages told(rules.languages);
   for (const std::string& file : files_) {
     const std::string_view language = told.of(file);

@@ -29,6 +29,9 @@ class SourceList {
   // list_files does.
   SourceList(const std::filesystem::path& root, std::size_t most_files, const SourceRules& rules);
 
+  // The same of files that were listed, whatever the rules leave out.
+  SourceList(const std::filesystem::path& root, FileList list, const SourceRules& rules);
+
   // Those of languages that are indexed: relative to the root, forward slashes, sorted.
   [[nodiscard]] const std::vector<std::string>& files() const { return files_; }
 

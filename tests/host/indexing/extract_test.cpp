@@ -8,7 +8,11 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "indexing/embedded_source.h"
+#include "indexing/language_names.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -65,9 +69,17 @@ TEST(Extract, FindsTheSymbolsOfEachLanguage) {
                           Case{"scala", "Ledger.scala", ""},
                           Case{"swift", "Ledger.swift", ""},
                           Case{"typescript", "store.ts", ""},
-                          Case{"typescript", "view.tsx", ""}}) {
+                          Case{"typescript", "view.tsx", ""},
+                          Case{"typescript", "Cart.vue", ""},
+                          Case{"javascript", "Stock.svelte", ""},
+                          Case{"python", "model.ipynb", "analysis/"}}) {
     const std::string path = std::string(one.folder) + one.file;
-    const auto symbols = extract_symbols(one.language, path, read(one.file));
+    std::string source = read(one.file);
+    if (auto embedded = embedded_source(path, language_of(path), source)) {
+      EXPECT_EQ(embedded->language, one.language);
+      source = std::move(embedded->text);
+    }
+    const auto symbols = extract_symbols(one.language, path, source);
     EXPECT_EQ(listed(symbols), read(std::string(one.file) + ".symbols")) << one.file;
     for (const index::Symbol& symbol : symbols) {
       EXPECT_EQ(symbol.language, one.language);
