@@ -18,6 +18,7 @@
 #include "cli/embed_folder.h"
 #include "cli/embedding_options.h"
 #include "cli/end_signals.h"
+#include "cli/file_symbols.h"
 #include "cli/index_lock.h"
 #include "cli/output.h"
 #include "cli/refresh_folder.h"
@@ -88,6 +89,7 @@ struct IndexOptions {
   bool retry = false;
   bool rebuild = false;
   bool yes = false;
+  std::optional<std::string> shown_file;
   EmbeddingOptions embedding;
   bool embed = false;
   ServerEmbeddingOptions server;
@@ -164,8 +166,9 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
   CLI::App* command =
       app.add_subcommand("index", "Index the symbols of a repository, so that explore finds them");
   const auto options = std::make_shared<IndexOptions>();
-  command->add_option("dir", options->folder, "The repository; the current folder when absent")
-      ->type_name("DIR");
+  CLI::Option* const folder =
+      command->add_option("dir", options->folder, "The repository; the current folder when absent")
+          ->type_name("DIR");
   command->option_defaults()->group("What is indexed");
   command
       ->add_option("--max-file-size", options->largest_file,
@@ -178,9 +181,18 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
                     "Make the index anew; what velmora embed stored is gone");
   command->add_flag("-y,--yes", options->yes,
                     "Index your home folder, / or over 200,000 files too");
+  CLI::Option* const show =
+      command
+          ->add_option("--show", options->shown_file,
+                       "Show what a source file yields: its symbols, or why it has none; nothing is"
+                       " indexed")
+          ->type_name("FILE")
+          ->excludes(folder);
   command->option_defaults()->group("When");
-  command->add_flag("--watch", options->watch,
-                    "Go on: bring the index up to date whenever files change, until Ctrl-C");
+  command
+      ->add_flag("--watch", options->watch,
+                 "Go on: bring the index up to date whenever files change, until Ctrl-C")
+      ->excludes(show);
   command->add_flag("--no-wait", options->no_wait,
                     "Fail at once, with exit status 3, when another velmora is indexing");
   command->option_defaults()->group("Meaning");
@@ -194,6 +206,7 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
       "Examples:\n"
       "  velmora index\n"
       "  velmora index --watch ~/src/project\n"
+      "  velmora index --show src/config.py\n"
       "\n"
       "The index is DIR/.velmora/index.db. Later runs read only what has changed; meanwhile "
       "questions"
@@ -203,8 +216,14 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
       language_list() +
       ".\n"
       "See also velmora help upkeep.\n"
-      "Exit status: 0 when it is up to date, 2 for wrong usage, 3 for any failure.");
+      "Exit status: 0 when it is up to date, 1 when a file to show has no symbols, 2 for wrong "
+      "usage,"
+      " 3 for any failure.");
   command->callback([options, &exit_code] {
+    if (options->shown_file) {
+      exit_code = show_file_symbols(*options->shown_file, options->largest_file);
+      return;
+    }
     index_folder(*options);
     exit_code = ExitCode::answered;
   });
