@@ -35,19 +35,30 @@ std::string_view interpreter(std::string_view beginning) {
   return file_name(program);
 }
 
-// What an included file begins with. Assembly and the like have other comments and directives.
-std::string_view included_language(std::string_view beginning) {
+std::string_view without_blanks(std::string_view beginning) {
   if (beginning.starts_with("\xEF\xBB\xBF")) beginning.remove_prefix(3);
   beginning.remove_prefix(std::min(beginning.find_first_not_of(" \t\r\n"), beginning.size()));
-  if (beginning.starts_with("<?php") || beginning.starts_with("<?=")) return built_in("php");
-  if (beginning.starts_with("//") || beginning.starts_with("/*")) return built_in("c");
-  if (!beginning.starts_with('#')) return {};
+  return beginning;
+}
+
+// Assembly and the like have other comments and directives.
+bool begins_like_c(std::string_view beginning) {
+  if (beginning.starts_with("//") || beginning.starts_with("/*")) return true;
+  if (!beginning.starts_with('#')) return false;
   beginning.remove_prefix(1);
-  const std::string_view directive = take_word(beginning);
-  constexpr std::array<std::string_view, 6> DIRECTIVES = {"if",     "ifdef",   "ifndef",
-                                                          "define", "include", "pragma"};
-  const bool is_c = std::ranges::find(DIRECTIVES, directive) != DIRECTIVES.end();
-  return is_c ? built_in("c") : std::string_view();
+  constexpr std::array<std::string_view, 7> DIRECTIVES = {"if",      "ifdef",  "ifndef", "define",
+                                                          "include", "import", "pragma"};
+  return std::ranges::find(DIRECTIVES, take_word(beginning)) != DIRECTIVES.end();
+}
+
+std::string_view included_language(std::string_view beginning) {
+  if (beginning.starts_with("<?php") || beginning.starts_with("<?=")) return built_in("php");
+  return begins_like_c(beginning) ? built_in("c") : std::string_view();
+}
+
+std::string_view language_of_m(std::string_view beginning) {
+  return begins_like_c(beginning) || beginning.starts_with('@') ? built_in("objc")
+                                                                : std::string_view();
 }
 
 bool is_included(std::string_view path) { return path.ends_with(".inc"); }
@@ -55,12 +66,14 @@ bool is_included(std::string_view path) { return path.ends_with(".inc"); }
 }  // namespace
 
 bool is_told_by_beginning(std::string_view path) {
-  return file_name(path).find('.', 1) == std::string_view::npos || is_included(path);
+  return file_name(path).find('.', 1) == std::string_view::npos || is_included(path) ||
+         path.ends_with(".m");
 }
 
 std::string_view language_of_beginning(std::string_view path, std::string_view beginning) {
-  return is_included(path) ? included_language(beginning)
-                           : language_of_interpreter(interpreter(beginning));
+  if (is_included(path)) return included_language(without_blanks(beginning));
+  if (path.ends_with(".m")) return language_of_m(without_blanks(beginning));
+  return language_of_interpreter(interpreter(beginning));
 }
 
 }  // namespace velmora::host::indexing

@@ -10,7 +10,7 @@ namespace velmora::host::indexing {
 inline constexpr std::size_t BEGINNING_SIZE = 512;
 
 // Whether the name of the file at `path` leaves it to the content: a script often has no extension,
-// and ".inc" is what several languages include.
+// ".inc" is what several languages include, and ".m" is Objective-C or a language of mathematics.
 [[nodiscard]] bool is_told_by_beginning(std::string_view path);
 
 // The language that the beginning of such a file tells, "" when it is none that is built in. C++

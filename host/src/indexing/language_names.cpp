@@ -32,20 +32,33 @@ constexpr std::string_view CPP[] = {".cpp", ".cc",  ".cxx",  ".c++",  ".C",   ".
                                     ".ixx", ".ccm", ".cppm", ".cxxm", ".cu",  ".cuh", ".ino"};
 constexpr std::string_view CSHARP[] = {".cs", ".csx"};
 constexpr std::string_view CSHARP_PROGRAMS[] = {"dotnet-script"};
+constexpr std::string_view ELIXIR[] = {".ex", ".exs"};
+constexpr std::string_view ELIXIR_PROGRAMS[] = {"elixir"};
 constexpr std::string_view GO[] = {".go"};
+constexpr std::string_view HASKELL[] = {".hs", ".hsc"};
+constexpr std::string_view HASKELL_PROGRAMS[] = {"runhaskell", "runghc"};
 constexpr std::string_view JAVA[] = {".java"};
-constexpr std::string_view JAVASCRIPT[] = {".js", ".jsx", ".mjs", ".cjs", ".jsm", ".vue", ".svelte"};
+constexpr std::string_view JAVASCRIPT[] = {".js",  ".jsx", ".mjs",   ".cjs",
+                                           ".jsm", ".vue", ".svelte"};
 constexpr std::string_view JAVASCRIPT_FILES[] = {"Jakefile"};
 constexpr std::string_view JAVASCRIPT_PROGRAMS[] = {"node", "nodejs"};
+constexpr std::string_view JULIA[] = {".jl"};
+constexpr std::string_view JULIA_PROGRAMS[] = {"julia"};
 constexpr std::string_view KOTLIN[] = {".kt", ".kts"};
 constexpr std::string_view KOTLIN_PROGRAMS[] = {"kotlin"};
 constexpr std::string_view LUA[] = {".lua"};
 constexpr std::string_view LUA_PROGRAMS[] = {"lua", "luajit", "texlua"};
+constexpr std::string_view OBJC[] = {".mm"};  // a .m file may be of another language
+constexpr std::string_view OCAML[] = {".ml", ".mli"};
+constexpr std::string_view OCAML_PROGRAMS[] = {"ocaml"};
 constexpr std::string_view PHP[] = {".php", ".phtml"};
 constexpr std::string_view PHP_PROGRAMS[] = {"php"};
 constexpr std::string_view PYTHON[] = {".py", ".pyi", ".pyw", ".ipynb"};
 constexpr std::string_view PYTHON_FILES[] = {"SConstruct", "SConscript", "wscript"};
 constexpr std::string_view PYTHON_PROGRAMS[] = {"python", "pypy", "uv"};
+constexpr std::string_view R[] = {".R", ".r"};
+constexpr std::string_view R_FILES[] = {".Rprofile"};
+constexpr std::string_view R_PROGRAMS[] = {"Rscript"};
 constexpr std::string_view RUBY[] = {".rb",   ".rbi",     ".rake", ".gemspec",
                                      ".thor", ".podspec", ".ru",   ".jbuilder"};
 constexpr std::string_view RUBY_FILES[] = {
@@ -62,6 +75,7 @@ constexpr std::string_view SWIFT_PROGRAMS[] = {"swift"};
 constexpr std::string_view TYPESCRIPT[] = {".ts", ".mts", ".cts", ".tsx"};
 // Some of them run JavaScript as well, which the grammar of TypeScript reads.
 constexpr std::string_view TYPESCRIPT_PROGRAMS[] = {"deno", "bun", "ts-node", "tsx"};
+constexpr std::string_view ZIG[] = {".zig"};
 
 // In the order of their titles.
 constexpr LanguageName LANGUAGES[] = {
@@ -69,18 +83,25 @@ constexpr LanguageName LANGUAGES[] = {
     {"c", "C", C},
     {"csharp", "C#", CSHARP, {}, CSHARP_PROGRAMS},
     {"cpp", "C++", CPP},
+    {"elixir", "Elixir", ELIXIR, {}, ELIXIR_PROGRAMS},
     {"go", "Go", GO},
+    {"haskell", "Haskell", HASKELL, {}, HASKELL_PROGRAMS},
     {"java", "Java", JAVA},
     {"javascript", "JavaScript", JAVASCRIPT, JAVASCRIPT_FILES, JAVASCRIPT_PROGRAMS},
+    {"julia", "Julia", JULIA, {}, JULIA_PROGRAMS},
     {"kotlin", "Kotlin", KOTLIN, {}, KOTLIN_PROGRAMS},
     {"lua", "Lua", LUA, {}, LUA_PROGRAMS},
+    {"objc", "Objective-C", OBJC},
+    {"ocaml", "OCaml", OCAML, {}, OCAML_PROGRAMS},
     {"php", "PHP", PHP, {}, PHP_PROGRAMS},
     {"python", "Python", PYTHON, PYTHON_FILES, PYTHON_PROGRAMS},
+    {"r", "R", R, R_FILES, R_PROGRAMS},
     {"ruby", "Ruby", RUBY, RUBY_FILES, RUBY_PROGRAMS},
     {"rust", "Rust", RUST, {}, RUST_PROGRAMS},
     {"scala", "Scala", SCALA, {}, SCALA_PROGRAMS},
     {"swift", "Swift", SWIFT, {}, SWIFT_PROGRAMS},
     {"typescript", "TypeScript", TYPESCRIPT, {}, TYPESCRIPT_PROGRAMS},
+    {"zig", "Zig", ZIG},
 };
 
 constexpr bool is_in(std::span<const std::string_view> names, std::string_view name) {
