@@ -182,10 +182,14 @@ std::string blank_annotations(std::string_view source) {
     std::size_t end = at;
     while (end < text.size() && is_word(text[end])) ++end;
     const std::string_view word = std::string_view(text).substr(at, end - at);
+    const std::size_t next = text.find_first_not_of(" \t\r\n", end);
+    // A framework's own macro in front of a class: "SHOP_EXPORT @interface Ledger".
+    const bool is_in_front = next != std::string::npos && text[next] == '@';
     const bool is_macro =
-        std::ranges::any_of(PREFIXES,
-                            [&](std::string_view one) { return word.starts_with(one); }) &&
-        is_in_capitals(word);
+        is_in_capitals(word) &&
+        (is_in_front || std::ranges::any_of(PREFIXES, [&](std::string_view prefix) {
+           return word.starts_with(prefix);
+         }));
     if (is_macro) replace_macro(text, at, end);
     at = end;
   }

@@ -4,6 +4,7 @@ NS_ASSUME_NONNULL_BEGIN
 
 /// Keeps the books.
 NS_SWIFT_NAME(Books)
+SHOP_EXPORT
 @interface LedgerBooks : NSObject
 - (BOOL)open:(NSError **)error NS_SWIFT_NAME(open());
 @end
