@@ -32,6 +32,8 @@ constexpr std::string_view CPP[] = {".cpp", ".cc",  ".cxx",  ".c++",  ".C",   ".
                                     ".ixx", ".ccm", ".cppm", ".cxxm", ".cu",  ".cuh", ".ino"};
 constexpr std::string_view CSHARP[] = {".cs", ".csx"};
 constexpr std::string_view CSHARP_PROGRAMS[] = {"dotnet-script"};
+constexpr std::string_view DART[] = {".dart"};
+constexpr std::string_view DART_PROGRAMS[] = {"dart"};
 constexpr std::string_view ELIXIR[] = {".ex", ".exs"};
 constexpr std::string_view ELIXIR_PROGRAMS[] = {"elixir"};
 constexpr std::string_view GO[] = {".go"};
@@ -83,6 +85,7 @@ constexpr LanguageName LANGUAGES[] = {
     {"c", "C", C},
     {"csharp", "C#", CSHARP, {}, CSHARP_PROGRAMS},
     {"cpp", "C++", CPP},
+    {"dart", "Dart", DART, {}, DART_PROGRAMS},
     {"elixir", "Elixir", ELIXIR, {}, ELIXIR_PROGRAMS},
     {"go", "Go", GO},
     {"haskell", "Haskell", HASKELL, {}, HASKELL_PROGRAMS},

@@ -55,6 +55,7 @@ TEST(Extract, FindsTheSymbolsOfEachLanguage) {
                           Case{"cpp", "shapes.cpp", "geometry/"},
                           Case{"csharp", "Ledger.cs", ""},
                           Case{"csharp", "Clock.cs", ""},
+                          Case{"dart", "ledger.dart", ""},
                           Case{"elixir", "ledger.ex", ""},
                           Case{"go", "ledger.go", "books/"},
                           Case{"haskell", "Ledger.hs", ""},

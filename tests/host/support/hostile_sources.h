@@ -32,9 +32,9 @@ struct HostileSource {
 };
 
 inline constexpr std::string_view EVERY_EXTENSION[] = {
-    ".c",  ".h",  ".cpp", ".cs",    ".ex",    ".go", ".hs",  ".java", ".jl",
-    ".js", ".kt", ".lua", ".ml",    ".mli",   ".mm", ".php", ".py",   ".r",
-    ".rb", ".rs", ".sh",  ".scala", ".swift", ".ts", ".tsx", ".zig"};
+    ".c",  ".h",  ".cpp", ".cs",  ".dart",  ".ex",    ".go", ".hs",  ".java",
+    ".jl", ".js", ".kt",  ".lua", ".ml",    ".mli",   ".mm", ".php", ".py",
+    ".r",  ".rb", ".rs",  ".sh",  ".scala", ".swift", ".ts", ".tsx", ".zig"};
 
 // What is known to hurt one language, ...
 inline constexpr HostileSource HOSTILE_SOURCES[] = {
