@@ -19,7 +19,9 @@ set_target_properties(velmora::grammars PROPERTIES
 function(velmora_scanners name)
   set(packages "${VELMORA_GRAMMARS_DIR}/packages/node_modules")
   file(GLOB scanners "${packages}/tree-sitter-*/src/scanner.c"
-       "${packages}/tree-sitter-*/*/src/scanner.c")
+       "${packages}/tree-sitter-*/*/src/scanner.c"
+       "${packages}/tree-sitter-*/grammars/*/src/scanner.c"
+       "${packages}/@*/tree-sitter-*/src/scanner.c")
   add_library(${name} STATIC ${scanners})
   set_target_properties(${name} PROPERTIES C_STANDARD 11 POSITION_INDEPENDENT_CODE ON)
   # They allocate as the library of parsers does. What they assert is left alone in every build: what

@@ -7,6 +7,7 @@
 
 #include "index/catalog.h"
 #include "indexing/bounded_file.h"
+#include "indexing/embedded_source.h"
 #include "indexing/source_file.h"
 #include "velmora/host/index/index_folder.h"
 
@@ -61,9 +62,10 @@ std::optional<SourceLines> read_source(const fs::path& root, index::Index& index
   index.read([&](index::Catalog& catalog) { known = catalog.file(path); });
   const std::optional<std::string> text = known ? read_below(root, path) : std::nullopt;
   if (!text) return std::nullopt;
+  const std::optional<std::string> legible = indexing::legible_source(path, *text);
   first = std::max<std::int64_t>(first, 1);
   return SourceLines{.first = first,
-                     .lines = lines_of(*text, first, last),
+                     .lines = lines_of(legible.value_or(*text), first, last),
                      .changed = known->hash != 0 && known->hash != indexing::hash_of(*text)};
 }
 

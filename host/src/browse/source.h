@@ -16,7 +16,7 @@ namespace velmora::host::browse {
 // Larger files are not read.
 inline constexpr std::size_t MOST_SOURCE_BYTES = std::size_t{16} << 20;
 
-// Lines of a file of the work tree as it is now.
+// Lines of a file of the work tree as it is now; of a notebook, the code on them.
 struct SourceLines {
   std::int64_t first = 1;          // the number of the first line
   std::vector<std::string> lines;  // without line breaks; any bytes but these

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "browse/counted_list.h"
 #include "settings/settings.h"
 #include "text/printable.h"
 #include "velmora/host/index/index_folder.h"
@@ -42,19 +43,6 @@ std::string in_megabytes(std::int64_t bytes) {
 std::string number(std::size_t value) { return std::to_string(value); }
 std::string number(std::int64_t value) { return std::to_string(value); }
 
-// "120 c++, 7 python, 3 of others"
-template <class List, class Name>
-std::string list_of(const List& list, std::size_t most, Name&& name) {
-  std::string text;
-  std::size_t shown = 0;
-  for (const auto& [what, count] : list) {
-    if (shown == most) break;
-    text += (shown++ == 0 ? "" : ", ") + number(count) + " " + name(what);
-  }
-  if (shown < list.size()) text += ", and " + number(list.size() - shown) + " kinds more";
-  return text;
-}
-
 // What somebody else may have written into the index, however long.
 std::string brief(const std::string& text) {
   constexpr std::size_t LONGEST = 240;
@@ -63,18 +51,6 @@ std::string brief(const std::string& text) {
 
 std::string name_of(const std::string& name) {
   return name.empty() ? "of no known language" : brief(name);
-}
-
-std::string extension_name(const std::string& extension) {
-  return extension.empty() ? "without an extension" : brief(extension);
-}
-
-// By count, the most first.
-std::vector<std::pair<std::string, std::size_t>> by_count(
-    const std::map<std::string, std::size_t>& counts) {
-  std::vector<std::pair<std::string, std::size_t>> list(counts.begin(), counts.end());
-  std::ranges::stable_sort(list, std::greater(), [](const auto& entry) { return entry.second; });
-  return list;
 }
 
 // Writes the parts of a status, a function each.
@@ -147,7 +123,7 @@ class StatusWriter {
 
   void add_changes(const upkeep::TreeChanges& tree) {
     if (!tree.others.empty()) {
-      writer_.add("Not read: " + list_of(by_count(tree.others), most_, extension_name));
+      writer_.add(other_kinds(tree.others, most_));
     }
     if (!tree.any()) {
       writer_.add("Nothing changed since.");

@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -6,14 +7,18 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "browse/counted_list.h"
 #include "cli/embed_folder.h"
 #include "cli/embedding_options.h"
 #include "cli/end_signals.h"
+#include "cli/file_symbols.h"
 #include "cli/index_lock.h"
 #include "cli/output.h"
 #include "cli/refresh_folder.h"
@@ -29,25 +34,50 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// How much of a list is shown.
+constexpr std::size_t FEW = 10;
+
+// "Indexed 3 files, 9 symbols, in 0.1 s: 1 added, 0 changed, 0 removed, 2 unchanged"
+std::string changes(const RefreshedFolder& done) {
+  const indexing::RefreshReport& report = done.report;
+  return done.headline + ": " + std::to_string(report.added) + " added, " +
+         std::to_string(report.changed) + " changed, " + std::to_string(report.removed) +
+         " removed, " + std::to_string(report.unchanged) + " unchanged\n";
+}
+
+// "Other repositories, not indexed with this one: vendor/a, vendor/b"
+std::string list_of_repositories(const std::vector<std::string>& folders) {
+  std::string list;
+  for (const std::string& folder : std::span(folders).first(std::min(folders.size(), FEW))) {
+    list += (list.empty() ? "" : ", ") + printable_line(folder);
+  }
+  if (folders.size() > FEW) list += ", and " + std::to_string(folders.size() - FEW) + " more";
+  return "Other repositories, not indexed with this one: " + list + "\n";
+}
+
+// All that stands in the tree and is not indexed, a line each for what is told of it:
 // "Skipped 3 (2: it is a link, 1: it is binary); --verbose lists them"
-std::string skipped_summary(const std::vector<indexing::Skipped>& skipped) {
+std::string left_out(const indexing::RefreshReport& report) {
   std::map<std::string, std::size_t> reasons;
-  for (const indexing::Skipped& one : skipped) ++reasons[one.reason];
+  std::vector<std::string> repositories;
+  for (const indexing::Skipped& one : report.skipped) {
+    if (one.reason == indexing::OTHER_REPOSITORY) {
+      repositories.push_back(one.path);
+    } else {
+      ++reasons[one.reason];
+    }
+  }
   std::string list;
   for (const auto& [reason, count] : reasons) {
     list += (list.empty() ? "" : ", ") + std::to_string(count) + ": " + reason;
   }
-  return "Skipped " + std::to_string(skipped.size()) + " (" + list + "); --verbose lists them\n";
-}
-
-// "Indexed 3 files, 9 symbols, in 0.1 s: 1 added, 0 changed, 0 removed, 2 unchanged"
-std::string summary(const RefreshedFolder& done) {
-  const indexing::RefreshReport& report = done.report;
-  std::string text = done.headline + ": " + std::to_string(report.added) + " added, " +
-                     std::to_string(report.changed) + " changed, " +
-                     std::to_string(report.removed) + " removed, " +
-                     std::to_string(report.unchanged) + " unchanged\n";
-  if (!report.skipped.empty()) text += skipped_summary(report.skipped);
+  std::string text;
+  if (!reasons.empty()) {
+    text += "Skipped " + std::to_string(report.skipped.size() - repositories.size()) + " (" + list +
+            "); --verbose lists them\n";
+  }
+  if (!report.others.empty()) text += browse::other_kinds(report.others, FEW) + "\n";
+  if (!repositories.empty()) text += list_of_repositories(repositories);
   return text;
 }
 
@@ -59,6 +89,7 @@ struct IndexOptions {
   bool retry = false;
   bool rebuild = false;
   bool yes = false;
+  std::optional<std::string> shown_file;
   EmbeddingOptions embedding;
   bool embed = false;
   ServerEmbeddingOptions server;
@@ -94,7 +125,8 @@ void watch_folder(IndexOptions options, const std::shared_ptr<const embedding::W
       const RefreshedFolder done = refresh(options, first && options.rebuild, model, check);
       const indexing::RefreshReport& report = done.report;
       if (first || report.added + report.changed + report.removed > 0) {
-        write_output(summary(done));
+        write_output(changes(done));
+        if (first) write_output(left_out(report));
         if (options.embed) embed_folder(options.folder, options.server, check);
       }
       if (first) write_output("Watching " + printable(name) + "; Ctrl-C ends it\n");
@@ -115,7 +147,8 @@ void index_folder(const IndexOptions& options) {
   if (options.embed) require_server(options.server);
   const auto model = indexing_model(options.embedding, upkeep::index_of_repository(options.folder));
   if (options.watch) return watch_folder(options, model);
-  write_output(summary(refresh(options, options.rebuild, model, [] {})));
+  const RefreshedFolder done = refresh(options, options.rebuild, model, [] {});
+  write_output(changes(done) + left_out(done.report));
   if (options.embed) embed_folder(options.folder, options.server);
 }
 
@@ -133,8 +166,9 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
   CLI::App* command =
       app.add_subcommand("index", "Index the symbols of a repository, so that explore finds them");
   const auto options = std::make_shared<IndexOptions>();
-  command->add_option("dir", options->folder, "The repository; the current folder when absent")
-      ->type_name("DIR");
+  CLI::Option* const folder =
+      command->add_option("dir", options->folder, "The repository; the current folder when absent")
+          ->type_name("DIR");
   command->option_defaults()->group("What is indexed");
   command
       ->add_option("--max-file-size", options->largest_file,
@@ -147,9 +181,18 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
                     "Make the index anew; what velmora embed stored is gone");
   command->add_flag("-y,--yes", options->yes,
                     "Index your home folder, / or over 200,000 files too");
+  CLI::Option* const show =
+      command
+          ->add_option("--show", options->shown_file,
+                       "Show what a source file yields: its symbols, or why it has none; nothing is"
+                       " indexed")
+          ->type_name("FILE")
+          ->excludes(folder);
   command->option_defaults()->group("When");
-  command->add_flag("--watch", options->watch,
-                    "Go on: bring the index up to date whenever files change, until Ctrl-C");
+  command
+      ->add_flag("--watch", options->watch,
+                 "Go on: bring the index up to date whenever files change, until Ctrl-C")
+      ->excludes(show);
   command->add_flag("--no-wait", options->no_wait,
                     "Fail at once, with exit status 3, when another velmora is indexing");
   command->option_defaults()->group("Meaning");
@@ -163,6 +206,7 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
       "Examples:\n"
       "  velmora index\n"
       "  velmora index --watch ~/src/project\n"
+      "  velmora index --show src/config.py\n"
       "\n"
       "The index is DIR/.velmora/index.db. Later runs read only what has changed; meanwhile "
       "questions"
@@ -172,8 +216,14 @@ void add_index_command(CLI::App& app, ExitCode& exit_code) {
       language_list() +
       ".\n"
       "See also velmora help upkeep.\n"
-      "Exit status: 0 when it is up to date, 2 for wrong usage, 3 for any failure.");
+      "Exit status: 0 when it is up to date, 1 when a file to show has no symbols, 2 for wrong "
+      "usage,"
+      " 3 for any failure.");
   command->callback([options, &exit_code] {
+    if (options->shown_file) {
+      exit_code = show_file_symbols(*options->shown_file, options->largest_file);
+      return;
+    }
     index_folder(*options);
     exit_code = ExitCode::answered;
   });

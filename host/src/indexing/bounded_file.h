@@ -25,4 +25,9 @@ enum class Links { refuse, follow };
 [[nodiscard]] BoundedFile read_bounded(int folder, const std::string& name, std::size_t largest,
                                        Links links);
 
+// The first `count` bytes of `name`, or as many as it has, with the same care: its size does not
+// matter.
+[[nodiscard]] BoundedFile read_beginning(int folder, const std::string& name, std::size_t count,
+                                         Links links);
+
 }  // namespace velmora::host::indexing

@@ -91,11 +91,40 @@ std::string bracketed_text(std::string_view comment) {
   return join(std::move(lines), true);
 }
 
+// "(** text *)", "{-| text -}", "#= text =#": what stands between two characters at either end,
+// behind what names a documentation tool.
+std::string bordered_text(std::string_view comment) {
+  comment.remove_prefix(2);
+  comment.remove_suffix(std::min<std::size_t>(comment.size(), 2));
+  comment.remove_prefix(std::min(comment.find_first_not_of(BLANKS), comment.size()));
+  while (comment.ends_with('*')) comment.remove_suffix(1);
+  comment.remove_prefix(std::min(comment.find_first_not_of("*|^"), comment.size()));
+  std::vector<std::string_view> lines = split_lines(comment);
+  std::erase_if(lines, is_rule);
+  return join(std::move(lines), true);
+}
+
+// A string that documents what follows it.
+std::string quoted_text(std::string_view comment) {
+  const std::size_t first = std::min(comment.find_first_not_of('"'), comment.size());
+  comment.remove_prefix(first);
+  comment = comment.substr(0, comment.find_last_not_of('"') + 1);
+  return join(split_lines(comment), comment.find('\n') != 0);
+}
+
+bool is_bordered(std::string_view comment) {
+  return comment.starts_with("(*") || comment.starts_with("{-") ||
+         (comment.size() > 4 && comment.starts_with("#=") && comment[2] != '=' &&
+          comment.ends_with("=#"));
+}
+
 }  // namespace
 
 std::string comment_text(std::string_view comment,
                          std::span<const std::string_view> line_comments) {
   if (comment.starts_with("/*")) return block_text(comment);
+  if (is_bordered(comment)) return bordered_text(comment);
+  if (comment.starts_with('"')) return quoted_text(comment);
   if (is_block_comment(comment)) return bracketed_text(comment);
   std::vector<std::string_view> lines = split_lines(comment);
   for (std::string_view& line : lines) {
@@ -146,10 +175,11 @@ std::string without_directives(std::string_view text) {
 
 bool is_block_comment(std::string_view comment) {
   return comment.starts_with("/*") || comment.starts_with("--[[") || comment.starts_with("--[=") ||
-         comment.starts_with("=begin");
+         comment.starts_with("=begin") || is_bordered(comment) || comment.starts_with('"');
 }
 
 bool is_trailing_comment(std::string_view comment) {
+  if (comment.starts_with("-- ^")) return true;
   return comment.size() > 3 && comment[3] == '<' &&
          (comment.starts_with("///") || comment.starts_with("//!") || comment.starts_with("/**") ||
           comment.starts_with("/*!"));

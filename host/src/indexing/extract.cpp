@@ -92,7 +92,8 @@ Capture read_capture(std::string_view name) {
   constexpr std::pair<std::string_view, Role> ROLES[] = {
       {"scope", Role::scope},         {"type", Role::type},           {"wrapper", Role::wrapper},
       {"open", Role::open},           {"group", Role::group},         {"friend", Role::friends},
-      {"singleton", Role::singleton}, {"condition", Role::condition}, {"local", Role::local}};
+      {"singleton", Role::singleton}, {"condition", Role::condition}, {"returned", Role::returned},
+      {"local", Role::local}};
   for (const auto& [word, role] : ROLES) {
     if (word == name) return {.mark = Mark::enclosing, .role = role};
   }
@@ -275,7 +276,8 @@ class Extraction {
     TSNode last{};
     for (const Item& item : items) {
       while (!open_.empty() && open_.back().range.end <= item.range.start) open_.pop_back();
-      if (!open_.empty() && open_.back().role == Role::local) continue;
+      const bool is_local = !open_.empty() && open_.back().role == Role::local;
+      if (is_local && item.role != Role::returned) continue;
       if (item.mark == Mark::definition) {
         // Two patterns may find one node: the first in the query is the one that counts.
         if (!ts_node_is_null(last) && ts_node_eq(last, item.node)) continue;
@@ -326,6 +328,7 @@ class Extraction {
       around.name = language_.scope_name != nullptr ? language_.scope_name(item.name, source_)
                                                     : source_.line(item.name);
     }
+    if (around.role == Role::returned) around.role = Role::type;
     push(std::move(around));
   }
 
@@ -382,12 +385,26 @@ class Extraction {
       index::Symbol symbol = place(start, end);
       name(one, symbol);
       if (symbol.fqn.size() > LONGEST_NAME) continue;
+      if (continues_last(one, symbol)) {
+        symbols_.back().end_line = symbol.end_line;
+        bodies_.back().end = ts_node_end_byte(end);
+        continue;
+      }
       symbol.docstring = one.docstring ? one.docstring : above;
       add(std::move(symbol), {start_byte, ts_node_end_byte(end)});
+      clause_ = std::move(one.clause);
     }
     if (std::ranges::find(SCOPED_KINDS, kind) != std::end(SCOPED_KINDS)) {
       push({.role = Role::type, .range = item.range, .name = scope, .global = global});
+    } else if (declared.front().hides) {
+      push({.role = Role::local, .range = item.range});
     }
+  }
+
+  // Whether it is another clause of the symbol before it.
+  bool continues_last(const Declared& declared, const index::Symbol& symbol) const {
+    return !declared.clause.empty() && !symbols_.empty() && declared.clause == clause_ &&
+           symbol.fqn == symbols_.back().fqn;
   }
 
   void add(index::Symbol symbol, Range body) {
@@ -473,6 +490,7 @@ class Extraction {
   std::vector<Item> attributes_;  // those that stand before what they belong to, so far
   std::vector<index::Symbol> symbols_;
   std::vector<Range> bodies_;  // of the symbols, with decorators; that of a module is empty
+  std::string clause_;         // what the last symbol is a clause of
   std::size_t room_;           // that the symbols may still take
 };
 

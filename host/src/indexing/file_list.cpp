@@ -76,8 +76,7 @@ void add_tracked(const fs::path& root, const std::string& prefix, const TrackedP
     const bool is_there = folders.hold(folder) && fs::symlink_status(root / folder, gone).type() ==
                                                       fs::file_type::directory;
     if (is_there) {
-      list.skipped.push_back(
-          {std::move(folder), "it is another repository: index it by itself", true});
+      list.skipped.push_back({std::move(folder), std::string(OTHER_REPOSITORY), true});
     }
   }
 }
@@ -95,14 +94,12 @@ Walked find_in_work_tree(const fs::path& root, const fs::path& absolute, const W
   add_tracked(root, prefix, tracked, left_out, found.list);
   if (!index) {
     found.list.skipped.push_back(
-        {".git", "its index cannot be read: files that git tracks and ignores are missing"});
+        {".git", "its index cannot be read: files that git tracks and ignores are missing", true});
   }
   return found;
 }
 
-Walked find(const fs::path& root, std::size_t most_files,
-            const std::vector<std::string>& leave_out) {
-  LeftOut left_out(leave_out);
+Walked find(const fs::path& root, std::size_t most_files, LeftOut& left_out) {
   std::error_code error;
   const fs::path absolute = fs::canonical(root, error);
   if (error) throw fs::filesystem_error("cannot list files", root, error);
@@ -123,7 +120,14 @@ Walked find(const fs::path& root, std::size_t most_files,
 
 FileList list_files(const fs::path& root, std::size_t most_files,
                     const std::vector<std::string>& leave_out) {
-  FileList list = find(root, most_files, leave_out).list;
+  LeftOut left_out(leave_out);
+  FileList list = find(root, most_files, left_out).list;
+  for (const auto& [path, is_folder] : left_out.found()) {
+    // What git tracks may be gone.
+    std::error_code error;
+    if (fs::symlink_status(root / path, error).type() == fs::file_type::not_found) continue;
+    list.skipped.push_back({path, "the settings leave it out", is_folder});
+  }
   std::ranges::sort(list.files);
   // Most files are found both ways, and one with merge conflicts is tracked once a side.
   list.files.erase(std::unique(list.files.begin(), list.files.end()), list.files.end());
@@ -134,7 +138,8 @@ FileList list_files(const fs::path& root, std::size_t most_files,
 
 std::vector<std::string> list_folders(const fs::path& root,
                                       const std::vector<std::string>& leave_out) {
-  Walked found = find(root, ANY_NUMBER_OF_FILES, leave_out);
+  LeftOut left_out(leave_out);
+  Walked found = find(root, ANY_NUMBER_OF_FILES, left_out);
   std::set<std::string> folders(std::make_move_iterator(found.folders.begin()),
                                 std::make_move_iterator(found.folders.end()));
   folders.insert("");

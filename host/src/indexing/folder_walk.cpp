@@ -131,7 +131,7 @@ std::vector<FolderWalk::Entry> FolderWalk::entries_of(const Folder& folder, Rule
       if (name == "." || name == "..") continue;
       if (name == ".git") {
         if (tracked_ != nullptr && !is_root && is_other_repository(folder.path)) {
-          skip(folder.path, "it is another repository: index it by itself", true);
+          skip(folder.path, std::string(OTHER_REPOSITORY), true);
           return {};
         }
         continue;

@@ -18,6 +18,18 @@ bool mentions_cpp(std::string_view source) {
       WORDS, [&](std::string_view word) { return source.find(word) != std::string_view::npos; });
 }
 
+// Whether a line begins with what declares something in Objective-C, in a comment or not.
+bool declares_objc(std::string_view source) {
+  constexpr std::array<std::string_view, 3> WORDS = {"@interface ", "@protocol ", "@class "};
+  return std::ranges::any_of(WORDS, [&](std::string_view word) {
+    for (std::size_t at = source.find(word); at != std::string_view::npos;
+         at = source.find(word, at + 1)) {
+      if (at == 0 || source[at - 1] == '\n') return true;
+    }
+    return false;
+  });
+}
+
 // Whether there is a class or something in a namespace. To the grammar of C "namespace n { }" is a
 // function without parameters, and no error.
 bool declares_cpp(std::span<const index::Symbol> symbols) {
@@ -32,6 +44,9 @@ Header read_header(std::string_view path, std::string_view source, std::string_v
   const auto result = [](const ParsedFile& file) {
     return Header{file.language().name, find_symbols(file)};
   };
+  if (find_language("objc", path) != nullptr && declares_objc(source)) {
+    return result(ParsedFile("objc", path, source));
+  }
   if (expected == "cpp") return result(ParsedFile("cpp", path, source));
   const ParsedFile c("c", path, source);
   const std::size_t c_errors = c.count_errors();

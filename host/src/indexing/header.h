@@ -1,4 +1,4 @@
-// A .h file, which may be C or C++.
+// A .h file, which may be C, C++ or Objective-C.
 #pragma once
 
 #include <string_view>
@@ -13,7 +13,8 @@ struct Header {
   std::vector<index::Symbol> symbols;
 };
 
-// What a header is, and its symbols: C++ when that is what `expected` says; else what parses with
+// What a header is, and its symbols: Objective-C when something is declared as only that does; C++
+// when that is what `expected` says; else what parses with
 // fewer errors; with as many, C++ when there are classes or namespaces. Throws as extract_symbols
 // does.
 [[nodiscard]] Header read_header(std::string_view path, std::string_view source,

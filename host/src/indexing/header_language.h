@@ -22,6 +22,9 @@ class HeaderLanguage {
   // too, are C++.
   [[nodiscard]] bool among_cpp(std::string_view path) const;
 
+  // Whether there is any such source.
+  [[nodiscard]] bool any() const { return !folders_.empty(); }
+
  private:
   struct Sources {
     std::size_t c = 0;

@@ -35,6 +35,7 @@ struct Enclosing {
     friends,    // "friend": what is in it belongs to the scope around the class
     singleton,  // "class << self"
     condition,  // "#ifdef"; the name that it asks for may be the guard of the file
+    returned,   // a type that a function makes: it counts though it is local to the function
     local       // what is in it does not count
   };
   Role role = Role::scope;
@@ -59,6 +60,10 @@ struct Declared {
   std::optional<Enclosing::Role> only =
       {};                           // no symbol: it encloses what stands in it, in this role
   std::string_view separator = {};  // before the name, where it is not that of the language
+  // What tells apart definitions that follow each other under one qualified name: those with the
+  // same are clauses of one. Empty: this one stands alone.
+  std::string clause = {};
+  bool hides = false;  // what is in it does not count, which no query tells
 };
 
 class Comments;

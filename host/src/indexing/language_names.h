@@ -15,8 +15,12 @@ namespace velmora::host::indexing {
 // The names of all of them with commas, in alphabetical order.
 [[nodiscard]] std::string built_in_names();
 
-// The language that the extension of `path` tells, "" when it is none that is built in. A .h file
-// is "c" here: what it really is depends on the files around it.
+// The language that the name of the file at `path` tells, by its extension or as a whole
+// ("Rakefile"), "" when it is none that is built in. A .h file is "c" here: what it really is
+// depends on the files around it.
 [[nodiscard]] std::string_view language_of(std::string_view path);
+
+// The language that a program runs: "python" of "python3.12", "" when it is none that is built in.
+[[nodiscard]] std::string_view language_of_interpreter(std::string_view program);
 
 }  // namespace velmora::host::indexing

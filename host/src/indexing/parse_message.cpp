@@ -134,7 +134,8 @@ std::optional<ParseAnswer> read_answer(std::string_view message, const ParseRequ
   Reader reader(message);
   ParseAnswer answer;
   answer.language = reader.text();
-  const bool other = request.is_header && request.language == "c" && answer.language == "cpp";
+  const bool other = request.is_header && (answer.language == "objc" ||
+                                           (request.language == "c" && answer.language == "cpp"));
   if (answer.language != request.language && !other) return std::nullopt;
   const std::int64_t lines = 1 + std::ranges::count(request.source, '\n');
   while (reader.more()) {

@@ -102,7 +102,7 @@ void set_bounds(const ParseBounds& bounds) {
   memory.set_most(bounds.memory);
 #ifndef VELMORA_SANITIZED
   // What is not counted: the code, the stack, what grammars allocate past the count.
-  constexpr rlim_t REST = rlim_t{112} * 1024 * 1024;
+  constexpr rlim_t REST = rlim_t{144} * 1024 * 1024;
   limit(RLIMIT_AS, bounds.memory + REST);
 #endif
 }

@@ -39,6 +39,7 @@ bool LeftOut::matches(std::string_view path, bool is_folder) {
   if (is_empty_) return false;
   const bool left_out = rules_.ignores(path, is_folder, steps_);
   check_work(steps_, most_steps_);
+  if (left_out) found_.emplace(path, is_folder);
   return left_out;
 }
 

@@ -31,11 +31,15 @@ class LeftOut {
   // Whether a path is, or a folder above it. Each folder is looked at once.
   [[nodiscard]] bool covers(std::string_view path, bool is_folder);
 
+  // What turned out to be left out so far; true: a folder.
+  [[nodiscard]] const std::map<std::string, bool>& found() const { return found_; }
+
  private:
   const bool is_empty_;
   const IgnoreRules rules_;
   const std::uint64_t most_steps_;
   std::map<std::string, bool, std::less<>> folders_;
+  std::map<std::string, bool> found_;
   std::uint64_t steps_ = 0;
 };
 

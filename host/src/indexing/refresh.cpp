@@ -76,8 +76,9 @@ RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::
     ++report.removed;
     log(logging::Level::debug, "removed", path);
   }
-  const std::vector<Skipped>& folders = scan.skipped_folders();
-  report.skipped.insert(report.skipped.end(), folders.begin(), folders.end());
+  const std::vector<Skipped>& unlisted = scan.skipped();
+  report.skipped.insert(report.skipped.end(), unlisted.begin(), unlisted.end());
+  report.others = scan.others();
   std::ranges::sort(report.skipped, {}, &Skipped::path);
   for (const Skipped& one : report.skipped) {
     log(logging::Level::info, "skipped", one.path + ": " + one.reason);

@@ -6,7 +6,6 @@
 #include <map>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -61,7 +60,8 @@ class RepositoryScan::Impl {
 
   std::size_t file_count() const { return files().size(); }
   std::size_t files_done() const { return reading_; }
-  const std::vector<Skipped>& skipped_folders() const { return sources_.skipped(); }
+  const std::vector<Skipped>& skipped() const { return sources_.skipped(); }
+  const std::map<std::string, std::size_t>& others() const { return sources_.others(); }
 
  private:
   const std::vector<std::string>& files() const { return sources_.files(); }
@@ -101,27 +101,13 @@ class RepositoryScan::Impl {
       std::optional<LookedAt> looked =
           look_at(root_, file, sources_.expected_language(file), options_);
       if (looked) {
+        parse(*looked, worker);
         outcome.scanned = std::move(looked->scanned);
-        parse(looked->content, *outcome.scanned, worker);
       }
     } catch (...) {
       outcome.error = std::current_exception();
     }
     return outcome;
-  }
-
-  static void parse(std::string_view source, ScannedFile& scanned, ParseWorker& worker) {
-    index::FileRecord& file = scanned.file;
-    if (scanned.state != ScannedFile::State::read || !file.skipped.empty()) return;
-    Parsed parsed = worker.parse({.language = file.expected,
-                                  .is_header = file.is_header,
-                                  .path = file.path,
-                                  .source = source});
-    file.language = std::move(parsed.language);
-    file.skipped = std::move(parsed.skipped);
-    scanned.symbols = std::move(parsed.symbols);
-    // Without a hash it counts as not read yet.
-    if (parsed.passing) file.hash = 0;
   }
 
   const fs::path root_;
@@ -148,8 +134,7 @@ RepositoryScan::~RepositoryScan() = default;
 std::optional<ScannedFile> RepositoryScan::next() { return impl_->next(); }
 std::size_t RepositoryScan::file_count() const { return impl_->file_count(); }
 std::size_t RepositoryScan::files_done() const { return impl_->files_done(); }
-const std::vector<Skipped>& RepositoryScan::skipped_folders() const {
-  return impl_->skipped_folders();
-}
+const std::vector<Skipped>& RepositoryScan::skipped() const { return impl_->skipped(); }
+const std::map<std::string, std::size_t>& RepositoryScan::others() const { return impl_->others(); }
 
 }  // namespace velmora::host::indexing

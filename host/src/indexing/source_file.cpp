@@ -13,6 +13,7 @@
 
 #include "index/content_hash.h"
 #include "indexing/bounded_file.h"
+#include "indexing/embedded_source.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -161,12 +162,34 @@ std::optional<LookedAt> look_at(const std::filesystem::path& root, const std::st
     return result;
   }
   result.content = std::move(read.text);
+  result.language = expected.name;
+  if (auto embedded = embedded_source(path, expected.name, result.content)) {
+    result.content = std::move(embedded->text);
+    result.language = embedded->language;
+    file.skipped = embedded->fault;
+  }
+  if (!file.skipped.empty()) return result;
   if (result.content.find('\0') != std::string::npos) {
     file.skipped = "it is binary";
   } else if (is_generated(result.content)) {
     file.skipped = "it is generated or minified";
   }
   return result;
+}
+
+void parse(LookedAt& looked, ParseWorker& worker) {
+  ScannedFile& scanned = looked.scanned;
+  FileRecord& file = scanned.file;
+  if (scanned.state != ScannedFile::State::read || !file.skipped.empty()) return;
+  Parsed parsed = worker.parse({.language = looked.language,
+                                .is_header = file.is_header,
+                                .path = file.path,
+                                .source = looked.content});
+  file.language = std::move(parsed.language);
+  file.skipped = std::move(parsed.skipped);
+  scanned.symbols = std::move(parsed.symbols);
+  // Without a hash it counts as not read yet.
+  if (parsed.passing) file.hash = 0;
 }
 
 }  // namespace velmora::host::indexing

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "indexing/parse_worker.h"
 #include "indexing/source_list.h"
 #include "velmora/host/indexing/repository_scan.h"
 
@@ -32,8 +33,9 @@ struct Glance {
 // A scanned file without its symbols. In the state `read` the content is to be parsed, unless the
 // record tells why the file is left out.
 struct LookedAt {
-  ScannedFile scanned;
-  std::string content;
+  ScannedFile scanned = {};
+  std::string content = {};
+  std::string_view language = {};  // of the content: the one expected, but for embedded source
 };
 
 // The same, and reads the content of a file that is not the known one.
@@ -41,6 +43,10 @@ struct LookedAt {
                                               const std::string& path,
                                               const ExpectedLanguage& expected,
                                               const ScanOptions& options);
+
+// Has the worker parse what was read, unless that is not to be: its symbols, or why it has none.
+// Throws as ParseWorker does.
+void parse(LookedAt& looked, ParseWorker& worker);
 
 // The hash that a record keeps of a file's content. Never 0, which stands for no hash.
 [[nodiscard]] std::uint64_t hash_of(std::string_view content);

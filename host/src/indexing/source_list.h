@@ -1,4 +1,5 @@
-// Which files of a tree are sources, by their names and the rules for them.
+// Which files of a tree are sources: by their names, the rules for them, and what the files begin
+// with whose names leave it to that.
 #pragma once
 
 #include <cstddef>
@@ -24,25 +25,32 @@ struct ExpectedLanguage {
 // Any number of threads may ask one.
 class SourceList {
  public:
-  // Lists the files under `root`. Throws as list_files does.
+  // Lists the files under `root`, and reads the beginning of those without an extension. Throws as
+  // list_files does.
   SourceList(const std::filesystem::path& root, std::size_t most_files, const SourceRules& rules);
+
+  // The same of files that were listed, whatever the rules leave out.
+  SourceList(const std::filesystem::path& root, FileList list, const SourceRules& rules);
 
   // Those of languages that are indexed: relative to the root, forward slashes, sorted.
   [[nodiscard]] const std::vector<std::string>& files() const { return files_; }
 
-  // What list_files left out, and links to folders.
+  // What list_files left out, and links to folders. A file is here or counted below, never both.
   [[nodiscard]] const std::vector<Skipped>& skipped() const { return skipped_; }
 
-  // How many files are of no such language, by the extension of their names, with its dot; those
-  // without one, and with one that is longer than any that people use, are under "".
+  // How many files are of no such language, as RepositoryScan counts them.
   [[nodiscard]] const std::map<std::string, std::size_t>& others() const { return others_; }
 
-  // The language of one of the files, as the rules, its name and those of its neighbours tell.
+  // The language of one of the files, as the rules, its name or beginning, and the names of its
+  // neighbours tell.
   [[nodiscard]] ExpectedLanguage expected_language(const std::string& file) const;
 
  private:
+  [[nodiscard]] bool look_into(const std::filesystem::path& root, const std::string& file);
+
   std::vector<std::string> files_;
   std::map<std::string, std::string_view> told_;  // languages, by file, where a rule tells them
+  std::map<std::string, std::string_view> seen_;  // where the file's beginning does
   std::vector<Skipped> skipped_;
   std::map<std::string, std::size_t> others_;
   std::optional<HeaderLanguage> headers_;

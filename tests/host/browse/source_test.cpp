@@ -58,6 +58,17 @@ TEST_F(Source, ReadsLinesOfTheFileAsItIsNow) {
   EXPECT_EQ(read("a/b.c", 1, 1)->lines, Lines{"ONE"});
 }
 
+TEST_F(Source, ShowsTheCodeOfNotebooks) {
+  const std::string content =
+      "{\"cells\": [{\"cell_type\": \"code\", \"source\": [\n\"a = \\\"b\\\"\\n\",\n\"c\"\n]}]}";
+  folder_.write("tree/a.ipynb", content);
+  put("a.ipynb", content);
+  EXPECT_EQ(read("a.ipynb", 1, 9)->lines, (Lines{"", "a = \"b\"", "c"}));
+  EXPECT_FALSE(read("a.ipynb", 1, 1)->changed);
+  folder_.write("tree/a.ipynb", "{\n");
+  EXPECT_EQ(read("a.ipynb", 1, 9)->lines, Lines{"{"});
+}
+
 TEST_F(Source, LeadsNowhere) {
   folder_.write("secret.c", "secret");
   folder_.write("outside/c.c", "secret");

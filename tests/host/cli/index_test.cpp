@@ -6,10 +6,13 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "index/connection.h"
+#include "indexing/git_program.h"
 #include "support/process.h"
 #include "support/temporary_folder.h"
 #include "velmora/host/index/index.h"
@@ -30,20 +33,64 @@ TEST(IndexCommand, SaysWhatChanged) {
   folder.write("b.py", "def g(): pass");
   folder.write("c.py", "def h(): pass");
   folder.write("binary.py", std::string(1, '\0'));
+  for (const char* file : {"a.md", "b.md", "LICENSE", "module/m.py"}) folder.write(file, "");
   const std::string at = folder.path();
+  for (const fs::path& top : {folder.path(), folder.path() / "module"}) {
+    indexing::run_git(top, {"init", "-q"}, [](std::string_view) {});
+  }
   EXPECT_EQ(run_velmora({"index", at}).exit_code, 0);
   folder.write("a.py", "def other(): pass");
   folder.write("d.py", "");
   fs::remove(folder.path() / "b.py");
   const auto result = run_velmora({"index", at, "--max-file-size", "15", "--verbose"});
   EXPECT_NE(result.output.find(": 1 added, 0 changed, 1 removed, 1 unchanged\nSkipped 2 (1: it is "
-                               "binary, 1: it is larger than 15 bytes)"),
+                               "binary, 1: it is larger than 15 bytes); --verbose lists them\n"
+                               "3 files of other kinds: 2 .md, 1 without an extension\n"
+                               "Other repositories, not indexed with this one: module\n"),
             std::string::npos)
       << result.output;
   for (const char* line : {"added d.py\n", "removed b.py\n", "skipped binary.py: it is binary\n"}) {
     EXPECT_NE(result.errors.find(line), std::string::npos) << line << result.errors;
   }
   EXPECT_EQ(run_velmora({"index", at, "--max-file-size", "x"}).exit_code, 2);
+}
+
+TEST(IndexCommand, ShowsWhatAFileYields) {
+  const TemporaryFolder folder;
+  folder.write("app/store.py",
+               "class Store:\n    \"\"\"Keeps.\n\n    More.\"\"\"\n    def get(self, key): ...\n");
+  folder.write("app/a.h", "int f(void);\nclass A {};");
+  folder.write("app/b.cc", "");
+  folder.write("notes.md", "");
+  folder.write("empty.py", "");
+  folder.write("binary.py", std::string(1, '\0'));
+  folder.write(".gitignore", "app/\n");
+  const std::string store =
+      "app.store.Store\n    Store\n    Keeps.\n5  method app.store.Store.get\n"
+      "    Store.get(key)\n";
+  const auto show = [&](const std::string& file) {
+    return run_velmora({"index", "--show", file}, "", folder.path());
+  };
+  // Outside of a repository a file is named from its folder.
+  EXPECT_EQ(show("app/store.py").output,
+            "store.py: python, 2 symbols\n1-5  class store.Store\n    Store\n    Keeps.\n"
+            "5  method store.Store.get\n    Store.get(key)\n");
+  EXPECT_EQ(show("app/a.h").output.find("a.h: cpp, 2 symbols\n"), 0U);
+  indexing::run_git(folder.path(), {"init", "-q"}, [](std::string_view) {});
+  EXPECT_EQ(show((folder.path() / "app/store.py").string()).output,
+            "app/store.py: python, 2 symbols\n1-5  class " + store);
+  for (const auto& [file, fault] :
+       {std::pair("notes.md",
+                  "velmora: notes.md yields nothing: its language is none that is indexed\n"),
+        std::pair("binary.py", "velmora: binary.py yields nothing: it is binary\n"),
+        std::pair("empty.py", "")}) {
+    EXPECT_EQ(show(file).exit_code, 1) << file;
+    EXPECT_EQ(show(file).errors, fault);
+  }
+  EXPECT_EQ(show("none.py").exit_code, 3);
+  EXPECT_EQ(show("app").exit_code, 1);
+  EXPECT_EQ(run_velmora({"index", "--show", "a", "b"}).exit_code, 2);
+  EXPECT_FALSE(fs::exists(folder.path() / ".velmora"));
 }
 
 TEST(IndexCommand, LeavesTheLastIndexWhenItIsKilled) {

@@ -8,7 +8,11 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "indexing/embedded_source.h"
+#include "indexing/language_names.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -52,27 +56,45 @@ TEST(Extract, FindsTheSymbolsOfEachLanguage) {
                           Case{"csharp", "Ledger.cs", ""},
                           Case{"csharp", "Clock.cs", ""},
                           Case{"csharp", "Program.cs", ""},
+                          Case{"dart", "ledger.dart", ""},
+                          Case{"elixir", "ledger.ex", ""},
                           Case{"go", "ledger.go", "books/"},
                           Case{"go", "command.go", "books/"},
+                          Case{"haskell", "Ledger.hs", ""},
                           Case{"java", "Ledger.java", ""},
                           Case{"java", "package-info.java", "src/org/example/ledger/"},
                           Case{"java", "module-info.java", "src/"},
                           Case{"javascript", "cart.js", "web/"},
                           Case{"javascript", "plugin.js", "web/"},
                           Case{"javascript", "vendor.js", "web/"},
+                          Case{"julia", "ledger.jl", ""},
                           Case{"kotlin", "Ledger.kt", ""},
                           Case{"lua", "account.lua", ""},
+                          Case{"objc", "Ledger.m", ""},
+                          Case{"objc", "ledger.h", ""},
+                          Case{"ocaml", "ledger.ml", "src/"},
+                          Case{"ocaml", "ledger.mli", "src/"},
                           Case{"php", "ledger.php", ""},
                           Case{"php", "legacy.php", ""},
                           Case{"python", "store.py", "app/"},
+                          Case{"r", "ledger.R", ""},
                           Case{"ruby", "ledger.rb", ""},
                           Case{"rust", "pool.rs", "crates/thing-kit/src/"},
                           Case{"scala", "Ledger.scala", ""},
                           Case{"swift", "Ledger.swift", ""},
                           Case{"typescript", "store.ts", ""},
-                          Case{"typescript", "view.tsx", ""}}) {
+                          Case{"typescript", "view.tsx", ""},
+                          Case{"zig", "ledger.zig", ""},
+                          Case{"typescript", "Cart.vue", ""},
+                          Case{"javascript", "Stock.svelte", ""},
+                          Case{"python", "model.ipynb", "analysis/"}}) {
     const std::string path = std::string(one.folder) + one.file;
-    const auto symbols = extract_symbols(one.language, path, read(one.file));
+    std::string source = read(one.file);
+    if (auto embedded = embedded_source(path, language_of(path), source)) {
+      EXPECT_EQ(embedded->language, one.language);
+      source = std::move(embedded->text);
+    }
+    const auto symbols = extract_symbols(one.language, path, source);
     EXPECT_EQ(listed(symbols), read(std::string(one.file) + ".symbols")) << one.file;
     for (const index::Symbol& symbol : symbols) {
       EXPECT_EQ(symbol.language, one.language);

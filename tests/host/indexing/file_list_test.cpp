@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
+#include <map>
 #include <random>
 #include <set>
 #include <string>
@@ -15,6 +16,8 @@
 
 #include "indexing/git_program.h"
 #include "support/temporary_folder.h"
+#include "velmora/host/index/index.h"
+#include "velmora/host/indexing/refresh.h"
 
 namespace velmora::host::indexing {
 namespace {
@@ -241,11 +244,72 @@ TEST(FileList, IsGitsForEachKindOfIndex) {
       ASSERT_EQ(files, expected) << "round " << round << " in " << root;
     }
     if (kind == 7) {
-      const std::string reason = "it is another repository: index it by itself";
+      const std::string reason(OTHER_REPOSITORY);
       const std::vector<Skipped> skipped = list_files(top).skipped;
       EXPECT_TRUE(std::ranges::count(skipped, Skipped{"module", reason, true}) == 1);
     }
   }
+}
+
+// Every file that git lists is indexed, skipped, or of another kind, unless it is gone or in a
+// folder that is skipped; and so is every file of a tree without git.
+TEST(FileList, IsAccountedForByARefresh) {
+  const TemporaryFolder folder, outside;
+  const fs::path& top = folder.path();
+  for (const char* file : {"a.py", "b.go", "deep/c.rs", "README.md", "deep/notes.md", "data.json",
+                           "LICENSE", "gone.md", "gone.py", "ignored.py", "out/x.py", "out/y.md",
+                           "z.gen.py", "module/d.py", "two/e.py"}) {
+    folder.write(file, "");
+  }
+  folder.write("script", "#!/bin/sh\n");
+  folder.write("binary.py", std::string(1, '\0'));
+  folder.write("large.py", std::string(200, '#'));
+  folder.write(".gitignore", "ignored.py\n");
+  folder.write("deep/.gitignore", "#" + std::string(1U << 20U, '\n'));
+  fs::create_symlink("a.py", top / "link.py");
+  fs::create_symlink("nowhere", top / "link");
+  fs::create_directory_symlink("deep", top / "folder.link");
+  for (const char* repository : {"", "module", "two"}) {
+    git(top / repository, {"init", "-q"});
+    git(top / repository, {"add", "-f", "."});
+    git(top / repository, {"commit", "-q", "-m", "a"});
+  }
+  git(top, {"rm", "-rq", "--cached", "ignored.py", "module", "two"});
+  git(top, {"add", "module"});
+  fs::remove(top / "gone.md");
+  fs::remove(top / "gone.py");
+  const auto counted = [&](const Names& files) {
+    const auto index = index::Index::open_or_create(outside.path() / "index.db");
+    const RefreshReport report = refresh(
+        top, *index, {.rules = {.largest_file = 100, .leave_out = {"out/", "*.gen.py", "gone.*"}}});
+    std::size_t found = report.indexed();
+    for (const auto& [extension, count] : report.others) found += count;
+    std::size_t expected = 0;
+    for (const std::string& file : files) {
+      const bool is_inside = std::ranges::any_of(report.skipped, [&](const Skipped& one) {
+        return one.is_folder && (file == one.path || file.starts_with(one.path + "/"));
+      });
+      if (!is_inside && fs::exists(fs::symlink_status(top / file))) ++expected;
+    }
+    for (const Skipped& one : report.skipped) found += one.is_folder ? 0 : 1;
+    EXPECT_EQ(found, expected);
+    return report;
+  };
+  const RefreshReport report = counted(by_git(top));
+  EXPECT_EQ(report.indexed(), 4U);
+  EXPECT_EQ(report.others, (std::map<std::string, std::size_t>{{"", 3}, {".json", 1}, {".md", 2}}));
+  Names skipped;
+  for (const Skipped& one : report.skipped) skipped.push_back(one.path);
+  EXPECT_EQ(skipped, (Names{"binary.py", "deep/.gitignore", "folder.link", "large.py", "link.py",
+                            "module", "out", "two", "z.gen.py"}));
+  fs::remove_all(top / ".git");
+  Names all;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(top)) {
+    const std::string name = entry.path().lexically_relative(top);
+    if (entry.is_directory() && !entry.is_symlink()) continue;
+    if (name.find(".git/") == name.npos && name != "ignored.py") all.push_back(name);
+  }
+  counted(all);
 }
 
 TEST(FileList, FollowsNoLinkAndNeverNamesItsOwnFolder) {

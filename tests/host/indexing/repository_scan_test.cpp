@@ -1,8 +1,10 @@
 #include "velmora/host/indexing/repository_scan.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -53,11 +55,60 @@ TEST(RepositoryScan, SkipsWithAReason) {
              "large.py: it is larger than 100000 bytes", "link.py: it is a link within the tree",
              "loop.py: it is a link to nothing", "minified.py: it is generated or minified",
              "out.py: it is a link that leaves the tree"}));
-  EXPECT_EQ(scan.skipped_folders(),
+  EXPECT_EQ(scan.skipped(),
             (std::vector<Skipped>{{"circle", "it is a link within the tree", true},
                                   {"outside", "it is a link that leaves the tree", true}}));
   EXPECT_EQ(scan.file_count(), 8U);
   EXPECT_EQ(scan.files_done(), 8U);
+}
+
+TEST(RepositoryScan, KnowsFilesByTheirNamesAndBeginnings) {
+  struct Case {
+    const char* file;
+    std::string content;
+    const char* language;  // empty: it is of another kind
+  };
+  const Case cases[] = {
+      {"Rakefile", "", "ruby"},
+      {"a.rbi", "", "ruby"},
+      {".bashrc", "", "bash"},
+      {"build.sbt", "", "scala"},
+      {"kernel.cu", "", "cpp"},
+      {"a/b.c", "", "c"},
+      {"run", "#!/bin/sh\n", "bash"},
+      {"spaced", "#! /usr/bin/env  ruby -w\r\n", "ruby"},
+      {"versioned", "#!/usr/bin/python3.11", "python"},
+      {"split", "#!/usr/bin/env -S A=b node --no-warnings\n", "javascript"},
+      {"joined", "#!/usr/bin/env -Slua5.4\n", "lua"},
+      {"nothing", "#!/usr/bin/env -i\n", ""},
+      {"other", "#!/usr/bin/awk -f\n", ""},
+      {"late", "\n#!/bin/sh\n", ""},
+      {"empty", "", ""},
+      {"cut", "#!/" + std::string(600, 'a') + "/sh\n", ""},
+      {"named.txt", "#!/bin/sh\n", ""},
+      {"page.inc", "\xEF\xBB\xBF\n<?php\n", "php"},
+      {"c.inc", "/* */ int f(void);", "c"},
+      {"a/cpp.inc", "#  define A\nnamespace n { class A {}; }", "cpp"},
+      {"nasm.inc", "; text\n%define A\n", ""},
+      {"make.inc", "# define A\n", "c"},  // as a directive may be written
+      {"a/make.inc", "# the flags\n", ""},
+  };
+  const TemporaryFolder folder;
+  std::map<std::string, std::string> expected, found;
+  for (const Case& one : cases) {
+    folder.write(one.file, one.content);
+    if (*one.language != '\0') expected[one.file] = one.language;
+  }
+  ASSERT_EQ(::mkfifo((folder.path() / "pipe").c_str(), 0600), 0);
+  fs::create_symlink("run", folder.path() / "link");
+  RepositoryScan scan(folder.path());
+  while (const auto scanned = scan.next()) found[scanned->file.path] = scanned->file.language;
+  EXPECT_EQ(found, expected);
+  // Without any source of theirs, nothing is taken for C.
+  fs::remove(folder.path() / "a/b.c");
+  fs::remove(folder.path() / "kernel.cu");
+  RepositoryScan without(folder.path());
+  EXPECT_EQ(without.file_count(), expected.size() - 5);
 }
 
 TEST(RepositoryScan, TellsTheLanguageOfAHeaderByItsNeighbours) {

@@ -47,6 +47,15 @@ TEST(Steps, GrowWithTheSource) {
       {"javascript", {"assigned", ".js", "", "a.b = {c() {}};\n", ""}},
       {"javascript", {"chained", ".js", "", "a.b = ", "function () {};"}},
       {"javascript", {"objects", ".js", "a.b = ", "{c: ", "1"}},
+      {"elixir", {"attributes", ".ex", "defmodule A do\n", "@a 1\n", "def f, do: 1\nend"}},
+      {"elixir", {"functions", ".ex", "defmodule A do\n", "@doc \"a\"\ndef f(1), do: 1\n", "end"}},
+      {"haskell", {"clauses", ".hs", "f :: Int -> Int\n", "f 0 = 1\n", ""}},
+      {"julia", {"functions", ".jl", "", "\"a\"\nf(x) = x\n", ""}},
+      {"objc", {"macros", ".m", "", "NS_A(b, (c) ", ""}},
+      {"objc", {"methods", ".m", "@implementation A\n", "- (int)a:(int)b { return b; }\n", "@end"}},
+      {"ocaml", {"bindings", ".ml", "let a = 1", " and b = 2", ""}},
+      {"r", {"calls", ".R", "", "setClass('A', f = function(x) x)\n", ""}},
+      {"zig", {"constants", ".zig", "", "const a = 1;\n", ""}},
       {"python", {"docstrings", ".py", "", "def f():\n  '''text'''\n", ""}},
   };
   for (const Case& one : cases) {

@@ -179,7 +179,7 @@ TEST_F(Program, TellsTheDefaultsThatHold) {
 TEST_F(Program, IndexesWhatTheRepositorySays) {
   folder.write("kept.py", "def kept(): pass\n");
   folder.write("third_party/deep/a.py", "def theirs(): pass\n");
-  folder.write("page.inc", "<?php function page() {}\n");
+  folder.write("page.block", "<?php function page() {}\n");
   folder.write("odd.h", "int f(void);\n");
   const auto outline = [&] {
     std::string names;
@@ -193,9 +193,9 @@ TEST_F(Program, IndexesWhatTheRepositorySays) {
   };
   EXPECT_EQ(outline(), "kept python f c theirs python ");
   write_repository(
-      "index.leave_out = ['third_party/']\n[languages]\n'*.inc' = 'php'\n'*.h' = 'cpp'");
+      "index.leave_out = ['third_party/']\n[languages]\n'*.block' = 'php'\n'*.h' = 'cpp'");
   EXPECT_EQ(json::parse(run({"status", "--json"}).output)["changes"],
-            json({{"added", {"page.inc"}},
+            json({{"added", {"page.block"}},
                   {"changed", {"odd.h"}},
                   {"removed", {"third_party/deep/a.py"}}}));
   EXPECT_EQ(outline(), "kept python f cpp page php ");

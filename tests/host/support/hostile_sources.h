@@ -32,8 +32,9 @@ struct HostileSource {
 };
 
 inline constexpr std::string_view EVERY_EXTENSION[] = {
-    ".c",   ".h",  ".cpp", ".cs", ".go", ".java",  ".js",    ".kt", ".lua",
-    ".php", ".py", ".rb",  ".rs", ".sh", ".scala", ".swift", ".ts", ".tsx"};
+    ".c",  ".h",  ".cpp", ".cs",  ".dart",  ".ex",    ".go", ".hs",  ".java",
+    ".jl", ".js", ".kt",  ".lua", ".ml",    ".mli",   ".mm", ".php", ".py",
+    ".r",  ".rb", ".rs",  ".sh",  ".scala", ".swift", ".ts", ".tsx", ".zig"};
 
 // What is known to hurt one language, ...
 inline constexpr HostileSource HOSTILE_SOURCES[] = {
@@ -56,6 +57,8 @@ inline constexpr HostileSource HOSTILE_SOURCES[] = {
     {"attributes", ".rs", "", "#[a] // b\n", "fn f() {}"},
     {"macros", ".c", "int f() ", "AB(c) ", "x"},
     {"blanks", ".c", "// c\n", "                                \n", "int f() {} int g() {}"},
+    {"clauses", ".hs", "", "f 0 = 1\n", ""},
+    {"attributes", ".ex", "defmodule A do\n", "@a 1\n", "def f, do: 1\nend"},
     {"heredocs", ".rb", "", "<<A + ", ""},
     {"heredocs", ".sh", "", "cat <<A\n", ""},
     {"substitutions", ".sh", "", "$((", ""},

@@ -6,6 +6,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmora::host::indexing {
@@ -19,10 +20,13 @@ struct Skipped {
   bool operator==(const Skipped&) const = default;
 };
 
+// The reason of a folder that is one.
+inline constexpr std::string_view OTHER_REPOSITORY = "it is another repository: index it by itself";
+
 struct FileList {
   std::vector<std::string> files;  // relative to the root, forward slashes, sorted, each once
   std::vector<Skipped> skipped;    // by path: folders that cannot be read or that are left alone,
-                                   // paths beyond the system's limit
+                                   // paths beyond the system's limit, what rules leave out
 };
 
 // A tree has more files than it may have.
@@ -47,7 +51,7 @@ inline constexpr std::size_t ANY_NUMBER_OF_FILES = std::numeric_limits<std::size
 // Of ignore rules those are followed that stand in regular files of at most 1 MiB; a .gitignore
 // that a sparse checkout leaves out counts for nothing.
 //
-// What `leave_out` says, as SourceRules has it, is not there.
+// What `leave_out` says, as SourceRules has it, is skipped.
 //
 // Throws std::filesystem::filesystem_error when `root` cannot be read, TooManyFilesError as soon as
 // more than `most_files` are found, std::runtime_error as SourceRules says.

@@ -14,7 +14,7 @@ struct ParseLimits {
   std::chrono::microseconds time_per_mebibyte = std::chrono::seconds(2);  // ... this on top, ...
   std::chrono::microseconds longest = std::chrono::seconds(5);            // ... but no more.
   // What parsing may hold, in bytes: twice what real files of 2 MiB need. The process that parses
-  // takes up to 112 MiB more: its code, and what its allocator loses between blocks.
+  // takes up to 144 MiB more: its code, and what its allocator loses between blocks.
   std::size_t memory = std::size_t{320} * 1024 * 1024;
 
   [[nodiscard]] std::chrono::microseconds time_for(std::size_t bytes) const {

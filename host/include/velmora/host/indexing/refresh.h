@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "velmora/host/embedding/word_model.h"
@@ -16,15 +18,18 @@
 
 namespace velmora::host::indexing {
 
-// What a refresh did, in files. A file that is left out counts as skipped and nothing else.
+// What a refresh did, in files: those that are indexed, those that are skipped and the others are
+// all that there are, but for what is in a folder that is skipped. A file that is left out counts
+// as skipped and nothing else.
 struct RefreshReport {
   std::size_t added = 0;
   std::size_t changed = 0;
   std::size_t removed = 0;
   std::size_t unchanged = 0;
-  std::vector<Skipped> skipped;  // by path
-  std::int64_t symbols = 0;      // in the whole index
-  std::int64_t embedded = 0;     // symbols that got a vector now
+  std::vector<Skipped> skipped;                    // by path
+  std::map<std::string, std::size_t> others = {};  // as RepositoryScan counts them
+  std::int64_t symbols = 0;                        // in the whole index
+  std::int64_t embedded = 0;                       // symbols that got a vector now
 
   [[nodiscard]] std::size_t indexed() const { return added + changed + unchanged; }
 };

@@ -74,8 +74,12 @@ class RepositoryScan {
   [[nodiscard]] std::size_t file_count() const;
   [[nodiscard]] std::size_t files_done() const;
 
-  // Folders that were left out.
-  [[nodiscard]] const std::vector<Skipped>& skipped_folders() const;
+  // What is left out without next() saying so: folders for the most part.
+  [[nodiscard]] const std::vector<Skipped>& skipped() const;
+
+  // How many files are of no language that is indexed, by the extension of their names, with its
+  // dot; those without one, and with one that is longer than any that people use, are under "".
+  [[nodiscard]] const std::map<std::string, std::size_t>& others() const;
 
  private:
   class Impl;
