@@ -15,6 +15,7 @@
 #include <string>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "indexing/body_words.h"
@@ -182,11 +183,16 @@ struct Item {
   Range range;
 };
 
+using Nodes = std::unordered_set<const void*>;
+
 // What stands first of what has one range: a body, whether local or open, encloses the one
-// definition that it may consist of, and an open one is not local.
-int layer(const Item& item) {
+// definition that it may consist of, and an open one is not local. A definition that is local
+// inside encloses itself last.
+int layer(const Item& item, const Nodes& defined) {
   if (item.mark != Mark::enclosing) return 2;
-  return item.role == Role::open ? 0 : item.role == Role::local ? 1 : 2;
+  if (item.role == Role::open) return 0;
+  if (item.role != Role::local) return 2;
+  return defined.contains(item.node.id) ? 3 : 1;
 }
 
 // The matches of the query but for comments, those that begin earlier first, then those that
@@ -197,6 +203,7 @@ std::vector<Item> find_items(const Query& query, TSNode root, Source& source) {
   ts_query_cursor_set_match_limit(cursor.get(), MOST_OPEN_MATCHES);
   ts_query_cursor_exec(cursor.get(), query.query.get(), root);
   std::vector<std::pair<std::uint16_t, Item>> found;
+  Nodes defined;
   TSQueryMatch match;
   while (ts_query_cursor_next_match(cursor.get(), &match)) {
     if (!holds(query.conditions[match.pattern_index], match, source)) continue;
@@ -228,12 +235,13 @@ std::vector<Item> find_items(const Query& query, TSNode root, Source& source) {
     if (item.mark == Mark::enclosing && item.role == Role::scope) {
       source.scopes.emplace(source.raw(item.name));
     }
+    if (item.mark == Mark::definition) defined.insert(item.node.id);
     found.emplace_back(match.pattern_index, item);
   }
   std::ranges::sort(source.comments, {}, &Range::start);
-  std::ranges::stable_sort(found, {}, [](const auto& entry) {
+  std::ranges::stable_sort(found, {}, [&](const auto& entry) {
     const Item& item = entry.second;
-    return std::tuple(item.range.start, ~item.range.end, layer(item), entry.first);
+    return std::tuple(item.range.start, ~item.range.end, layer(item, defined), entry.first);
   });
   std::vector<Item> items;
   items.reserve(found.size());
