@@ -210,8 +210,11 @@ std::vector<Symbol> Catalog::counterparts(const Symbol& symbol) const {
   std::vector<Symbol> found;
   if (!may_have_parts(symbol.language, symbol.kind)) return found;
   Statement select = database_.prepare(
-      "SELECT id FROM symbols INDEXED BY parts_by_fqn WHERE fqn = ?1 AND " + may_have_parts_sql() +
-      " AND id <> ?2 LIMIT " + std::to_string(RowReader::MOST_COUNTERPARTS + 1));
+      "SELECT id FROM symbols INDEXED BY documented_by_fqn WHERE fqn = ?1 AND id <> ?2 AND " +
+      documented_sql() +
+      " UNION ALL SELECT id FROM symbols INDEXED BY undocumented_by_fqn"
+      " WHERE fqn = ?1 AND id <> ?2 AND " +
+      undocumented_sql() + " LIMIT " + std::to_string(RowReader::MOST_COUNTERPARTS + 1));
   select.bind(1, symbol.fqn).bind(2, *symbol.id);
   SymbolReader reader(database_);
   std::size_t count = 0;

@@ -22,12 +22,17 @@ constexpr auto LANGUAGES = utils::string_set("c", "cpp", "csharp", "kotlin", "sw
 constexpr auto KINDS =
     utils::string_set("function", "method", "constructor", "class", "struct", "interface");
 
-std::string sql_list(std::span<const std::string_view> words) {
-  std::string list;
+// SQLite would make a table of the words of an IN for each row that is stored.
+std::string sql_any(std::string_view column, std::span<const std::string_view> words) {
+  std::string text;
   for (const std::string_view word : words) {
-    list.append(list.empty() ? "('" : ", '").append(word).append("'");
+    text.append(text.empty() ? "(" : " OR ").append(column).append(" = '").append(word).append("'");
   }
-  return list + ")";
+  return text + ")";
+}
+
+std::string may_have_parts_sql() {
+  return sql_any("language", LANGUAGES.words()) + " AND " + sql_any("kind", KINDS.words());
 }
 
 bool is_c_family(std::string_view language) { return language == "c" || language == "cpp"; }
@@ -156,9 +161,9 @@ bool may_have_parts(std::string_view language, std::string_view kind) {
   return LANGUAGES.contains(language) && KINDS.contains(kind);
 }
 
-std::string may_have_parts_sql() {
-  return "language IN " + sql_list(LANGUAGES.words()) + " AND kind IN " + sql_list(KINDS.words());
-}
+std::string documented_sql() { return may_have_parts_sql() + " AND docstring IS NOT NULL"; }
+
+std::string undocumented_sql() { return may_have_parts_sql() + " AND docstring IS NULL"; }
 
 bool is_header(std::string_view path) {
   constexpr std::string_view EXTENSIONS[] = {".h", ".hh", ".hpp", ".hxx", ".h++", ".H", ".cuh"};

@@ -15,8 +15,10 @@ namespace velmora::host::index {
 // Whether a symbol may have a counterpart.
 [[nodiscard]] bool may_have_parts(std::string_view language, std::string_view kind);
 
-// The same as a condition on the rows of `symbols`. The index parts_by_fqn has the names of those.
-[[nodiscard]] std::string may_have_parts_sql();
+// Those with a docstring, and those without one, as conditions on the rows of `symbols`. The
+// indexes documented_by_fqn and undocumented_by_fqn have their names.
+[[nodiscard]] std::string documented_sql();
+[[nodiscard]] std::string undocumented_sql();
 
 // One of two symbols with the same fqn, both of which may have parts.
 struct Part {

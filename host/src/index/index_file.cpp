@@ -26,7 +26,7 @@ using storage::Statement;
 constexpr std::int64_t APPLICATION_ID = 0x56656C6D;  // "Velm"
 constexpr std::int64_t FORMAT = 10;
 
-// Without the index that makes counterparts found.
+// Without the indexes by which counterparts are found.
 constexpr std::string_view TABLES = R"sql(
 CREATE TABLE meta(
   identity TEXT NOT NULL,       -- random, made with the file
@@ -103,8 +103,9 @@ INSERT INTO meta(identity, generation, state, extraction)
 )sql";
 
 std::string all_tables() {
-  return std::string(TABLES) + "CREATE INDEX parts_by_fqn ON symbols(fqn) WHERE " +
-         may_have_parts_sql();
+  return std::string(TABLES) + "CREATE INDEX documented_by_fqn ON symbols(fqn) WHERE " +
+         documented_sql() + ";CREATE INDEX undocumented_by_fqn ON symbols(fqn) WHERE " +
+         undocumented_sql();
 }
 
 std::int64_t number(Database& database, std::string_view sql) {

@@ -20,7 +20,10 @@ bool OneOf::operator()(std::string_view word) {
 
 RowCursor::RowCursor(ReaderPool::Lease reader, std::span<const std::string_view> languages,
                      std::span<const std::string_view> kinds)
-    : reader_(std::move(reader)), language_wanted_(languages), kind_wanted_(kinds) {
+    : reader_(std::move(reader)),
+      rows_(reader_->database, RowReader::Use::many),
+      language_wanted_(languages),
+      kind_wanted_(kinds) {
   std::string sql(SELECT_SYMBOL_ROWS);
   sql.insert(sql.find(" FROM "), ", s.words");
   select_ = reader_->database.prepare(sql + " ORDER BY s.id");
@@ -33,7 +36,7 @@ const storage::SymbolRow* RowCursor::next() {
           !kind_wanted_(select_.column_text(ROW_KIND))) {
         continue;
       }
-      row_ = reader_->rows.read(select_);
+      row_ = rows_.read(select_);
       add_words(select_.column_text(WORDS));
       return &row_;
     }

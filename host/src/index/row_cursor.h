@@ -39,6 +39,7 @@ class RowCursor final : public storage::SymbolCursor {
 
   ReaderPool::Lease reader_;
   storage::Statement select_;  // gone before its connection is lent again
+  RowReader rows_;             // likewise; of the state that is read
   OneOf language_wanted_;
   OneOf kind_wanted_;
   storage::SymbolRow row_;

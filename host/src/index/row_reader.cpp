@@ -1,27 +1,48 @@
 #include "index/row_reader.h"
 
+#include <bit>
+#include <cstddef>
+#include <functional>
+
 #include "index/counterparts.h"
 
 namespace velmora::host::index {
 namespace {
 
-// The documented symbols of a name, and how many.
-std::string select_counterparts() {
-  const std::string documented = " FROM symbols INDEXED BY parts_by_fqn WHERE fqn = ?1 AND " +
-                                 may_have_parts_sql() + " AND docstring IS NOT NULL";
-  const std::string limit = std::to_string(RowReader::MOST_COUNTERPARTS);
-  return "SELECT o.language, o.kind, f.path, o.signature, o.docstring"
-         " FROM (SELECT *" +
-         documented + " LIMIT " + limit +
-         " + 1) AS o"
-         " CROSS JOIN files AS f ON f.id = o.file"
-         " ORDER BY f.path, o.id";
+constexpr std::size_t PLACES_A_NAME = 16;  // one of 16 other names is looked up for nothing
+
+std::string documented() {
+  return " FROM symbols INDEXED BY documented_by_fqn WHERE " + documented_sql();
 }
+
+// The documented symbols of a name, unless there are more than one too many.
+std::string select_counterparts() {
+  return "SELECT o.language, o.kind, f.path, o.signature, o.docstring FROM (SELECT *" +
+         documented() + " AND fqn = ?1 LIMIT " + std::to_string(RowReader::MOST_COUNTERPARTS + 1) +
+         ") AS o CROSS JOIN files AS f ON f.id = o.file ORDER BY f.path, o.id";
+}
+
+std::size_t hash(std::string_view name) { return std::hash<std::string_view>{}(name); }
 
 }  // namespace
 
-RowReader::RowReader(const storage::Database& database)
-    : counterparts_(database.prepare(select_counterparts(), SQLITE_PREPARE_PERSISTENT)) {}
+RowReader::RowReader(const storage::Database& database, Use use)
+    : counterparts_(database.prepare(select_counterparts(), SQLITE_PREPARE_PERSISTENT)),
+      names_(use == Use::many ? &database : nullptr) {}
+
+void RowReader::learn_names() {
+  storage::Statement select = names_->prepare("SELECT fqn" + documented());
+  std::vector<std::size_t> hashes;
+  while (select.step()) hashes.push_back(hash(select.column_text(0)));
+  documented_.resize(std::bit_ceil(PLACES_A_NAME * hashes.size() + 1));
+  for (const std::size_t name : hashes) documented_[name & (documented_.size() - 1)] = true;
+}
+
+bool RowReader::may_be_documented(std::string_view fqn) {
+  if (names_ == nullptr) return true;
+  if (documented_.empty()) learn_names();
+  return documented_[hash(fqn) & (documented_.size() - 1)];
+}
 
 storage::SymbolRow RowReader::read(const storage::Statement& select) {
   storage::SymbolRow row{.id = select.column_int64(0),
@@ -34,7 +55,8 @@ storage::SymbolRow RowReader::read(const storage::Statement& select) {
                          .signature = select.column_optional_text(7),
                          .docstring = select.column_optional_text(8)};
   const std::string_view language = select.column_text(ROW_LANGUAGE);
-  if (!row.docstring && may_have_parts(language, row.kind) && find_docstring(row, language)) {
+  if (!row.docstring && may_have_parts(language, row.kind) && may_be_documented(row.fqn) &&
+      find_docstring(row, language)) {
     row.docstring = docstring_;
   }
   return row;

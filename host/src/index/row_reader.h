@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "velmora/storage/repository_retrieval.h"
 #include "velmora/storage/sqlite.h"
@@ -27,17 +28,25 @@ class RowReader {
  public:
   static constexpr int MOST_COUNTERPARTS = 8;
 
-  explicit RowReader(const storage::Database& database);
+  // A reader of many rows learns with the first one which names have a docstring, which spares most
+  // look-ups: it reads rows of one state of the index.
+  enum class Use { few, many };
+
+  explicit RowReader(const storage::Database& database, Use use = Use::few);
 
   // The row at which `select` stands. Its texts live until the statement's next step, its docstring
   // until the reader's next row too.
   [[nodiscard]] storage::SymbolRow read(const storage::Statement& select);
 
  private:
+  [[nodiscard]] bool may_be_documented(std::string_view fqn);
+  void learn_names();
   [[nodiscard]] bool find_docstring(const storage::SymbolRow& row, std::string_view language);
 
   storage::Statement counterparts_;
-  std::string docstring_;  // of a counterpart
+  const storage::Database* names_;     // which are to be learnt; null: none
+  std::vector<bool> documented_ = {};  // by the hash of a name; empty: not known
+  std::string docstring_;              // of a counterpart
 };
 
 }  // namespace velmora::host::index

@@ -139,7 +139,7 @@ void TextVectors::take_away(std::int64_t model, SymbolId symbol) {
 TextVectors::Links TextVectors::link_symbols(std::int64_t model, Statement& select,
                                              const KeyOf& key_of) {
   Links links;
-  RowReader rows(database_);
+  RowReader rows(database_, RowReader::Use::many);
   while (select.step()) {
     const storage::SymbolRow symbol = rows.read(select);
     const std::optional<TextKey> key = key_of(symbol);

@@ -74,9 +74,8 @@ class Update::Impl {
                                " WHERE kind = 'int8' OR text_length IS NOT NULL")),
         // Those without a docstring, which they may have from another one.
         select_counterparts_(database.prepare(
-            "SELECT id FROM symbols INDEXED BY parts_by_fqn WHERE fqn = ? AND docstring IS NULL"
-            " AND " +
-            may_have_parts_sql())),
+            "SELECT id FROM symbols INDEXED BY undocumented_by_fqn WHERE fqn = ? AND " +
+            undocumented_sql())),
         wait_no_more_(database.prepare(
             "DELETE FROM waiting WHERE model IN (SELECT id FROM models) AND symbol = ?")),
         text_vectors_(database),
@@ -136,7 +135,7 @@ class Update::Impl {
     Statement select =
         database_.prepare(std::string(SELECT_SYMBOL_ROWS) + which + " ORDER BY s.id");
     if (!is_new) select.bind(1, model);
-    RowReader rows(database_);
+    RowReader rows(database_, RowReader::Use::many);
     EmbeddingWriter embeddings(database_);
     std::vector<float> vector(dimensions);
     std::int64_t stored = 0;

@@ -109,6 +109,11 @@ TEST_F(Browse, ShowsTheDefinitionThatIsMeant) {
   // A docstring that its lines do not show.
   EXPECT_EQ(without_ids(run({"show", "a"}).output).find("app/pair.c:2  function a  "), 0U);
   EXPECT_NE(run({"show", "a"}).output.find("\n    Adds.\n2  int a(int n)"), std::string::npos);
+  // A body, and what a header says of it.
+  folder_.write("repo/app/a.h", "// Gives one.\nint b(void);\n");
+  EXPECT_EQ(without_ids(run({"show", "b"}).output),
+            "app/pair.c:2  function b  b(void) -> int\n    see also app/a.h:2\n    Gives one.\n"
+            "2  int a(int n) { return n; } int b(void) { return 1; }\n");
   folder_.write("repo/app/store.py", "# New.\n" + std::string(STORE));
   const std::string left = run({"show", "--no-refresh", "Load"}).output;
   EXPECT_NE(left.find("The file changed since it was indexed: these"), std::string::npos);
