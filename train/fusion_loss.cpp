@@ -45,15 +45,15 @@ Vote vote(float cosine, const VoteSteps& steps, const Heights& heights) {
 
 }  // namespace
 
-std::vector<VoteSteps> vote_steps(Floats answer_cosines, std::size_t questions, Workers& workers) {
-  const std::size_t answers = answer_cosines.size() / questions;
+std::vector<VoteSteps> vote_steps(Floats shared_cosines, std::size_t questions, Workers& workers) {
+  const std::size_t symbols = shared_cosines.size() / questions;
   std::vector<VoteSteps> steps(questions);
-  const auto entry = static_cast<std::ptrdiff_t>(ENTRY * static_cast<double>(answers));
-  const auto top = static_cast<std::ptrdiff_t>(TOP * static_cast<double>(answers));
+  const auto entry = static_cast<std::ptrdiff_t>(ENTRY * static_cast<double>(symbols));
+  const auto top = static_cast<std::ptrdiff_t>(TOP * static_cast<double>(symbols));
   workers.run(pieces(questions), [&](std::size_t number) {
     const Range range = piece(number, questions);
     for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
-      const auto row = std::span(answer_cosines).subspan(i * answers, answers);
+      const auto row = std::span(shared_cosines).subspan(i * symbols, symbols);
       std::nth_element(row.begin(), row.begin() + entry, row.end(), std::greater<>());
       steps[i].entry = row[static_cast<std::size_t>(entry)];
       std::nth_element(row.begin(), row.begin() + top, row.begin() + entry + 1, std::greater<>());
@@ -67,6 +67,7 @@ double add_fusion_loss(const Batch& batch, const Encoded& questions, const Encod
                        const std::vector<VoteSteps>& steps, float weight, Workers& workers,
                        Floats& by_questions, Floats& by_symbols) {
   const std::size_t count = batch.question_ids.size();
+  const std::size_t first_rival = batch.symbol_ids.size();
   const std::size_t width = questions.vectors.dimensions;
   const float share = weight / static_cast<float>(count);
   const Heights heights{workers::retrieval::RetrievalSettings()};
@@ -81,7 +82,7 @@ double add_fusion_loss(const Batch& batch, const Encoded& questions, const Encod
       if (rivals == 0) continue;
       const auto question = vector(questions.vectors.row(i));
       // The rows of the candidates: the rivals, then the answer.
-      const auto row = [&](std::size_t k) { return k == rivals ? i : count + begin + k; };
+      const auto row = [&](std::size_t k) { return k == rivals ? i : first_rival + begin + k; };
       votes.clear();
       likelihoods.clear();
       for (std::size_t k = 0; k <= rivals; ++k) {

@@ -17,10 +17,10 @@ struct VoteSteps {
   float top = 0.0F;
 };
 
-// The steps of every one of `questions`, from its cosines with all answers of the batch: a batch
-// stands for its repository, and the list takes about the same part of either. REQUIRES: there is a
-// question.
-[[nodiscard]] std::vector<VoteSteps> vote_steps(Floats answer_cosines, std::size_t questions,
+// The steps of every one of `questions`, from its cosines with all answers and bystanders of the
+// batch: a batch stands for its repository, and the list takes about the same part of either.
+// REQUIRES: there is a question.
+[[nodiscard]] std::vector<VoteSteps> vote_steps(Floats shared_cosines, std::size_t questions,
                                                 Workers& workers);
 
 // Adds `weight` times the mean over the questions of the cross entropy of picking the answer among

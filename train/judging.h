@@ -22,21 +22,33 @@ namespace velmora::train {
 struct Parts {
   bool sentences = false;  // the first word of a sentence is read as prose
   bool bodies = false;     // text search reads the words of bodies
+  bool model = false;      // the embedding model of now, not the one before it
   bool decision = false;   // the first hits are reordered
 
   bool operator==(const Parts&) const = default;
+
+  // Whether all of `others` are among these.
+  [[nodiscard]] bool hold(const Parts& others) const {
+    return sentences >= others.sentences && bodies >= others.bodies && model >= others.model &&
+           decision >= others.decision;
+  }
 };
 
 // "fusion", or what is added to it: "sentences + bodies".
 [[nodiscard]] std::string name_of(const Parts& parts);
 
+// The embedding models that are compared. Where one is null, no vectors take part.
+struct EmbeddingModels {
+  std::shared_ptr<const host::embedding::WordModel> now = nullptr;
+  std::shared_ptr<const host::embedding::WordModel> before = nullptr;
+};
+
 // Puts the questions of one exam. One thread uses it at a time.
 class ExamAsker {
  public:
   // `tree` and `exam` live as long as this. `decisions` may be null when none is asked for.
-  ExamAsker(const Tree& tree, const TreeExam& exam,
-            std::shared_ptr<const host::embedding::WordModel> model,
-            std::shared_ptr<engines::RerankClient> decisions);
+  ExamAsker(const Tree& tree, const TreeExam& exam, EmbeddingModels models = {},
+            std::shared_ptr<engines::RerankClient> decisions = nullptr);
 
   // The first ANSWER_LIMIT hits, whose ids are numbers of the tree's symbols.
   [[nodiscard]] workers::retrieval::RetrievalResult ask(const Question& question,
@@ -45,12 +57,19 @@ class ExamAsker {
  private:
   const Tree& tree_;
   const TreeExam& exam_;
-  const std::shared_ptr<const host::embedding::WordModel> model_;
+  // A model with the tree's vectors by it, made when first asked for.
+  struct Embedded {
+    std::shared_ptr<const host::embedding::WordModel> model = nullptr;
+    std::shared_ptr<const TreeVectors> vectors = nullptr;
+  };
+
+  Embedded& embedded(bool now);
+
   const std::shared_ptr<engines::RerankClient> decisions_;
-  const std::shared_ptr<const TreeVectors> vectors_;
   std::unordered_set<std::string_view> things_;  // names of what cannot be called
-  // Without and with bodies, made when first asked.
-  std::array<std::unique_ptr<workers::retrieval::HybridRetriever>, 2> retrievers_;
+  std::array<Embedded, 2> embedded_;             // before and now
+  // Without and with bodies, by the model before and the one of now; made when first asked.
+  std::array<std::array<std::unique_ptr<workers::retrieval::HybridRetriever>, 2>, 2> retrievers_;
 };
 
 struct JudgedQuestion {
@@ -72,8 +91,7 @@ struct JudgedTree {
 };
 
 [[nodiscard]] JudgedTree judge(const Tree& tree, std::span<const Parts> parts,
-                               const ExamOptions& options,
-                               const std::shared_ptr<const host::embedding::WordModel>& model,
+                               const ExamOptions& options, const EmbeddingModels& models,
                                const std::shared_ptr<engines::RerankClient>& decisions);
 
 }  // namespace velmora::train

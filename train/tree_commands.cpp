@@ -38,6 +38,7 @@ using host::embedding::WordModel;
 struct Arguments {
   std::string trees;
   std::string model = "models/builtin.model";
+  std::optional<std::string> before;
   TreeSet set = TreeSet::validation;
   std::string decision = "models/builtin.decision";
   bool without_sentences = false;
@@ -88,26 +89,28 @@ std::vector<Result> each_tree(const std::vector<fs::path>& files, Workers& worke
   return results;
 }
 
-// Each part by itself, then one after the other.
+// Each part by itself, but for the decision, which was learned over all others; then one after the
+// other.
 std::vector<Parts> all_parts() {
   return {{},
           {.sentences = true},
           {.bodies = true},
-          {.decision = true},
+          {.model = true},
           {.sentences = true, .bodies = true},
-          {.sentences = true, .decision = true},
-          {.sentences = true, .bodies = true, .decision = true}};
+          {.sentences = true, .bodies = true, .model = true},
+          {.sentences = true, .bodies = true, .model = true, .decision = true}};
 }
 
 std::string judged(const Arguments& arguments, TreeSet set, const std::vector<Parts>& parts,
                    Workers& workers) {
-  const auto model = WordModel::open(arguments.model);
+  const EmbeddingModels models = {WordModel::open(arguments.model),
+                                  arguments.before ? WordModel::open(*arguments.before) : nullptr};
   static_cast<void>(host::decision::read_weights(arguments.decision));  // tells what is wrong
   const auto decisions = std::make_shared<host::decision::BuiltinDecision>(
       arguments.decision, std::make_shared<host::embedding::BuiltinEngine>(arguments.model));
   const std::vector<JudgedTree> trees = each_tree<JudgedTree>(
       files_of(arguments, set), workers,
-      [&](const Tree& tree) { return judge(tree, parts, arguments.exams, model, decisions); });
+      [&](const Tree& tree) { return judge(tree, parts, arguments.exams, models, decisions); });
   return judged_markdown(trees, parts);
 }
 
@@ -122,7 +125,8 @@ void tell(const Arguments& arguments, TreeSet set, unsigned threads) {
 void decide(const Arguments& arguments, Workers& workers) {
   const auto model = WordModel::open(arguments.model);
   const Parts parts = {.sentences = !arguments.without_sentences,
-                       .bodies = !arguments.without_bodies};
+                       .bodies = !arguments.without_bodies,
+                       .model = true};
   const ExamOptions exams = {.questions = arguments.learned_questions,
                              .seed = arguments.exams.seed};
   std::vector<RankedQuestion> questions;
@@ -171,6 +175,10 @@ void add_tree_commands(CLI::App& app, const unsigned& threads) {
       "report", "Measure the same by the trees of the test set, by which nothing is ever chosen");
   add_common(*report, *arguments);
   for (CLI::App* command : {judge, report}) {
+    command
+        ->add_option("--before-model", arguments->before,
+                     "The embedding model of the fusion that the parts are added to")
+        ->required();
     command->add_option("--decision", arguments->decision, "The weights of the decision model")
         ->capture_default_str();
     command->add_option("--report", arguments->page, "Puts the tables into this file");

@@ -88,7 +88,8 @@ Tuned tune(const std::filesystem::path& root, const std::filesystem::path& model
   std::vector<Pair> pairs = std::move(mined.docs);
   pairs.insert(pairs.end(), mined.commits.begin(), mined.commits.end());
   // Small steps: what all repositories taught must not be lost to one.
-  const WordModelData data = train_model(pairs, {},
+  const std::vector<Lesson> lessons = lessons_of(pairs, {.questions = pairs.size()});
+  const WordModelData data = train_model(lessons,
                                          {.vocabulary = {.least_repositories = 1},
                                           .epochs = 6,
                                           .rate = 0.05F,

@@ -30,7 +30,9 @@ Batch tiny_batch(Random& random) {
     batch.question_ids.push_back(text == 4 ? 1 : text);
     batch.symbol_ids.push_back(text == 5 ? 2 : text);
   }
-  // Two rivals for every other question.
+  // A bystander, and two rivals for every other question.
+  batch.symbols.add(std::vector<Term>{{3, 1.0F}, {7, 0.5F}});
+  batch.symbol_ids.push_back(6);
   for (std::uint32_t text = 0; text < batch.question_ids.size(); ++text) {
     if (text % 2 == 0) {
       for (int i = 0; i < 2; ++i) {
@@ -61,7 +63,7 @@ Step step(const Batch& batch, const Table& table, const std::vector<VoteSteps>& 
   Floats question_side;
   Floats symbol_side;
   Step result;
-  result.loss = contrastive_loss(batch, questions, symbols, cosines(questions, symbols, 6, workers),
+  result.loss = contrastive_loss(batch, questions, symbols, cosines(questions, symbols, 7, workers),
                                  {0.5F, 3.0F}, workers, question_side, symbol_side);
   result.loss +=
       add_fusion_loss(batch, questions, symbols, votes, 2.0F, workers, question_side, symbol_side);
@@ -76,9 +78,9 @@ TEST(Gradient, IsWhatSmallChangesOfTheNumbersDoToTheLoss) {
   const Batch batch = tiny_batch(random);
   Table table = {4, Floats(40)};
   for (float& value : table.rows) value = static_cast<float>(4.0 * random.uniform() - 2.0);
-  const Floats answer_cosines = cosines(encode(batch.questions, table, workers),
-                                        encode(batch.symbols, table, workers), 6, workers);
-  const std::vector<VoteSteps> votes = vote_steps(answer_cosines, 6, workers);
+  const Floats shared_cosines = cosines(encode(batch.questions, table, workers),
+                                        encode(batch.symbols, table, workers), 7, workers);
+  const std::vector<VoteSteps> votes = vote_steps(shared_cosines, 6, workers);
   const Step exact = step(batch, table, votes, workers);
   std::vector<double> gradient(table.rows.size());
   for (const Gradient* side : {&exact.by_questions, &exact.by_symbols}) {
@@ -122,13 +124,13 @@ std::vector<Pair> synonyms() {
 }
 
 TEST(Training, LearnsSynonymsAndGivesTheSameBitsWithAnyNumberOfThreads) {
-  const std::vector<Pair> pairs = synonyms();
+  const std::vector<Lesson> lessons = lessons_of(synonyms(), {});
   const TrainingOptions options = {
       .dimensions = 16, .vocabulary = {.least_repositories = 1}, .epochs = 60, .batch = 300};
   std::vector<host::embedding::WordModelData> models;
   for (const unsigned threads : {1U, 3U}) {
     Workers workers(threads);
-    models.push_back(train_model(pairs, {}, options, workers));
+    models.push_back(train_model(lessons, options, workers));
   }
   EXPECT_EQ(models[0].words, models[1].words);
   EXPECT_EQ(models[0].rows, models[1].rows);
@@ -168,15 +170,15 @@ std::vector<Pair> neighbours() {
 }
 
 TEST(Rivals, AreWhatTextFindsAndIsWrongWithItsScores) {
-  const std::vector<Pair> pairs = neighbours();
+  const std::vector<Lesson> lessons = lessons_of(neighbours(), {});
   Workers workers(2);
   Vocabulary vocabulary({"config"});
-  const Rivals rivals(pairs, pairs, vocabulary, {}, workers);
-  // The symbols have the numbers of their pairs. Nothing says what they do but their names, so text
-  // finds those that share a word with the question, those that share both first.
+  const Rivals rivals(lessons, places_of(lessons), vocabulary, {}, workers);
+  // The places and the symbols have the numbers of the pairs. Nothing says what they do but their
+  // names, so text finds those that share a word with the question, those that share both first.
   const auto symbols_of = [&](std::size_t pair) {
     std::vector<std::uint32_t> symbols;
-    for (const Rival& rival : rivals.of[pair]) symbols.push_back(rival.symbol);
+    for (const Rival& rival : rivals.of.at(pair)) symbols.push_back(rival.symbol);
     return symbols;
   };
   EXPECT_EQ(symbols_of(0), (std::vector<std::uint32_t>{2}));    // read_socket answers it too
@@ -192,8 +194,9 @@ TEST(Vocabulary, LearnsTheWordsOfSeveralTextsAndRepositories) {
   const std::vector<Pair> pairs = {{.repository = "a", .query = "open shared twice"},
                                    {.repository = "a", .query = "open twice"},
                                    {.repository = "b", .query = "open shared once"}};
+  const std::vector<Lesson> lessons = lessons_of(pairs, {});
   const auto words = [&](const VocabularyOptions& options) {
-    return Vocabulary::of(pairs, {}, options).words();
+    return Vocabulary::of(lessons, {}, options).words();
   };
   EXPECT_EQ(words({2, 1}), (std::vector<std::string>{"open", "shared", "twice"}));
   EXPECT_EQ(words({2, 2}), (std::vector<std::string>{"open", "shared"}));

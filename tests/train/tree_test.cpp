@@ -142,7 +142,8 @@ TEST(DecisionTraining, LearnsTheSameBytesAndWhatHelps) {
     Workers workers(threads);
     std::vector<std::vector<RankedQuestion>> trees(4);
     workers.run(trees.size(), [&](std::size_t number) {
-      trees[number] = ranked_questions(small_tree(number + 1), {.bodies = true}, {}, model);
+      trees[number] =
+          ranked_questions(small_tree(number + 1), {.bodies = true, .model = true}, {}, model);
     });
     std::vector<RankedQuestion> all;
     for (auto& tree : trees) std::move(tree.begin(), tree.end(), std::back_inserter(all));

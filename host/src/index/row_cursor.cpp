@@ -20,6 +20,11 @@ bool OneOf::operator()(std::string_view word) {
   return last_ != words_.end();
 }
 
+std::string select_symbol_rows_with(std::string_view columns) {
+  std::string sql(SELECT_SYMBOL_ROWS);
+  return sql.insert(sql.find(" FROM "), ", " + std::string(columns));
+}
+
 storage::SymbolRow symbol_row(const storage::Statement& select) {
   return {.id = select.column_int64(0),
           .fqn = select.column_text(1),
@@ -35,9 +40,8 @@ storage::SymbolRow symbol_row(const storage::Statement& select) {
 RowCursor::RowCursor(ReaderPool::Lease reader, std::span<const std::string_view> languages,
                      std::span<const std::string_view> kinds)
     : reader_(std::move(reader)), language_wanted_(languages), kind_wanted_(kinds) {
-  std::string sql(SELECT_SYMBOL_ROWS);
-  sql.insert(sql.find(" FROM "), ", s.language, s.words");
-  select_ = reader_->database.prepare(sql + " ORDER BY s.id");
+  select_ =
+      reader_->database.prepare(select_symbol_rows_with("s.language, s.words") + " ORDER BY s.id");
 }
 
 const storage::SymbolRow* RowCursor::next() {

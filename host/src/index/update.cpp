@@ -23,15 +23,16 @@ using storage::Statement;
 struct Stored {
   // What a model may read of a symbol; its path stays.
   std::tuple<std::string, std::string, std::string, std::optional<std::string>,
-             std::optional<std::string>>
+             std::optional<std::string>, std::string>
       text;
-  std::tuple<std::string, std::int64_t, std::int64_t, std::string> rest;
+  std::tuple<std::string, std::int64_t, std::int64_t> rest;
 
   static auto text_of(const Symbol& symbol) {
-    return std::tie(symbol.kind, symbol.fqn, symbol.name, symbol.signature, symbol.docstring);
+    return std::tie(symbol.kind, symbol.fqn, symbol.name, symbol.signature, symbol.docstring,
+                    symbol.words);
   }
   static auto rest_of(const Symbol& symbol) {
-    return std::tie(symbol.language, symbol.start_line, symbol.end_line, symbol.words);
+    return std::tie(symbol.language, symbol.start_line, symbol.end_line);
   }
 };
 
@@ -123,15 +124,16 @@ class Update::Impl {
     const auto [model, is_new] = own_model(name);
     const char* const which =
         is_new ? "" : " WHERE s.id IN (SELECT symbol FROM waiting WHERE model = ?1)";
+    constexpr int WORDS = 9;
     Statement select =
-        database_.prepare(std::string(SELECT_SYMBOL_ROWS) + which + " ORDER BY s.id");
+        database_.prepare(select_symbol_rows_with("s.words") + which + " ORDER BY s.id");
     if (!is_new) select.bind(1, model);
     EmbeddingWriter embeddings(database_);
     std::vector<float> vector(dimensions);
     std::int64_t stored = 0;
     while (select.step()) {
       const storage::SymbolRow symbol = symbol_row(select);
-      if (!vector_of(symbol, vector)) continue;
+      if (!vector_of(symbol, select.column_text(WORDS), vector)) continue;
       embeddings.add(model, symbol.id, stored_vector(vector, VectorKind::int8));
       ++stored;
     }
@@ -213,11 +215,11 @@ class Update::Impl {
     select_symbols_.bind(1, symbol_id(file, 0)).bind(2, symbol_id(file + 1, 0));
     while (select_symbols_.step()) {
       const Statement& row = select_symbols_;
-      stored.emplace(
-          row.column_int64(0),
-          Stored{{column(row, 3), column(row, 1), column(row, 2),
-                  owned(row.column_optional_text(7)), owned(row.column_optional_text(8))},
-                 {column(row, 4), row.column_int64(5), row.column_int64(6), column(row, 9)}});
+      stored.emplace(row.column_int64(0),
+                     Stored{{column(row, 3), column(row, 1), column(row, 2),
+                             owned(row.column_optional_text(7)), owned(row.column_optional_text(8)),
+                             column(row, 9)},
+                            {column(row, 4), row.column_int64(5), row.column_int64(6)}});
     }
     select_symbols_.reset();
     return stored;

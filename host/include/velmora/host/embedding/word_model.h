@@ -32,6 +32,7 @@ struct SymbolParts {
   std::string_view signature = {};
   std::string_view path = {};  // relative to the repository
   std::string_view docstring = {};
+  std::string_view body = {};  // words of its source, with spaces between
 };
 
 // How much of a part of a symbol counts, and how much.
@@ -49,6 +50,7 @@ struct SymbolSettings {
   PartSettings signature = {};
   PartSettings path = {};
   PartSettings docstring = {};
+  PartSettings body = {};
 
   bool operator==(const SymbolSettings&) const = default;
 };
