@@ -39,16 +39,15 @@ Floats cosines(const Encoded& questions, const Encoded& symbols, std::size_t col
 }
 
 double contrastive_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                        Floats shared_cosines, const LossOptions& options, Workers& workers,
+                        Floats answer_cosines, const LossOptions& options, Workers& workers,
                         Floats& by_questions, Floats& by_symbols) {
   const std::size_t count = batch.question_ids.size();
-  const std::size_t columns = batch.symbol_ids.size();
   const std::size_t width = questions.vectors.dimensions;
   const auto left = matrix(questions.vectors.rows, width);
-  const auto right = matrix(std::span(symbols.vectors.rows).first(columns * width), width);
+  const auto right = matrix(std::span(symbols.vectors.rows).first(count * width), width);
 
   // Becomes exp((cosine - 1) / options.temperature): no cosine is above one, so nothing overflows.
-  auto all = matrix(std::span(shared_cosines), columns);
+  auto all = matrix(std::span(answer_cosines), count);
   std::vector<double> own(count);  // the logarithms on the diagonal
   Floats row_sums(count);
   Floats column_parts(pieces(count) * count);
@@ -63,9 +62,9 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
     }
     rows.array() = rows.array().exp();
     for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
-      for (std::size_t j = 0; j < columns; ++j) {
-        const bool same_question = j < count && batch.question_ids[i] == batch.question_ids[j];
-        if (i != j && (same_question || batch.symbol_ids[i] == batch.symbol_ids[j])) {
+      for (std::size_t j = 0; j < count; ++j) {
+        if (i != j && (batch.question_ids[i] == batch.question_ids[j] ||
+                       batch.symbol_ids[i] == batch.symbol_ids[j])) {
           all(index(i), index(j)) = 0.0F;
         }
       }
@@ -74,13 +73,12 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
     for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
       const auto question = vector(questions.vectors.row(i));
       for (std::size_t j = rivals_begin(i); j < batch.rival_ends[i]; ++j) {
-        const float cosine = question.dot(vector(symbols.vectors.row(columns + j)));
+        const float cosine = question.dot(vector(symbols.vectors.row(count + j)));
         rivals[j] = options.rival_weight * std::exp((cosine - 1.0F) / options.temperature);
         row_sums[i] += rivals[j];
       }
     }
-    vector(std::span(column_parts).subspan(number * count, count)) =
-        rows.leftCols(index(count)).colwise().sum();
+    vector(std::span(column_parts).subspan(number * count, count)) = rows.colwise().sum();
   });
   Floats column_sums(count);
   for (std::size_t number = 0; number < pieces(count); ++number) {
@@ -93,12 +91,11 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
   }
 
   by_questions.assign(count * width, 0.0F);
-  by_symbols.assign((columns + rivals.size()) * width, 0.0F);
+  by_symbols.assign((count + rivals.size()) * width, 0.0F);
   auto question_side = matrix(std::span(by_questions), width);
   auto symbol_side = matrix(std::span(by_symbols), width);
   const float share = 0.5F / (static_cast<float>(count) * options.temperature);
-  Row column_factors = Row::Zero(index(columns));  // no question is asked of bystanders
-  column_factors.head(index(count)) = vector(std::span<const float>(column_sums)).cwiseInverse();
+  const Row column_factors = vector(std::span<const float>(column_sums)).cwiseInverse();
   workers.run(pieces(count), [&](std::size_t number) {
     const Range range = piece(number, count);
     for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
@@ -111,13 +108,13 @@ double contrastive_loss(const Batch& batch, const Encoded& questions, const Enco
     for (std::size_t i = range.begin; i < range.begin + range.size; ++i) {
       for (std::size_t j = rivals_begin(i); j < batch.rival_ends[i]; ++j) {
         const float factor = share * rivals[j] / row_sums[i];
-        question_side.row(index(i)) += factor * vector(symbols.vectors.row(columns + j));
-        symbol_side.row(index(columns + j)) = factor * vector(questions.vectors.row(i));
+        question_side.row(index(i)) += factor * vector(symbols.vectors.row(count + j));
+        symbol_side.row(index(count + j)) = factor * vector(questions.vectors.row(i));
       }
     }
   });
-  workers.run(pieces(columns), [&](std::size_t number) {
-    const Range range = piece(number, columns);
+  workers.run(pieces(count), [&](std::size_t number) {
+    const Range range = piece(number, count);
     symbol_side.middleRows(index(range.begin), index(range.size)).noalias() =
         all.middleCols(index(range.begin), index(range.size)).transpose() * left;
   });

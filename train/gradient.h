@@ -64,13 +64,13 @@ struct Encoded {
                              Workers& workers);
 
 // Questions and their symbols: the n-th symbol answers the n-th question. Behind those stand the
-// bystanders, symbols that no question asked for, and then the rivals, wrong answers of one
-// question each: those of the first question, of the second, and so on.
+// rivals, wrong answers of one question each: those of the first question, of the second, and so
+// on.
 struct Batch {
   Bags questions;
   Bags symbols;
   std::vector<std::uint32_t> question_ids;
-  std::vector<std::uint32_t> symbol_ids;  // of the answers and the bystanders
+  std::vector<std::uint32_t> symbol_ids;  // of the answers
   std::vector<std::uint32_t> rival_ends;  // where the rivals of each question end, among rivals
   // What text alone gives the answer of each question, and each rival.
   std::vector<float> answer_scores;
@@ -90,11 +90,11 @@ struct LossOptions {
 
 // The loss of a batch by the vectors of its texts, and its derivatives by them: the mean of the
 // cross entropies of picking, by cosine / temperature, the symbol of each question among the
-// answers and bystanders of the batch and its own rivals, and the question of each answer among all
-// of the batch. Pairs that share the question or the symbol are not each other's wrong answers.
-// `shared_cosines` are those of the questions with the answers and bystanders.
+// answers of the batch and its own rivals, and the question of each symbol among all of the batch.
+// Pairs that share the question or the symbol are not each other's wrong answers. `answer_cosines`
+// are those of the questions with the answers of the batch.
 double contrastive_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                        Floats shared_cosines, const LossOptions& options, Workers& workers,
+                        Floats answer_cosines, const LossOptions& options, Workers& workers,
                         Floats& by_questions, Floats& by_symbols);
 
 // The derivative by the rows of the table that `texts` were encoded with, from that by their

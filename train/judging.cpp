@@ -7,6 +7,7 @@
 
 #include "browse/sentence.h"
 #include "evaluation.h"
+#include "settings/settings.h"
 
 namespace velmora::train {
 namespace {
@@ -54,6 +55,7 @@ std::string name_of(const Parts& parts) {
   add(parts.sentences, "sentences");
   add(parts.bodies, "bodies");
   add(parts.model, "model");
+  add(parts.settings, "settings");
   add(parts.decision, "decision");
   return name.empty() ? "fusion" : name;
 }
@@ -79,12 +81,16 @@ ExamAsker::Embedded& ExamAsker::embedded(bool now) {
 
 retrieval::RetrievalResult ExamAsker::ask(const Question& question, const Parts& parts) {
   std::unique_ptr<retrieval::HybridRetriever>& retriever =
-      retrievers_.at(parts.bodies ? 1 : 0).at(parts.model ? 1 : 0);
+      retrievers_[{parts.bodies, parts.model, parts.settings}];
   if (!retriever) {
     const Embedded& by = embedded(parts.model);
     retriever = std::make_unique<retrieval::HybridRetriever>(
         std::make_shared<TreeRepository>(tree_, exam_, by.vectors, parts.bodies),
-        retrieval::RetrieverOptions{.embedder = embedder(by.model), .decisions = decisions_});
+        retrieval::RetrieverOptions{.embedder = embedder(by.model),
+                                    .settings = parts.settings
+                                                    ? host::settings::standard_retrieval_settings()
+                                                    : retrieval::RetrievalSettings(),
+                                    .decisions = decisions_});
   }
   const auto is_thing = [&](std::string_view word) { return things_.contains(word); };
   return retriever->retrieve(

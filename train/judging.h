@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -23,6 +24,7 @@ struct Parts {
   bool sentences = false;  // the first word of a sentence is read as prose
   bool bodies = false;     // text search reads the words of bodies
   bool model = false;      // the embedding model of now, not the one before it
+  bool settings = false;   // the ranking of the program, not the one that the library comes with
   bool decision = false;   // the first hits are reordered
 
   bool operator==(const Parts&) const = default;
@@ -30,7 +32,7 @@ struct Parts {
   // Whether all of `others` are among these.
   [[nodiscard]] bool hold(const Parts& others) const {
     return sentences >= others.sentences && bodies >= others.bodies && model >= others.model &&
-           decision >= others.decision;
+           settings >= others.settings && decision >= others.decision;
   }
 };
 
@@ -68,8 +70,8 @@ class ExamAsker {
   const std::shared_ptr<engines::RerankClient> decisions_;
   std::unordered_set<std::string_view> things_;  // names of what cannot be called
   std::array<Embedded, 2> embedded_;             // before and now
-  // Without and with bodies, by the model before and the one of now; made when first asked.
-  std::array<std::array<std::unique_ptr<workers::retrieval::HybridRetriever>, 2>, 2> retrievers_;
+  // By what a retriever is made of, made when first asked.
+  std::map<std::array<bool, 3>, std::unique_ptr<workers::retrieval::HybridRetriever>> retrievers_;
 };
 
 struct JudgedQuestion {

@@ -158,10 +158,6 @@ void add_training_options(CLI::App& command, TrainingOptions& training) {
       ->capture_default_str();
   command.add_option("--rivals", training.rivals, "How many wrong answers of text compete besides")
       ->capture_default_str();
-  command
-      .add_option("--bystanders", training.bystanders,
-                  "How many symbols compete that no question of a batch asks for")
-      ->capture_default_str();
   command.add_option("--rival-weight", training.rival_weight, "How many others each counts for")
       ->check(CLI::NonNegativeNumber)
       ->capture_default_str();

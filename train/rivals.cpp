@@ -18,7 +18,8 @@ struct TextAnswer {
 
 TextAnswer answer_by_text(ExamAsker& asker, const Question& question) {
   TextAnswer answer;
-  for (const auto& hit : asker.ask(question, {.sentences = true, .bodies = true}).hits) {
+  for (const auto& hit :
+       asker.ask(question, {.sentences = true, .bodies = true, .settings = true}).hits) {
     const auto symbol = static_cast<std::uint32_t>(hit.symbol.id);
     const auto score = static_cast<float>(hit.score);
     if (std::binary_search(question.answers.begin(), question.answers.end(), symbol)) {
@@ -56,15 +57,14 @@ Rivals::Rivals(std::span<const Lesson> lessons, std::span<const AnswerPlace> pla
     }
   });
   for (std::size_t number = 0; number < lessons.size(); ++number) {
-    begins.push_back(static_cast<std::uint32_t>(symbols.size()));
+    const auto before = static_cast<std::uint32_t>(symbols.size());
     for (const TreeSymbol& symbol : lessons[number].tree.symbols) {
       symbols.add(symbol_bag(symbol.parts(false), settings), vocabulary);
     }
     for (std::size_t i = firsts[number]; i < firsts[number + 1]; ++i) {
-      for (Rival& rival : of[i]) rival.symbol += begins.back();
+      for (Rival& rival : of[i]) rival.symbol += before;
     }
   }
-  begins.push_back(static_cast<std::uint32_t>(symbols.size()));
 }
 
 }  // namespace velmora::train

@@ -23,12 +23,10 @@ struct Rival {
 // channels where they err. Text reads the bodies and what an exam does not hide, and questions are
 // read as sentences, as the program does it.
 struct Rivals {
-  // Whatever is drawn later comes from all symbols of the lessons.
   Rivals(std::span<const Lesson> lessons, std::span<const AnswerPlace> places,
          Vocabulary& vocabulary, const host::embedding::SymbolSettings& settings, Workers& workers);
 
   Bags symbols;                        // of all lessons, one after the other
-  std::vector<std::uint32_t> begins;   // where those of each lesson begin, and the end of all
   std::vector<std::vector<Rival>> of;  // for each place at most 32, best first
   std::vector<float> answer_scores;    // what text gives the symbol of each place; 0: nothing
 };

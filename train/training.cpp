@@ -13,6 +13,7 @@
 #include "gradient.h"
 #include "random.h"
 #include "rivals.h"
+#include "settings/settings.h"
 
 namespace velmora::train {
 namespace {
@@ -110,18 +111,8 @@ class LearningTable {
   Floats squares_;
 };
 
-// What batches are made of.
-struct Material {
-  const Examples& examples;
-  const Rivals& rivals;
-  std::span<const AnswerPlace> places;
-  std::size_t most_rivals = 0;
-  std::size_t bystanders = 0;
-};
-
-Batch make_batch(const Material& material, std::span<const std::uint32_t> members, Random& random) {
-  const Examples& examples = material.examples;
-  const Rivals& rivals = material.rivals;
+Batch make_batch(const Examples& examples, const Rivals& rivals, std::size_t most_rivals,
+                 std::span<const std::uint32_t> members, Random& random) {
   Batch batch;
   for (const std::uint32_t i : members) {
     batch.questions.add(examples.questions[i]);
@@ -129,20 +120,11 @@ Batch make_batch(const Material& material, std::span<const std::uint32_t> member
     batch.question_ids.push_back(examples.question_ids[i]);
     batch.symbol_ids.push_back(examples.symbol_ids[i]);
   }
-  for (std::size_t i = 0; i < material.bystanders; ++i) {
-    // Of the lessons of the batch, by how many examples each has in it.
-    const std::uint32_t lesson = material.places[members[random.below(members.size())]].lesson;
-    const std::uint32_t begin = rivals.begins[lesson];
-    const auto symbol =
-        static_cast<std::uint32_t>(begin + random.below(rivals.begins[lesson + 1] - begin));
-    batch.symbols.add(rivals.symbols[symbol]);
-    batch.symbol_ids.push_back(symbol);
-  }
   std::uint32_t end = 0;
   for (const std::uint32_t i : members) {
     std::vector<Rival> drawn = rivals.of[i];
     random.shuffle(std::span(drawn));
-    drawn.resize(std::min(drawn.size(), material.most_rivals));
+    drawn.resize(std::min(drawn.size(), most_rivals));
     for (const Rival& rival : drawn) {
       batch.symbols.add(rivals.symbols[rival.symbol]);
       batch.rival_scores.push_back(rival.score);
@@ -184,7 +166,7 @@ WordModelData train_model(std::span<const Lesson> lessons, const TrainingOptions
   const Examples examples(lessons, places, vocabulary, options.settings);
   const Rivals rivals(lessons, places, vocabulary, options.settings, workers);
 
-  const Material material = {examples, rivals, places, options.rivals, options.bystanders};
+  const auto ranking = host::settings::standard_retrieval_settings();
   LearningTable learning(vocabulary, options);
   Schedule schedule(lessons, places, options.group);
   const std::size_t batches = (places.size() + options.batch - 1) / options.batch;
@@ -198,17 +180,17 @@ WordModelData train_model(std::span<const Lesson> lessons, const TrainingOptions
     for (std::size_t number = 0; number < batches && !stopped; ++number) {
       const std::size_t begin = number * options.batch;
       const Batch batch = make_batch(
-          material, std::span(order).subspan(begin, std::min(options.batch, order.size() - begin)),
-          random);
+          examples, rivals, options.rivals,
+          std::span(order).subspan(begin, std::min(options.batch, order.size() - begin)), random);
       const Encoded questions = encode(batch.questions, learning.table(), workers);
       const Encoded symbols = encode(batch.symbols, learning.table(), workers);
-      const Floats shared_cosines = cosines(questions, symbols, batch.symbol_ids.size(), workers);
-      loss += contrastive_loss(batch, questions, symbols, shared_cosines,
+      const Floats answer_cosines = cosines(questions, symbols, batch.question_ids.size(), workers);
+      loss += contrastive_loss(batch, questions, symbols, answer_cosines,
                                {options.temperature, options.rival_weight}, workers, by_questions,
                                by_symbols);
       loss += add_fusion_loss(batch, questions, symbols,
-                              vote_steps(shared_cosines, batch.question_ids.size(), workers),
-                              options.fusion_weight, workers, by_questions, by_symbols);
+                              vote_steps(answer_cosines, batch.question_ids.size(), workers),
+                              {ranking, options.fusion_weight}, workers, by_questions, by_symbols);
       const double done =
           static_cast<double>(epoch) * static_cast<double>(batches) + static_cast<double>(number);
       const auto rate = static_cast<float>(options.rate * (1.0 - done / steps));

@@ -32,8 +32,6 @@ struct TrainingOptions {
   // each counting as much as so many others: what text alone takes for the answer matters most.
   std::size_t rivals = 8;
   float rival_weight = 40.0F;
-  // So many symbols of the batch's repositories are nobody's answer: there are many such.
-  std::size_t bystanders = 0;
   // How much the loss of the merged answer counts beside that of the vectors alone.
   float fusion_weight = 1.3F;
   // The length of the vectors of words that the model does not know, a little more than that of

@@ -96,9 +96,11 @@ std::vector<Parts> all_parts() {
           {.sentences = true},
           {.bodies = true},
           {.model = true},
+          {.settings = true},
           {.sentences = true, .bodies = true},
           {.sentences = true, .bodies = true, .model = true},
-          {.sentences = true, .bodies = true, .model = true, .decision = true}};
+          {.sentences = true, .bodies = true, .model = true, .settings = true},
+          {.sentences = true, .bodies = true, .model = true, .settings = true, .decision = true}};
 }
 
 std::string judged(const Arguments& arguments, TreeSet set, const std::vector<Parts>& parts,
@@ -126,7 +128,8 @@ void decide(const Arguments& arguments, Workers& workers) {
   const auto model = WordModel::open(arguments.model);
   const Parts parts = {.sentences = !arguments.without_sentences,
                        .bodies = !arguments.without_bodies,
-                       .model = true};
+                       .model = true,
+                       .settings = true};
   const ExamOptions exams = {.questions = arguments.learned_questions,
                              .seed = arguments.exams.seed};
   std::vector<RankedQuestion> questions;
