@@ -42,7 +42,7 @@ struct Arguments {
   std::optional<fs::path> report;
   std::vector<std::string> repositories;
   std::optional<fs::path> trees;
-  ExamOptions lessons = {.questions = 3000};
+  ExamOptions lessons = {.questions = 800};
   TrainingOptions training;
   ExamOptions exams;
   unsigned threads = 0;

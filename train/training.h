@@ -39,7 +39,7 @@ struct TrainingOptions {
   float unknown_length = 32.0F;
   float first_length = 20.0F;
   // The name of the model, without its checksum.
-  std::string base_name = "builtin-1";
+  std::string base_name = "builtin-2";
   // A model to begin with, whose dimensions and settings are kept; words that it lacks begin with
   // the vectors that it gives to unknown ones. Null: none. Lives as long as the training.
   const host::embedding::WordModelData* start = nullptr;
@@ -48,7 +48,7 @@ struct TrainingOptions {
                                               .signature = {0.5F, 30},
                                               .path = {5.0F, 64},
                                               .docstring = {0.1F, 40},
-                                              .body = {0.3F, 64}};
+                                              .body = {0.25F, 64}};
 };
 
 // How far a training is, after each epoch.

@@ -10,7 +10,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -20,7 +19,6 @@
 #include "decision_training.h"
 #include "judge_report.h"
 #include "judging.h"
-#include "pairs.h"
 #include "quality_report.h"
 #include "tree.h"
 #include "tree_split.h"
@@ -45,7 +43,6 @@ struct Arguments {
   bool without_bodies = false;
   DecisionTrainingOptions training;
   std::size_t learned_questions = 1000;
-  std::optional<std::string> pairs;
   std::optional<std::string> page;
   ExamOptions exams = {.questions = 200};
 };
@@ -55,21 +52,6 @@ std::vector<fs::path> files_of(const Arguments& arguments, TreeSet set) {
   if (!files.empty()) return files;
   throw std::runtime_error(arguments.trees + " holds no tree of the " + std::string(name_of(set)) +
                            " set");
-}
-
-// The trees to learn from. The embedding model knows the answers of those that it learned from
-// itself, which would teach too much trust in it.
-std::vector<fs::path> files_to_learn_from(const Arguments& arguments) {
-  std::vector<fs::path> files = files_of(arguments, TreeSet::training);
-  if (!arguments.pairs) return files;
-  std::set<std::string, std::less<>> known;
-  for (const Pair& pair : read_pairs(*arguments.pairs)) known.insert(pair.repository);
-  for (const std::string_view held_back : VALIDATION_REPOSITORIES) {
-    known.erase(std::string(held_back));
-  }
-  std::erase_if(files,
-                [&](const fs::path& file) { return known.contains(tree_repository_of(file)); });
-  return files;
 }
 
 // Reads trees, one a thread at a time, and gives what `make` makes of each, in the
@@ -134,7 +116,7 @@ void decide(const Arguments& arguments, Workers& workers) {
                              .seed = arguments.exams.seed};
   std::vector<RankedQuestion> questions;
   for (std::vector<RankedQuestion>& some : each_tree<std::vector<RankedQuestion>>(
-           files_to_learn_from(arguments), workers,
+           files_of(arguments, TreeSet::decision), workers,
            [&](const Tree& tree) { return ranked_questions(tree, parts, exams, model); })) {
     std::move(some.begin(), some.end(), std::back_inserter(questions));
   }
@@ -169,9 +151,10 @@ void add_tree_commands(CLI::App& app, const unsigned& threads) {
   CLI::App* judge = app.add_subcommand("judge", "Measure what each part adds to the answers");
   add_common(*judge, *arguments);
   const std::map<std::string, TreeSet> sets = {{"training", TreeSet::training},
+                                               {"decision", TreeSet::decision},
                                                {"validation", TreeSet::validation},
                                                {"test", TreeSet::test}};
-  judge->add_option("--set", arguments->set, "training, validation or test")
+  judge->add_option("--set", arguments->set, "training, decision, validation or test")
       ->transform(CLI::CheckedTransformer(sets))
       ->default_str("validation");
   CLI::App* report = app.add_subcommand(
@@ -194,8 +177,6 @@ void add_tree_commands(CLI::App& app, const unsigned& threads) {
   add_common(*decision, *arguments);
   decision->add_option("--out", arguments->decision, "The file of weights to write")
       ->capture_default_str();
-  decision->add_option("--pairs", arguments->pairs,
-                       "The pairs that the embedding model learned from: their trees are left out");
   decision
       ->add_option("--learned-questions", arguments->learned_questions,
                    "The most questions of each kind that are learned from a tree")

@@ -104,6 +104,7 @@ TEST(Tree, IsReadAndItsDocstringsAreAsked) {
 TEST(Tree, SetsShareNoFamily) {
   EXPECT_EQ(tree_set("curl/curl"), TreeSet::validation);
   EXPECT_EQ(tree_set("libgit2/another"), TreeSet::test);  // the owner decides
+  EXPECT_EQ(tree_set("rack/rack"), TreeSet::decision);
   EXPECT_EQ(tree_set("nobody/nothing"), TreeSet::training);
   for (const auto& family : owner_families()) {
     std::set<TreeSet> sets;
