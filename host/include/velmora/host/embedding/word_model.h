@@ -91,7 +91,7 @@ class WordModel {
   ~WordModel();
 
   // The base name and eight hexadecimal digits of the content's checksum, for instance
-  // "builtin-1-0123abcd": vectors of different weights are never taken for each other's.
+  // "builtin-2-0123abcd": vectors of different weights are never taken for each other's.
   [[nodiscard]] const std::string& name() const { return name_; }
 
   // The length of every vector.
