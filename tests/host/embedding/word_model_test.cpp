@@ -185,12 +185,12 @@ TEST_F(WordModelTest, RefusesEveryDamageAndSaysWhichFile) {
 
 // Tuned models of version 3 are kept in repositories. It knew no bodies.
 TEST_F(WordModelTest, ReadsTheVersionBefore) {
-  // Two words of two numbers, "a" {1, 0} and "b" {0, 1}; every part of weight 1.
+  // Two words of two numbers, "red" {1, 0} and "sea" {0, 1}; every part of weight 1.
   const std::string hex =
-      "56454c574f52445303000000010000000200000002000000080000000200000001000000000000000000803f"
-      "080000000000803f080000000000803f080000000000803f080000000000803f080000001d28fd5084a11b82"
-      "010000000200000000000000000000000000000000000000000000000000000001000000020000000402013c"
-      "0402013c61626d7f00007f";
+      "56454c574f52445303000000010000000200000002000000080000000600000001000000000000000000803f"
+      "080000000000803f080000000000803f080000000000803f080000000000803f08000000f7d4473adb431dd1"
+      "000000000000000000000000000000000000000001000000020000000000000003000000060000000402013c"
+      "0402013c7265647365616d7f00007f";
   std::string bytes;
   for (std::size_t i = 0; i < hex.size(); i += 2) {
     bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
@@ -199,7 +199,7 @@ TEST_F(WordModelTest, ReadsTheVersionBefore) {
   const auto model = WordModel::open(file());
   EXPECT_EQ(model->data().settings.docstring, (PartSettings{1.0F, 8}));
   std::vector<float> vector(2);
-  model->embed_symbol({.name = "a", .body = "b"}, vector);
+  model->embed_symbol({.name = "red", .body = "sea"}, vector);
   EXPECT_NEAR(vector[0], 1.0F, 1e-6F);
   EXPECT_EQ(vector[1], 0.0F);
 }
