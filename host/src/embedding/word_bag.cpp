@@ -1,6 +1,7 @@
 #include "embedding/word_bag.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <utility>
@@ -33,18 +34,36 @@ void add_part(std::string_view text, const PartSettings& settings, WordBag& bag)
   }
 }
 
+// Eight signs, 1 or -1, for each byte: the lowest bit first, and 1 where it is set.
+constexpr std::size_t BYTE_SIGNS = 8;
+constexpr auto SIGNS = [] {
+  std::array<std::array<float, BYTE_SIGNS>, 256> signs{};
+  for (std::size_t byte = 0; byte < signs.size(); ++byte) {
+    for (std::size_t bit = 0; bit < BYTE_SIGNS; ++bit) {
+      signs[byte][bit] = ((byte >> bit) & 1U) != 0 ? 1.0F : -1.0F;
+    }
+  }
+  return signs;
+}();
+
 // Adds a vector of which every number is `size` or -`size`, as the hash decides.
 void add_signs(std::uint64_t hash, float size, std::span<float> sum) {
   std::uint64_t state = hash;
-  std::uint64_t signs = 0;
-  for (std::size_t i = 0; i < sum.size(); ++i, signs >>= 1U) {
+  std::uint64_t bits = 0;
+  for (std::size_t i = 0; i < sum.size(); i += BYTE_SIGNS, bits >>= BYTE_SIGNS) {
     if (i % 64 == 0) {  // SplitMix64
       state += 0x9E3779B97F4A7C15U;
-      signs = (state ^ (state >> 30U)) * 0xBF58476D1CE4E5B9U;
-      signs = (signs ^ (signs >> 27U)) * 0x94D049BB133111EBU;
-      signs ^= signs >> 31U;
+      bits = (state ^ (state >> 30U)) * 0xBF58476D1CE4E5B9U;
+      bits = (bits ^ (bits >> 27U)) * 0x94D049BB133111EBU;
+      bits ^= bits >> 31U;
     }
-    sum[i] += (signs & 1U) != 0 ? size : -size;
+    const std::array<float, BYTE_SIGNS>& signs = SIGNS[bits & 0xFFU];
+    const std::size_t count = std::min(BYTE_SIGNS, sum.size() - i);
+    if (count == BYTE_SIGNS) {
+      for (std::size_t j = 0; j < BYTE_SIGNS; ++j) sum[i + j] += size * signs[j];
+    } else {
+      for (std::size_t j = 0; j < count; ++j) sum[i + j] += size * signs[j];
+    }
   }
 }
 
