@@ -24,6 +24,11 @@ bool OneOf::operator()(std::string_view word) {
   return last_ != words_.end();
 }
 
+std::string select_symbol_rows_with(std::string_view columns) {
+  std::string sql(SELECT_SYMBOL_ROWS);
+  return sql.insert(sql.find(" FROM "), ", " + std::string(columns));
+}
+
 storage::SymbolRow symbol_row(const storage::Statement& select) {
   return symbol_row(select, select.column_text(PATH));
 }

@@ -18,6 +18,9 @@ inline constexpr std::string_view SELECT_SYMBOL_ROWS =
     "SELECT s.id, s.fqn, s.name, s.kind, f.path, s.start_line, s.end_line, s.signature,"
     " s.docstring FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file";
 
+// The same with more columns, the first of which is column 9.
+[[nodiscard]] std::string select_symbol_rows_with(std::string_view columns);
+
 // The row at which `select` stands; its texts live until the statement's next step.
 [[nodiscard]] storage::SymbolRow symbol_row(const storage::Statement& select);
 // The same of a statement that selects something else in place of the path.
