@@ -142,7 +142,7 @@ std::shared_ptr<Index> store(const fs::path& file, const Vectors& vectors, Vecto
     record.path = "f.c";
     update.put(record, symbols);
     ids.resize(vectors.size());
-    const auto vector_of = [&](const storage::SymbolRow& symbol, std::span<float> values) {
+    const auto vector_of = [&](const storage::SymbolRow& symbol, auto, std::span<float> values) {
       const auto row = static_cast<std::size_t>(symbol.start_line) - 1;
       ids.at(row) = symbol.id;
       std::ranges::copy(vectors.at(row), values.begin());

@@ -1,5 +1,6 @@
-// What a question costs that is read as a sentence and whose first hits the program's own decision
-// model reorders, beside the fused ranking alone of the same question; limit 10 and no embeddings
+// What a question costs as the program asks it: read as a sentence, ranked by its own settings, and
+// the first hits reordered by its decision model; beside the library's fused ranking alone of the
+// same question; limit 10 and no embeddings
 // but those that the decision model makes. On the real corpus the words of bodies, which came with
 // these, are searched by the first and not by the second.
 #include "rerank.h"
@@ -15,6 +16,7 @@
 #include "browse/sentence.h"
 #include "index/catalog.h"
 #include "measure.h"
+#include "settings/settings.h"
 #include "velmora/host/decision/builtin_decision.h"
 #include "velmora/host/embedding/builtin_engine.h"
 #include "velmora/host/index/index.h"
@@ -69,6 +71,7 @@ void rerank(benchmark::State& state, const Rerank& of) {
   HybridRetriever full(
       on.repository,
       RetrieverOptions{
+          .settings = host::settings::standard_retrieval_settings(),
           .decisions = std::make_shared<host::decision::BuiltinDecision>(
               of.decision, std::make_shared<host::embedding::BuiltinEngine>(of.model))});
   const auto is_thing = thing_finder(on);

@@ -138,7 +138,7 @@ std::vector<RankedQuestion> ranked_questions(const Tree& tree, const Parts& part
   Parts with = parts;
   with.decision = true;
   for (const TreeExam& exam : make_tree_exams(tree, options)) {
-    ExamAsker asker(tree, exam, model, turner);
+    ExamAsker asker(tree, exam, {.now = model}, turner);
     for (const Question& question : exam.questions) {
       turner->seen = {};
       const auto turned = asker.ask(question, with).hits;

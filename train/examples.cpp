@@ -1,6 +1,7 @@
 #include "examples.h"
 
 #include <algorithm>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -12,6 +13,19 @@ using host::embedding::SymbolSettings;
 using host::embedding::WeightedWord;
 using host::embedding::WordBag;
 
+namespace {
+
+const Question& question_at(const Lesson& lesson, const AnswerPlace& place) {
+  return lesson.exams[place.exam].questions[place.question];
+}
+
+WordBag answer_bag(const Lesson& lesson, const AnswerPlace& place, const SymbolSettings& settings) {
+  const bool is_hidden = lesson.exams[place.exam].hidden[place.symbol];
+  return symbol_bag(lesson.tree.symbols[place.symbol].parts(is_hidden), settings);
+}
+
+}  // namespace
+
 Vocabulary::Vocabulary(std::vector<std::string> words)
     : words_(std::move(words)), learned_(words_.size()) {
   numbers_.reserve(words_.size());
@@ -20,19 +34,21 @@ Vocabulary::Vocabulary(std::vector<std::string> words)
   }
 }
 
-Vocabulary Vocabulary::of(std::span<const Pair> pairs, const SymbolSettings& settings,
+Vocabulary Vocabulary::of(std::span<const Lesson> lessons, const SymbolSettings& settings,
                           const VocabularyOptions& options) {
   struct Count {
     std::size_t texts = 0;
     std::unordered_set<std::string_view> repositories;
   };
   std::unordered_map<std::string, Count> counts;
-  for (const Pair& pair : pairs) {
-    for (const WordBag& bag : {query_bag(pair.query), symbol_bag(pair.parts(), settings)}) {
+  for (const AnswerPlace& place : places_of(lessons)) {
+    const Lesson& lesson = lessons[place.lesson];
+    for (const WordBag& bag :
+         {query_bag(question_at(lesson, place).text), answer_bag(lesson, place, settings)}) {
       for (const WeightedWord& entry : bag) {
         Count& count = counts[entry.word];
         ++count.texts;
-        count.repositories.insert(pair.repository);
+        count.repositories.insert(lesson.tree.repository);
       }
     }
   }
@@ -46,6 +62,7 @@ Vocabulary Vocabulary::of(std::span<const Pair> pairs, const SymbolSettings& set
   std::sort(frequent.begin(), frequent.end(), [](const auto& left, const auto& right) {
     return left.first != right.first ? left.first > right.first : left.second < right.second;
   });
+  frequent.resize(std::min(frequent.size(), options.most_words));
   std::vector<std::string> words;
   for (auto& [count, word] : frequent) words.push_back(std::move(word));
   return Vocabulary(std::move(words));
@@ -74,17 +91,43 @@ void Bags::clear() {
   ends_.assign(1, 0);
 }
 
-Examples::Examples(std::span<const Pair> pairs, Vocabulary& vocabulary,
-                   const SymbolSettings& settings) {
+std::vector<AnswerPlace> places_of(std::span<const Lesson> lessons) {
+  std::vector<AnswerPlace> places;
+  AnswerPlace place;
+  for (place.lesson = 0; place.lesson < lessons.size(); ++place.lesson) {
+    const Lesson& lesson = lessons[place.lesson];
+    for (place.exam = 0; place.exam < lesson.exams.size(); ++place.exam) {
+      const TreeExam& exam = lesson.exams[place.exam];
+      for (place.question = 0; place.question < exam.questions.size(); ++place.question) {
+        for (const std::uint32_t answer : exam.questions[place.question].answers) {
+          place.symbol = answer;
+          places.push_back(place);
+        }
+      }
+    }
+  }
+  return places;
+}
+
+Examples::Examples(std::span<const Lesson> lessons, std::span<const AnswerPlace> places,
+                   Vocabulary& vocabulary, const SymbolSettings& settings) {
+  std::vector<std::uint32_t> begins;  // of the symbols of each lesson, among all
+  std::uint32_t before = 0;
+  for (const Lesson& lesson : lessons) {
+    begins.push_back(before);
+    before += static_cast<std::uint32_t>(lesson.tree.symbols.size());
+  }
   std::unordered_map<std::string, std::uint32_t> numbers;
   const auto number_of = [&](const std::string& key) {
     return numbers.emplace(key, static_cast<std::uint32_t>(numbers.size())).first->second;
   };
-  for (const Pair& pair : pairs) {
-    questions.add(query_bag(pair.query), vocabulary);
-    symbols.add(symbol_bag(pair.parts(), settings), vocabulary);
-    question_ids.push_back(number_of(pair.repository + "\n?" + pair.query));
-    symbol_ids.push_back(number_of(pair.repository + "\n" + symbol_key(pair)));
+  for (const AnswerPlace& place : places) {
+    const Lesson& lesson = lessons[place.lesson];
+    const std::string& text = question_at(lesson, place).text;
+    questions.add(query_bag(text), vocabulary);
+    symbols.add(answer_bag(lesson, place, settings), vocabulary);
+    question_ids.push_back(number_of(std::to_string(place.lesson) + "\n" + text));
+    symbol_ids.push_back(begins[place.lesson] + place.symbol);
   }
 }
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "embedding/word_bag.h"
-#include "pairs.h"
+#include "lessons.h"
 
 namespace velmora::train {
 
@@ -18,6 +18,7 @@ namespace velmora::train {
 struct VocabularyOptions {
   std::size_t least_texts = 3;
   std::size_t least_repositories = 3;
+  std::size_t most_words = 20000;
 };
 
 // Words, numbered: first those that a model learns, then all others in the order of their
@@ -26,8 +27,10 @@ class Vocabulary {
  public:
   explicit Vocabulary(std::vector<std::string> words);
 
-  // The words of the pairs that are to be learned, most frequent first, equal ones by the alphabet.
-  static Vocabulary of(std::span<const Pair> pairs, const host::embedding::SymbolSettings& settings,
+  // The words of questions and their answers that are to be learned, most frequent first, equal
+  // ones by the alphabet.
+  static Vocabulary of(std::span<const Lesson> lessons,
+                       const host::embedding::SymbolSettings& settings,
                        const VocabularyOptions& options);
 
   [[nodiscard]] const std::vector<std::string>& words() const { return words_; }
@@ -68,15 +71,27 @@ class Bags {
   std::vector<std::size_t> ends_ = {0};
 };
 
-// What is learned from: the question and the symbol of each pair.
+// Where a question and one of its answers stand.
+struct AnswerPlace {
+  std::uint32_t lesson = 0;
+  std::uint32_t exam = 0;
+  std::uint32_t question = 0;
+  std::uint32_t symbol = 0;
+};
+
+// Every question with each of its answers, in their order.
+[[nodiscard]] std::vector<AnswerPlace> places_of(std::span<const Lesson> lessons);
+
+// What is learned from: questions and answers, in the order of their places.
 struct Examples {
-  Examples(std::span<const Pair> pairs, Vocabulary& vocabulary,
-           const host::embedding::SymbolSettings& settings);
+  Examples(std::span<const Lesson> lessons, std::span<const AnswerPlace> places,
+           Vocabulary& vocabulary, const host::embedding::SymbolSettings& settings);
 
   Bags questions;
   Bags symbols;
-  // Equal numbers: equal questions, or the same symbol, of one repository.
+  // Equal numbers: equal questions of one repository.
   std::vector<std::uint32_t> question_ids;
+  // Numbers of the symbols among those of all lessons, one after the other.
   std::vector<std::uint32_t> symbol_ids;
 };
 

@@ -6,7 +6,6 @@
 #include <functional>
 #include <span>
 
-#include "velmora/workers/retrieval.h"
 #include "views.h"
 
 namespace velmora::train {
@@ -18,8 +17,9 @@ constexpr double ENTRY = 0.015;
 constexpr double TOP = 0.005;
 // How wide a step is, in cosine.
 constexpr float WIDTH = 0.1F;
-// The difference of two scores that makes the better one e times as likely.
-constexpr float TEMPERATURE = 0.002F;
+// The difference of two scores that makes the better one e times as likely, as a part of what a
+// channel gives the first of its list.
+constexpr float TEMPERATURE = 0.122F;
 
 struct Vote {
   float value = 0.0F;
@@ -64,12 +64,13 @@ std::vector<VoteSteps> vote_steps(Floats answer_cosines, std::size_t questions, 
 }
 
 double add_fusion_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                       const std::vector<VoteSteps>& steps, float weight, Workers& workers,
-                       Floats& by_questions, Floats& by_symbols) {
+                       const std::vector<VoteSteps>& steps, const FusionLossOptions& options,
+                       Workers& workers, Floats& by_questions, Floats& by_symbols) {
   const std::size_t count = batch.question_ids.size();
   const std::size_t width = questions.vectors.dimensions;
-  const float share = weight / static_cast<float>(count);
-  const Heights heights{workers::retrieval::RetrievalSettings()};
+  const float share = options.weight / static_cast<float>(count);
+  const Heights heights(options.ranking);
+  const float temperature = TEMPERATURE * (heights.entry + heights.top);
   std::vector<double> losses(count);
   workers.run(pieces(count), [&](std::size_t number) {
     const Range range = piece(number, count);
@@ -88,7 +89,7 @@ double add_fusion_loss(const Batch& batch, const Encoded& questions, const Encod
         const float cosine = question.dot(vector(symbols.vectors.row(row(k))));
         votes.push_back(vote(cosine, steps[i], heights));
         const float text = k == rivals ? batch.answer_scores[i] : batch.rival_scores[begin + k];
-        likelihoods.push_back((text + votes.back().value) / TEMPERATURE);
+        likelihoods.push_back((text + votes.back().value) / temperature);
       }
       const float own = likelihoods.back();
       const float most = *std::max_element(likelihoods.begin(), likelihoods.end());
@@ -100,7 +101,7 @@ double add_fusion_loss(const Batch& batch, const Encoded& questions, const Encod
       losses[i] = double{share} * (std::log(double{sum}) + double{most} - double{own});
       for (std::size_t k = 0; k <= rivals; ++k) {
         const float change = likelihoods[k] / sum - (k == rivals ? 1.0F : 0.0F);
-        const float by_cosine = share / TEMPERATURE * change * votes[k].slope;
+        const float by_cosine = share / temperature * change * votes[k].slope;
         vector(std::span(by_questions).subspan(i * width, width)) +=
             by_cosine * vector(symbols.vectors.row(row(k)));
         vector(std::span(by_symbols).subspan(row(k) * width, width)) += by_cosine * question;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "gradient.h"
+#include "velmora/workers/retrieval.h"
 #include "workers.h"
 
 namespace velmora::train {
@@ -23,12 +24,18 @@ struct VoteSteps {
 [[nodiscard]] std::vector<VoteSteps> vote_steps(Floats answer_cosines, std::size_t questions,
                                                 Workers& workers);
 
-// Adds `weight` times the mean over the questions of the cross entropy of picking the answer among
-// itself and its rivals by text score and vote, and adds the derivatives by the vectors, for which
-// the steps are constants. Returns what it added to the loss. Questions without rivals cost
-// nothing. REQUIRES: the derivatives are those that contrastive_loss() gave for the batch.
+struct FusionLossOptions {
+  workers::retrieval::RetrievalSettings ranking = {};  // how the fusion scores
+  float weight = 1.0F;
+};
+
+// Adds `options.weight` times the mean over the questions of the cross entropy of picking the
+// answer among itself and its rivals by text score and vote, and adds the derivatives by the
+// vectors, for which the steps are constants. Returns what it added to the loss. Questions without
+// rivals cost nothing. REQUIRES: the derivatives are those that contrastive_loss() gave for the
+// batch.
 double add_fusion_loss(const Batch& batch, const Encoded& questions, const Encoded& symbols,
-                       const std::vector<VoteSteps>& steps, float weight, Workers& workers,
-                       Floats& by_questions, Floats& by_symbols);
+                       const std::vector<VoteSteps>& steps, const FusionLossOptions& options,
+                       Workers& workers, Floats& by_questions, Floats& by_symbols);
 
 }  // namespace velmora::train

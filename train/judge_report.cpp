@@ -64,19 +64,35 @@ std::string by_part(std::span<const JudgedTree> trees, std::span<const Parts> pa
   return text;
 }
 
-std::string names_of(std::span<const Parts> parts, std::string_view before) {
+// The parts of which each has all that the one before it has: added one after the other.
+std::vector<std::size_t> chain_of(std::span<const Parts> parts) {
+  std::vector<std::size_t> chain;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    if (chain.empty() || parts[i].hold(parts[chain.back()])) chain.push_back(i);
+  }
+  return chain;
+}
+
+// What stands before the scores of a chain, and what each of it adds.
+std::string names_of(std::span<const Parts> parts, std::span<const std::size_t> chain,
+                     std::string_view before) {
   std::string head = "| " + std::string(before);
   std::string rule = "\n|---|";
   for (const char c : before) rule += c == '|' ? "--:|" : "";
-  for (const Parts& some : parts) {
-    head += " | " + train::name_of(some);
+  std::string last;
+  for (const std::size_t i : chain) {
+    const std::string name = train::name_of(parts[i]);
+    const bool adds = !last.empty() && name.starts_with(last);
+    head += " | " + (adds ? name.substr(last.size() + 1) : name);
     rule += "--:|";
+    last = name;
   }
   return head + " |" + rule + "\n";
 }
 
 std::string by_length(std::span<const JudgedTree> trees, std::span<const Parts> parts) {
-  std::string text = names_of(parts, "questions | asked");
+  const std::vector<std::size_t> chain = chain_of(parts);
+  std::string text = names_of(parts, chain, "questions | asked");
   for (const PairKind kind : KINDS) {
     for (const Lengths& lengths : LENGTHS) {
       const JudgedParts judged =
@@ -86,8 +102,8 @@ std::string by_length(std::span<const JudgedTree> trees, std::span<const Parts> 
           });
       text += print("| %s, ", name_of(kind).c_str()) + std::string(lengths.name) +
               print(" | %zu |", judged.questions);
-      for (const JudgedPart& part : judged.parts) {
-        text += print(" %.4f |", score(part, Measure::reciprocal_rank));
+      for (const std::size_t i : chain) {
+        text += print(" %.4f |", score(judged.parts[i], Measure::reciprocal_rank));
       }
       text += "\n";
     }
@@ -96,7 +112,8 @@ std::string by_length(std::span<const JudgedTree> trees, std::span<const Parts> 
 }
 
 std::string by_repository(std::span<const JudgedTree> trees, std::span<const Parts> parts) {
-  std::string text = names_of(parts, "repository, commit | kind | symbols | asked");
+  const std::vector<std::size_t> chain = chain_of(parts);
+  std::string text = names_of(parts, chain, "repository, commit | kind | symbols | asked");
   for (const PairKind kind : KINDS) {
     for (const JudgedTree& tree : trees) {
       const JudgedParts judged =
@@ -105,8 +122,8 @@ std::string by_repository(std::span<const JudgedTree> trees, std::span<const Par
       if (judged.questions == 0) continue;
       text += print("| %s %.12s | %s | %zu | %zu |", tree.repository.c_str(), tree.commit.c_str(),
                     name_of(kind).c_str(), tree.symbols, judged.questions);
-      for (const JudgedPart& part : judged.parts) {
-        text += print(" %.3f |", score(part, Measure::reciprocal_rank));
+      for (const std::size_t i : chain) {
+        text += print(" %.3f |", score(judged.parts[i], Measure::reciprocal_rank));
       }
       text += "\n";
     }

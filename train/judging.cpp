@@ -7,6 +7,7 @@
 
 #include "browse/sentence.h"
 #include "evaluation.h"
+#include "settings/settings.h"
 
 namespace velmora::train {
 namespace {
@@ -16,6 +17,7 @@ namespace retrieval = workers::retrieval;
 
 // As the program's engine does: a question of words that mean nothing to the model is not embedded.
 retrieval::QueryEmbedder embedder(std::shared_ptr<const WordModel> model) {
+  if (!model) return {};  // no channel of meaning
   return [model = std::move(model)](std::string_view query) {
     retrieval::QueryVector vector = {std::vector<float>(model->dimensions()), model->name()};
     model->embed_query(query, vector.values);
@@ -42,6 +44,8 @@ std::string name_of(const Parts& parts) {
   };
   add(parts.sentences, "sentences");
   add(parts.bodies, "bodies");
+  add(parts.model, "model");
+  add(parts.settings, "settings");
   add(parts.decision, "decision");
   return name.empty() ? "fusion" : name;
 }
@@ -56,24 +60,37 @@ std::uint32_t rank_of(const std::vector<retrieval::Hit>& hits, const Question& q
   return 0;
 }
 
-ExamAsker::ExamAsker(const Tree& tree, const TreeExam& exam, std::shared_ptr<const WordModel> model,
+ExamAsker::ExamAsker(const Tree& tree, const TreeExam& exam, EmbeddingModels models,
                      std::shared_ptr<engines::RerankClient> decisions)
     : tree_(tree),
       exam_(exam),
-      model_(std::move(model)),
       decisions_(std::move(decisions)),
-      vectors_(std::make_shared<TreeVectors>(tree, exam.hidden, *model_)) {
+      embedded_{Embedded{std::move(models.before)}, Embedded{std::move(models.now)}} {
   for (const TreeSymbol& symbol : tree.symbols) {
-    if (!models::CALLABLE_KINDS.contains(symbol.kind)) things_.insert(symbol.name);
+    if (!velmora::models::CALLABLE_KINDS.contains(symbol.kind)) things_.insert(symbol.name);
   }
 }
 
+ExamAsker::Embedded& ExamAsker::embedded(bool now) {
+  Embedded& one = embedded_.at(now ? 1 : 0);
+  if (one.model && !one.vectors) {
+    one.vectors = std::make_shared<TreeVectors>(tree_, exam_.hidden, *one.model);
+  }
+  return one;
+}
+
 retrieval::RetrievalResult ExamAsker::ask(const Question& question, const Parts& parts) {
-  std::unique_ptr<retrieval::HybridRetriever>& retriever = retrievers_[parts.bodies ? 1 : 0];
+  std::unique_ptr<retrieval::HybridRetriever>& retriever =
+      retrievers_[{parts.bodies, parts.model, parts.settings}];
   if (!retriever) {
+    const Embedded& by = embedded(parts.model);
     retriever = std::make_unique<retrieval::HybridRetriever>(
-        std::make_shared<TreeRepository>(tree_, exam_, vectors_, parts.bodies),
-        retrieval::RetrieverOptions{.embedder = embedder(model_), .decisions = decisions_});
+        std::make_shared<TreeRepository>(tree_, exam_, by.vectors, parts.bodies),
+        retrieval::RetrieverOptions{.embedder = embedder(by.model),
+                                    .settings = parts.settings
+                                                    ? host::settings::standard_retrieval_settings()
+                                                    : retrieval::RetrievalSettings(),
+                                    .decisions = decisions_});
   }
   const auto is_thing = [&](std::string_view word) { return things_.contains(word); };
   return retriever->retrieve(
@@ -82,11 +99,11 @@ retrieval::RetrievalResult ExamAsker::ask(const Question& question, const Parts&
 }
 
 JudgedTree judge(const Tree& tree, std::span<const Parts> parts, const ExamOptions& options,
-                 const std::shared_ptr<const WordModel>& model,
+                 const EmbeddingModels& models,
                  const std::shared_ptr<engines::RerankClient>& decisions) {
   JudgedTree judged = {tree.repository, tree.commit, tree.symbols.size(), {}};
   for (const TreeExam& exam : make_tree_exams(tree, options)) {
-    ExamAsker asker(tree, exam, model, decisions);
+    ExamAsker asker(tree, exam, models, decisions);
     for (const Question& question : exam.questions) {
       JudgedQuestion& asked = judged.questions.emplace_back();
       asked.kind = exam.kind;

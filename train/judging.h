@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -22,9 +23,17 @@ namespace velmora::train {
 struct Parts {
   bool sentences = false;  // the first word of a sentence is read as prose
   bool bodies = false;     // text search reads the words of bodies
+  bool model = false;      // the embedding model of now, not the one before it
+  bool settings = false;   // the ranking of the program, not the one that the library comes with
   bool decision = false;   // the first hits are reordered
 
   bool operator==(const Parts&) const = default;
+
+  // Whether all of `others` are among these.
+  [[nodiscard]] bool hold(const Parts& others) const {
+    return sentences >= others.sentences && bodies >= others.bodies && model >= others.model &&
+           settings >= others.settings && decision >= others.decision;
+  }
 };
 
 // "fusion", or what is added to it: "sentences + bodies".
@@ -34,13 +43,18 @@ struct Parts {
 [[nodiscard]] std::uint32_t rank_of(const std::vector<workers::retrieval::Hit>& hits,
                                     const Question& question);
 
+// The embedding models that are compared. Where one is null, no vectors take part.
+struct EmbeddingModels {
+  std::shared_ptr<const host::embedding::WordModel> now = nullptr;
+  std::shared_ptr<const host::embedding::WordModel> before = nullptr;
+};
+
 // Puts the questions of one exam. One thread uses it at a time.
 class ExamAsker {
  public:
   // `tree` and `exam` live as long as this. `decisions` may be null when none is asked for.
-  ExamAsker(const Tree& tree, const TreeExam& exam,
-            std::shared_ptr<const host::embedding::WordModel> model,
-            std::shared_ptr<engines::RerankClient> decisions);
+  ExamAsker(const Tree& tree, const TreeExam& exam, EmbeddingModels models = {},
+            std::shared_ptr<engines::RerankClient> decisions = nullptr);
 
   // The first ANSWER_LIMIT hits, whose ids are numbers of the tree's symbols.
   [[nodiscard]] workers::retrieval::RetrievalResult ask(const Question& question,
@@ -49,12 +63,19 @@ class ExamAsker {
  private:
   const Tree& tree_;
   const TreeExam& exam_;
-  const std::shared_ptr<const host::embedding::WordModel> model_;
+  // A model with the tree's vectors by it, made when first asked for.
+  struct Embedded {
+    std::shared_ptr<const host::embedding::WordModel> model = nullptr;
+    std::shared_ptr<const TreeVectors> vectors = nullptr;
+  };
+
+  Embedded& embedded(bool now);
+
   const std::shared_ptr<engines::RerankClient> decisions_;
-  const std::shared_ptr<const TreeVectors> vectors_;
   std::unordered_set<std::string_view> things_;  // names of what cannot be called
-  // Without and with bodies, made when first asked.
-  std::array<std::unique_ptr<workers::retrieval::HybridRetriever>, 2> retrievers_;
+  std::array<Embedded, 2> embedded_;             // before and now
+  // By what a retriever is made of, made when first asked.
+  std::map<std::array<bool, 3>, std::unique_ptr<workers::retrieval::HybridRetriever>> retrievers_;
 };
 
 struct JudgedQuestion {
@@ -76,8 +97,7 @@ struct JudgedTree {
 };
 
 [[nodiscard]] JudgedTree judge(const Tree& tree, std::span<const Parts> parts,
-                               const ExamOptions& options,
-                               const std::shared_ptr<const host::embedding::WordModel>& model,
+                               const ExamOptions& options, const EmbeddingModels& models,
                                const std::shared_ptr<engines::RerankClient>& decisions);
 
 }  // namespace velmora::train

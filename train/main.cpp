@@ -14,11 +14,13 @@
 #include <vector>
 
 #include "exam.h"
+#include "lessons.h"
 #include "miner.h"
 #include "pairs.h"
 #include "quality_report.h"
 #include "training.h"
 #include "tree_commands.h"
+#include "tree_split.h"
 #include "tune_command.h"
 #include "workers.h"
 
@@ -42,24 +44,23 @@ struct Arguments {
   std::optional<fs::path> float_model;
   std::optional<fs::path> report;
   std::vector<std::string> repositories;
+  std::optional<fs::path> trees;
+  ExamOptions lessons = {.questions = 800};
   TrainingOptions training;
   ExamOptions exams;
   unsigned threads = 0;
 };
 
-// Tells of each epoch, and ends the training when the user interrupts it. Without exams there is no
-// rank to tell.
-TrainingHooks hooks(bool has_exams) {
+// Tells of each epoch, and ends the training when the user interrupts it.
+TrainingHooks hooks() {
   std::signal(SIGINT, [](int) { interrupted = 1; });
   const auto begin = std::chrono::steady_clock::now();
   return {.progress =
-              [begin, has_exams](const TrainingProgress& progress) {
+              [begin](const TrainingProgress& progress) {
                 const std::chrono::duration<double> spent =
                     std::chrono::steady_clock::now() - begin;
-                std::fprintf(stderr, "epoch %d of %d: loss %.4f", progress.epoch, progress.epochs,
-                             progress.loss);
-                if (has_exams) std::fprintf(stderr, ", rank by meaning %.4f", progress.rank);
-                std::fprintf(stderr, ", %.0f s\n", spent.count());
+                std::fprintf(stderr, "epoch %d of %d: loss %.4f, %.0f s\n", progress.epoch,
+                             progress.epochs, progress.loss, spent.count());
               },
           .stop = [] { return interrupted != 0; }};
 }
@@ -78,20 +79,21 @@ void report(const Arguments& arguments, const std::vector<Pair>& pairs, Workers&
 
 void run_train(const Arguments& arguments) {
   Workers workers(arguments.threads);
-  const std::vector<Pair> known = read_pairs(arguments.pairs);
-  const std::vector<Exam> exams = make_exams(known, VALIDATION_REPOSITORIES, arguments.exams);
-  std::vector<Pair> pairs;
-  std::copy_if(known.begin(), known.end(), std::back_inserter(pairs), [](const Pair& pair) {
-    return std::find(VALIDATION_REPOSITORIES.begin(), VALIDATION_REPOSITORIES.end(),
-                     pair.repository) == VALIDATION_REPOSITORIES.end();
-  });
-  const WordModelData data =
-      train_model(pairs, exams, arguments.training, workers, hooks(!exams.empty()));
+  std::vector<Pair> pairs = read_pairs(arguments.pairs);
+  std::erase_if(pairs, [](const Pair& pair) { return !is_learned_from(pair.repository); });
+  std::vector<Lesson> lessons = lessons_of(pairs, arguments.lessons);
+  if (arguments.trees) {
+    std::vector<fs::path> files = tree_files(*arguments.trees, TreeSet::training);
+    std::erase_if(files,
+                  [](const fs::path& file) { return !is_learned_from(tree_repository_of(file)); });
+    std::vector<Lesson> trees = lessons_of(files, arguments.lessons, workers);
+    std::move(trees.begin(), trees.end(), std::back_inserter(lessons));
+  }
+  const WordModelData data = train_model(lessons, arguments.training, workers, hooks());
   write_word_model(arguments.model, data);
   if (arguments.float_model) write_word_model(*arguments.float_model, data, RowKind::float32);
   std::printf("%s: %zu words of %u numbers, %s\n", arguments.model.c_str(), data.words.size(),
               data.dimensions, WordModel::open(arguments.model)->name().c_str());
-  if (arguments.report) report(arguments, known, workers);
 }
 
 void run_evaluate(const Arguments& arguments) {
@@ -160,10 +162,6 @@ void add_training_options(CLI::App& command, TrainingOptions& training) {
   command.add_option("--rate", training.rate, "The first step size")
       ->check(CLI::PositiveNumber)
       ->capture_default_str();
-  command.add_option("--doc-pairs", training.most_doc_pairs, "The most of a repository")
-      ->capture_default_str();
-  command.add_option("--commit-pairs", training.most_commit_pairs, "The most of a repository")
-      ->capture_default_str();
   const auto add_part = [&](const std::string& name, host::embedding::PartSettings& part) {
     command.add_option("--" + name + "-weight", part.weight, "The weight of its words")
         ->check(CLI::NonNegativeNumber)
@@ -176,6 +174,7 @@ void add_training_options(CLI::App& command, TrainingOptions& training) {
   add_part("signature", training.settings.signature);
   add_part("path", training.settings.path);
   add_part("docstring", training.settings.docstring);
+  add_part("body", training.settings.body);
 }
 
 // The numeric files may be compiled for newer processors than the rest is: train/CMakeLists.txt.
@@ -203,17 +202,26 @@ int run(int argc, const char* const* argv) {
 
   const CLI::App* tune = add_tune_command(app, arguments.threads);
   CLI::App* train = app.add_subcommand(
-      "train", "Learn word vectors from pairs; Ctrl-C ends it with the best epoch so far");
+      "train",
+      "Learn word vectors from pairs and trees; Ctrl-C ends it with what is learned by then");
   CLI::App* evaluation = app.add_subcommand("evaluate", "Measure what a model adds to the answers");
   for (CLI::App* command : {train, evaluation}) {
     command->add_option("PAIRS", arguments.pairs, "A file of pairs, .jsonl or .jsonl.gz")
         ->required();
-    command
-        ->add_option("--questions", arguments.exams.questions,
-                     "The most that are drawn for an exam")
-        ->capture_default_str();
-    command->add_option("--report", arguments.report, "Puts the measured tables into this file");
   }
+  evaluation
+      ->add_option("--questions", arguments.exams.questions, "The most that are drawn for an exam")
+      ->capture_default_str();
+  evaluation->add_option("--report", arguments.report, "Puts the measured tables into this file");
+  train->add_option("--trees", arguments.trees, "A folder of trees, OWNER+NAME.jsonl.gz");
+  train
+      ->add_option("--questions", arguments.lessons.questions,
+                   "The most of each kind that are learned from a repository")
+      ->capture_default_str();
+  train
+      ->add_option("--most-words", arguments.training.vocabulary.most_words,
+                   "How many words are learned at most")
+      ->capture_default_str();
   train->add_option("--out", arguments.model, "The model file to write")->capture_default_str();
   train->add_option("--float-out", arguments.float_model, "The model without rounding");
   add_training_options(*train, arguments.training);

@@ -23,11 +23,12 @@ struct Pair {
   std::string signature = {};  // empty: none
   std::string path = {};
   std::string docstring = {};  // empty: none, and always in a pair of kind `doc`
+  std::string body = {};       // words of its source, with spaces between; not in a file of pairs
 
   bool operator==(const Pair&) const = default;
 
   [[nodiscard]] host::embedding::SymbolParts parts() const {
-    return {name, fqn, signature, path, docstring};
+    return {name, fqn, signature, path, docstring, body};
   }
 };
 

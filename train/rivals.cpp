@@ -1,86 +1,69 @@
 #include "rivals.h"
 
 #include <algorithm>
-#include <map>
-#include <memory>
-#include <string>
-#include <string_view>
 #include <unordered_map>
 
-#include "exam.h"
-#include "symbol_repository.h"
-#include "velmora/workers/retrieval.h"
+#include "judging.h"
 
 namespace velmora::train {
 namespace {
 
 constexpr std::size_t MOST_RIVALS = 32;
-// How many hits are looked at.
-constexpr int DEPTH = 50;
 
-// What text alone makes of a question, in numbers of the repository's symbols.
+// What text alone makes of a question, in numbers of the tree's symbols.
 struct TextAnswer {
   std::vector<Rival> rivals;
   std::unordered_map<std::uint32_t, float> answers;  // with their scores
 };
 
-using TextAnswers = std::unordered_map<std::string_view, TextAnswer>;
-
-TextAnswers ask(std::span<const Pair> symbols, std::span<const Question> questions) {
-  workers::retrieval::HybridRetriever retriever(std::make_shared<SymbolRepository>(symbols));
-  TextAnswers all;
-  for (const Question& question : questions) {
-    TextAnswer& answer = all[question.text];
-    for (const auto& hit : retriever.retrieve(question.text, {.limit = DEPTH}).hits) {
-      const auto symbol = static_cast<std::uint32_t>(hit.symbol.id - 1);
-      const auto score = static_cast<float>(hit.score);
-      if (std::find(question.answers.begin(), question.answers.end(), symbol) !=
-          question.answers.end()) {
-        answer.answers.emplace(symbol, score);
-      } else if (answer.rivals.size() < MOST_RIVALS) {
-        answer.rivals.push_back({symbol, score});
-      }
+TextAnswer answer_by_text(ExamAsker& asker, const Question& question) {
+  TextAnswer answer;
+  for (const auto& hit :
+       asker.ask(question, {.sentences = true, .bodies = true, .settings = true}).hits) {
+    const auto symbol = static_cast<std::uint32_t>(hit.symbol.id);
+    const auto score = static_cast<float>(hit.score);
+    if (std::binary_search(question.answers.begin(), question.answers.end(), symbol)) {
+      answer.answers.emplace(symbol, score);
+    } else if (answer.rivals.size() < MOST_RIVALS) {
+      answer.rivals.push_back({symbol, score});
     }
   }
-  return all;
+  return answer;
 }
 
 }  // namespace
 
-Rivals::Rivals(std::span<const Pair> pairs, std::span<const Pair> known, Vocabulary& vocabulary,
-               const host::embedding::SymbolSettings& settings, Workers& workers)
-    : of(pairs.size()), answer_scores(pairs.size()) {
-  std::map<std::string_view, std::vector<std::uint32_t>> repositories;
-  for (std::uint32_t i = 0; i < pairs.size(); ++i) repositories[pairs[i].repository].push_back(i);
-  std::vector<std::string_view> names;
-  for (const auto& [name, members] : repositories) names.push_back(name);
-  std::vector<Collected> collected(names.size());
-  workers.run(names.size(), [&](std::size_t number) {
-    collected[number] = collect(known, names[number]);
-    const auto& [all, docs, commits] = collected[number];
-    const TextAnswers doc_answers = ask(without_answers_documentation(all, docs), docs);
-    const TextAnswers commit_answers = ask(all, commits);
-    std::unordered_map<std::string, std::uint32_t> numbers;
-    for (const Pair& symbol : all) {
-      numbers.emplace(symbol_key(symbol), static_cast<std::uint32_t>(numbers.size()));
-    }
-    for (const std::uint32_t i : repositories.at(names[number])) {
-      const TextAnswer& answer =
-          (pairs[i].kind == PairKind::doc ? doc_answers : commit_answers).at(pairs[i].query);
-      of[i] = answer.rivals;
-      const auto own = answer.answers.find(numbers.at(symbol_key(pairs[i])));
-      if (own != answer.answers.end()) answer_scores[i] = own->second;
+Rivals::Rivals(std::span<const Lesson> lessons, std::span<const AnswerPlace> places,
+               Vocabulary& vocabulary, const host::embedding::SymbolSettings& settings,
+               Workers& workers)
+    : of(places.size()), answer_scores(places.size()) {
+  std::vector<std::size_t> firsts(lessons.size() + 1, places.size());  // places of each lesson
+  for (std::size_t i = places.size(); i-- > 0;) firsts[places[i].lesson] = i;
+  for (std::size_t i = lessons.size(); i-- > 0;) firsts[i] = std::min(firsts[i], firsts[i + 1]);
+  workers.run(lessons.size(), [&](std::size_t number) {
+    const Lesson& lesson = lessons[number];
+    std::size_t i = firsts[number];
+    for (std::uint32_t exam = 0; exam < lesson.exams.size(); ++exam) {
+      ExamAsker asker(lesson.tree, lesson.exams[exam]);
+      for (const Question& question : lesson.exams[exam].questions) {
+        const TextAnswer answer = answer_by_text(asker, question);
+        for (const std::uint32_t symbol : question.answers) {
+          of[i] = answer.rivals;
+          const auto own = answer.answers.find(symbol);
+          if (own != answer.answers.end()) answer_scores[i] = own->second;
+          ++i;
+        }
+      }
     }
   });
-  std::uint32_t before = 0;
-  for (std::size_t number = 0; number < names.size(); ++number) {
-    for (const Pair& symbol : collected[number].symbols) {
-      symbols.add(symbol_bag(symbol.parts(), settings), vocabulary);
+  for (std::size_t number = 0; number < lessons.size(); ++number) {
+    const auto before = static_cast<std::uint32_t>(symbols.size());
+    for (const TreeSymbol& symbol : lessons[number].tree.symbols) {
+      symbols.add(symbol_bag(symbol.parts(false), settings), vocabulary);
     }
-    for (const std::uint32_t i : repositories.at(names[number])) {
+    for (std::size_t i = firsts[number]; i < firsts[number + 1]; ++i) {
       for (Rival& rival : of[i]) rival.symbol += before;
     }
-    before += static_cast<std::uint32_t>(collected[number].symbols.size());
   }
 }
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "examples.h"
-#include "pairs.h"
+#include "lessons.h"
 #include "workers.h"
 
 namespace velmora::train {
@@ -18,19 +18,17 @@ struct Rival {
   float score = 0.0F;        // the fused score without the semantic channel
 };
 
-// For each pair the symbols that text alone puts first for its question and that do not answer it:
-// what matches the words and is wrong. An embedding that ranks these below the right answer
-// corrects the text channels where they err. Nobody asks for a symbol in the words of its
-// documentation with that documentation at hand: to find the rivals of a doc question, all symbols
-// that doc questions ask for lose theirs.
+// For each question the symbols that text alone puts first and that do not answer it: what matches
+// the words and is wrong. An embedding that ranks these below the right answer corrects the text
+// channels where they err. Text reads the bodies and what an exam does not hide, and questions are
+// read as sentences, as the program does it.
 struct Rivals {
-  // From the symbols of all of `known`.
-  Rivals(std::span<const Pair> pairs, std::span<const Pair> known, Vocabulary& vocabulary,
-         const host::embedding::SymbolSettings& settings, Workers& workers);
+  Rivals(std::span<const Lesson> lessons, std::span<const AnswerPlace> places,
+         Vocabulary& vocabulary, const host::embedding::SymbolSettings& settings, Workers& workers);
 
-  Bags symbols;
-  std::vector<std::vector<Rival>> of;  // for each pair at most 32, best first
-  std::vector<float> answer_scores;    // what text gives the symbol of each pair; 0: nothing
+  Bags symbols;                        // of all lessons, one after the other
+  std::vector<std::vector<Rival>> of;  // for each place at most 32, best first
+  std::vector<float> answer_scores;    // what text gives the symbol of each place; 0: nothing
 };
 
 }  // namespace velmora::train

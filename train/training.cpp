@@ -13,6 +13,7 @@
 #include "gradient.h"
 #include "random.h"
 #include "rivals.h"
+#include "settings/settings.h"
 
 namespace velmora::train {
 namespace {
@@ -26,30 +27,16 @@ constexpr float SMALLEST_SQUARE = 1e-10F;
 // Adagrad's pieces of work.
 constexpr std::size_t ROWS_A_PIECE = 256;
 
-// At most so many pairs of each repository and kind, drawn at random, repository by repository.
-std::vector<Pair> drawn_pairs(std::span<const Pair> pairs, const TrainingOptions& options,
-                              Random& random) {
-  std::map<std::pair<std::string, PairKind>, std::vector<const Pair*>> groups;
-  for (const Pair& pair : pairs) groups[{pair.repository, pair.kind}].push_back(&pair);
-  std::vector<Pair> drawn;
-  for (auto& [key, members] : groups) {
-    random.shuffle(std::span(members));
-    const std::size_t most =
-        key.second == PairKind::doc ? options.most_doc_pairs : options.most_commit_pairs;
-    members.resize(std::min(members.size(), most));
-    for (const Pair* pair : members) drawn.push_back(*pair);
-  }
-  return drawn;
-}
-
-// The pairs of an epoch in their order: runs of `group` of one repository, in which those of a file
-// stand together, the runs mixed.
+// The examples of an epoch in their order: runs of `group` of one repository, in which those of a
+// file stand together, the runs mixed.
 class Schedule {
  public:
-  Schedule(const std::vector<Pair>& pairs, std::size_t group) : group_(group) {
-    std::map<std::string_view, std::map<std::string_view, std::vector<std::uint32_t>>> repositories;
-    for (std::uint32_t i = 0; i < pairs.size(); ++i) {
-      repositories[pairs[i].repository][pairs[i].path].push_back(i);
+  Schedule(std::span<const Lesson> lessons, std::span<const AnswerPlace> places, std::size_t group)
+      : group_(group) {
+    std::map<std::uint32_t, std::map<std::string_view, std::vector<std::uint32_t>>> repositories;
+    for (std::uint32_t i = 0; i < places.size(); ++i) {
+      const Tree& tree = lessons[places[i].lesson].tree;
+      repositories[places[i].lesson][tree.symbols[places[i].symbol].path].push_back(i);
     }
     for (auto& [name, files] : repositories) {
       std::vector<std::vector<std::uint32_t>>& repository = repositories_.emplace_back();
@@ -124,44 +111,6 @@ class LearningTable {
   Floats squares_;
 };
 
-// An exam in word numbers.
-struct EncodedExam {
-  EncodedExam(const Exam& exam, Vocabulary& vocabulary, const TrainingOptions& options)
-      : asked(exam.questions) {
-    for (const Pair& symbol : exam.symbols) {
-      symbols.add(symbol_bag(symbol.parts(), options.settings), vocabulary);
-    }
-    for (const Question& question : exam.questions) {
-      questions.add(query_bag(question.text), vocabulary);
-    }
-  }
-
-  std::span<const Question> asked;
-  Bags questions;
-  Bags symbols;
-};
-
-// The mean of 1 / the rank of the best answer by meaning, over all questions.
-double mean_reciprocal_rank(const std::vector<EncodedExam>& exams, const Table& table,
-                            Workers& workers) {
-  double sum = 0.0;
-  std::size_t count = 0;
-  for (const EncodedExam& exam : exams) {
-    const Encoded questions = encode(exam.questions, table, workers);
-    const Encoded symbols = encode(exam.symbols, table, workers);
-    const Floats all = cosines(questions, symbols, exam.symbols.size(), workers);
-    for (std::size_t i = 0; i < exam.asked.size(); ++i) {
-      const auto row = std::span(all).subspan(i * exam.symbols.size(), exam.symbols.size());
-      float best = -2.0F;
-      for (const std::uint32_t answer : exam.asked[i].answers) best = std::max(best, row[answer]);
-      const auto before = std::count_if(row.begin(), row.end(), [&](float v) { return v > best; });
-      sum += 1.0 / static_cast<double>(before + 1);
-      ++count;
-    }
-  }
-  return count == 0 ? 0.0 : sum / static_cast<double>(count);
-}
-
 Batch make_batch(const Examples& examples, const Rivals& rivals, std::size_t most_rivals,
                  std::span<const std::uint32_t> members, Random& random) {
   Batch batch;
@@ -187,9 +136,9 @@ Batch make_batch(const Examples& examples, const Rivals& rivals, std::size_t mos
   return batch;
 }
 
-// The words of the pairs, behind those of the model to begin with.
-Vocabulary make_vocabulary(std::span<const Pair> pairs, const TrainingOptions& options) {
-  Vocabulary own = Vocabulary::of(pairs, options.settings, options.vocabulary);
+// The words of the lessons, behind those of the model to begin with.
+Vocabulary make_vocabulary(std::span<const Lesson> lessons, const TrainingOptions& options) {
+  Vocabulary own = Vocabulary::of(lessons, options.settings, options.vocabulary);
   if (options.start == nullptr) return own;
   std::vector<std::string> words = options.start->words;
   const Vocabulary known(words);
@@ -201,9 +150,8 @@ Vocabulary make_vocabulary(std::span<const Pair> pairs, const TrainingOptions& o
 
 }  // namespace
 
-WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exams,
-                          const TrainingOptions& given, Workers& workers,
-                          const TrainingHooks& hooks) {
+WordModelData train_model(std::span<const Lesson> lessons, const TrainingOptions& given,
+                          Workers& workers, const TrainingHooks& hooks) {
   TrainingOptions options = given;
   if (options.start != nullptr) {
     options.settings = options.start->settings;
@@ -212,20 +160,16 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
     options.first_length = options.unknown_length;
   }
   Random random(options.seed);
-  const std::vector<Pair> drawn = drawn_pairs(pairs, options, random);
-  Vocabulary vocabulary = make_vocabulary(drawn, options);
+  const std::vector<AnswerPlace> places = places_of(lessons);
+  Vocabulary vocabulary = make_vocabulary(lessons, options);
   if (vocabulary.learned() == 0) throw std::invalid_argument("no word is frequent enough to learn");
-  const Examples examples(drawn, vocabulary, options.settings);
-  std::vector<EncodedExam> encoded_exams;
-  for (const Exam& exam : exams) encoded_exams.emplace_back(exam, vocabulary, options);
+  const Examples examples(lessons, places, vocabulary, options.settings);
+  const Rivals rivals(lessons, places, vocabulary, options.settings, workers);
 
-  const Rivals rivals(drawn, pairs, vocabulary, options.settings, workers);
-
+  const auto ranking = host::settings::standard_retrieval_settings();
   LearningTable learning(vocabulary, options);
-  Table best;
-  double best_rank = -1.0;
-  Schedule schedule(drawn, options.group);
-  const std::size_t batches = (drawn.size() + options.batch - 1) / options.batch;
+  Schedule schedule(lessons, places, options.group);
+  const std::size_t batches = (places.size() + options.batch - 1) / options.batch;
   const double steps = static_cast<double>(batches) * options.epochs;
   Floats by_questions;
   Floats by_symbols;
@@ -246,7 +190,7 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
                                by_symbols);
       loss += add_fusion_loss(batch, questions, symbols,
                               vote_steps(answer_cosines, batch.question_ids.size(), workers),
-                              options.fusion_weight, workers, by_questions, by_symbols);
+                              {ranking, options.fusion_weight}, workers, by_questions, by_symbols);
       const double done =
           static_cast<double>(epoch) * static_cast<double>(batches) + static_cast<double>(number);
       const auto rate = static_cast<float>(options.rate * (1.0 - done / steps));
@@ -258,25 +202,20 @@ WordModelData train_model(std::span<const Pair> pairs, std::span<const Exam> exa
       learning.learn(symbol_side, rate, workers);
       stopped = hooks.stop && hooks.stop();
     }
-    if (stopped && best_rank >= 0.0) break;
-    const double rank = mean_reciprocal_rank(encoded_exams, learning.table(), workers);
-    if (rank >= best_rank || exams.empty()) {
-      best = learning.table();
-      best_rank = rank;
-    }
     if (hooks.progress) {
-      hooks.progress({epoch + 1, options.epochs, loss / static_cast<double>(batches), rank});
+      hooks.progress({epoch + 1, options.epochs, loss / static_cast<double>(batches)});
     }
   }
+  Table table = learning.table();
   std::vector<std::string> words = vocabulary.words();
   words.resize(vocabulary.learned());
-  best.rows.resize(words.size() * options.dimensions);
+  table.rows.resize(words.size() * options.dimensions);
   return {.base_name = options.base_name,
           .settings = options.settings,
           .dimensions = options.dimensions,
           .unknown_length = options.unknown_length,
           .words = std::move(words),
-          .rows = std::vector<float>(best.rows.begin(), best.rows.end())};
+          .rows = std::vector<float>(table.rows.begin(), table.rows.end())};
 }
 
 }  // namespace velmora::train

@@ -1,4 +1,4 @@
-// Learns the vectors of words from pairs.
+// Learns the vectors of words from lessons.
 #pragma once
 
 #include <cstddef>
@@ -7,9 +7,8 @@
 #include <span>
 #include <string>
 
-#include "exam.h"
 #include "examples.h"
-#include "pairs.h"
+#include "lessons.h"
 #include "velmora/host/embedding/word_model.h"
 #include "workers.h"
 
@@ -39,11 +38,8 @@ struct TrainingOptions {
   // those that it learns, and the length that these begin with.
   float unknown_length = 32.0F;
   float first_length = 20.0F;
-  // The most pairs taken of each repository and kind.
-  std::size_t most_doc_pairs = 3000;
-  std::size_t most_commit_pairs = 3000;
   // The name of the model, without its checksum.
-  std::string base_name = "builtin-1";
+  std::string base_name = "builtin-2";
   // A model to begin with, whose dimensions and settings are kept; words that it lacks begin with
   // the vectors that it gives to unknown ones. Null: none. Lives as long as the training.
   const host::embedding::WordModelData* start = nullptr;
@@ -51,7 +47,8 @@ struct TrainingOptions {
                                               .fqn = {2.0F, 64},
                                               .signature = {0.5F, 30},
                                               .path = {5.0F, 64},
-                                              .docstring = {0.1F, 40}};
+                                              .docstring = {0.1F, 40},
+                                              .body = {0.25F, 64}};
 };
 
 // How far a training is, after each epoch.
@@ -59,22 +56,18 @@ struct TrainingProgress {
   int epoch = 0;  // from 1
   int epochs = 0;
   double loss = 0.0;  // mean over the epoch
-  double rank = 0.0;  // mean reciprocal rank by meaning over the exams; 0 without exams
 };
 
 // What the caller of a training wants to know and to stop.
 struct TrainingHooks {
   std::function<void(const TrainingProgress&)> progress = {};
-  // Asked after each batch; true ends the training with the best epoch so far.
+  // Asked after each batch; true ends the training with what was learned so far.
   std::function<bool()> stop = {};
 };
 
-// A model trained on `pairs`: that of the epoch that ranked best in the exams, or of the last one
-// when there are none. The same arguments give the same model, bit for bit, on machines of one
-// kind. Stopped before its first epoch has ended, it gives the model as it was then. Throws
-// std::invalid_argument when no word is left to learn.
-[[nodiscard]] host::embedding::WordModelData train_model(std::span<const Pair> pairs,
-                                                         std::span<const Exam> exams,
+// A model trained on lessons. The same arguments give the same model, bit for bit, on machines of
+// one kind. Throws std::invalid_argument when no word is left to learn.
+[[nodiscard]] host::embedding::WordModelData train_model(std::span<const Lesson> lessons,
                                                          const TrainingOptions& options,
                                                          Workers& workers,
                                                          const TrainingHooks& hooks = {});

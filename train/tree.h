@@ -5,10 +5,12 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "exam.h"
 #include "pairs.h"
+#include "velmora/host/embedding/word_model.h"
 
 namespace velmora::train {
 
@@ -25,6 +27,10 @@ struct TreeSymbol {
   std::string body = {};       // distinct words of its source, in order, with spaces between
 
   bool operator==(const TreeSymbol&) const = default;
+
+  [[nodiscard]] host::embedding::SymbolParts parts(bool hides_docstring) const {
+    return {name, fqn, signature, path, hides_docstring ? std::string_view() : docstring, body};
+  }
 };
 
 struct Tree {

@@ -10,7 +10,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -20,7 +19,6 @@
 #include "decision_training.h"
 #include "judge_report.h"
 #include "judging.h"
-#include "pairs.h"
 #include "quality_report.h"
 #include "tree.h"
 #include "tree_split.h"
@@ -38,13 +36,13 @@ using host::embedding::WordModel;
 struct Arguments {
   std::string trees;
   std::string model = "models/builtin.model";
+  std::optional<std::string> before;
   TreeSet set = TreeSet::validation;
   std::string decision = "models/builtin.decision";
   bool without_sentences = false;
   bool without_bodies = false;
   DecisionTrainingOptions training;
   std::size_t learned_questions = 1000;
-  std::optional<std::string> pairs;
   std::optional<std::string> page;
   ExamOptions exams = {.questions = 200};
 };
@@ -54,21 +52,6 @@ std::vector<fs::path> files_of(const Arguments& arguments, TreeSet set) {
   if (!files.empty()) return files;
   throw std::runtime_error(arguments.trees + " holds no tree of the " + std::string(name_of(set)) +
                            " set");
-}
-
-// The trees to learn from. The embedding model knows the answers of those that it learned from
-// itself, which would teach too much trust in it.
-std::vector<fs::path> files_to_learn_from(const Arguments& arguments) {
-  std::vector<fs::path> files = files_of(arguments, TreeSet::training);
-  if (!arguments.pairs) return files;
-  std::set<std::string, std::less<>> known;
-  for (const Pair& pair : read_pairs(*arguments.pairs)) known.insert(pair.repository);
-  for (const std::string_view held_back : VALIDATION_REPOSITORIES) {
-    known.erase(std::string(held_back));
-  }
-  std::erase_if(files,
-                [&](const fs::path& file) { return known.contains(tree_repository_of(file)); });
-  return files;
 }
 
 // Reads trees, one a thread at a time, and gives what `make` makes of each, in the
@@ -88,26 +71,30 @@ std::vector<Result> each_tree(const std::vector<fs::path>& files, Workers& worke
   return results;
 }
 
-// Each part by itself, then one after the other.
+// Each part by itself, but for the decision, which was learned over all others; then one after the
+// other.
 std::vector<Parts> all_parts() {
   return {{},
           {.sentences = true},
           {.bodies = true},
-          {.decision = true},
+          {.model = true},
+          {.settings = true},
           {.sentences = true, .bodies = true},
-          {.sentences = true, .decision = true},
-          {.sentences = true, .bodies = true, .decision = true}};
+          {.sentences = true, .bodies = true, .model = true},
+          {.sentences = true, .bodies = true, .model = true, .settings = true},
+          {.sentences = true, .bodies = true, .model = true, .settings = true, .decision = true}};
 }
 
 std::string judged(const Arguments& arguments, TreeSet set, const std::vector<Parts>& parts,
                    Workers& workers) {
-  const auto model = WordModel::open(arguments.model);
+  const EmbeddingModels models = {WordModel::open(arguments.model),
+                                  arguments.before ? WordModel::open(*arguments.before) : nullptr};
   static_cast<void>(host::decision::read_weights(arguments.decision));  // tells what is wrong
   const auto decisions = std::make_shared<host::decision::BuiltinDecision>(
       arguments.decision, std::make_shared<host::embedding::BuiltinEngine>(arguments.model));
   const std::vector<JudgedTree> trees = each_tree<JudgedTree>(
       files_of(arguments, set), workers,
-      [&](const Tree& tree) { return judge(tree, parts, arguments.exams, model, decisions); });
+      [&](const Tree& tree) { return judge(tree, parts, arguments.exams, models, decisions); });
   return judged_markdown(trees, parts);
 }
 
@@ -122,12 +109,14 @@ void tell(const Arguments& arguments, TreeSet set, unsigned threads) {
 void decide(const Arguments& arguments, Workers& workers) {
   const auto model = WordModel::open(arguments.model);
   const Parts parts = {.sentences = !arguments.without_sentences,
-                       .bodies = !arguments.without_bodies};
+                       .bodies = !arguments.without_bodies,
+                       .model = true,
+                       .settings = true};
   const ExamOptions exams = {.questions = arguments.learned_questions,
                              .seed = arguments.exams.seed};
   std::vector<RankedQuestion> questions;
   for (std::vector<RankedQuestion>& some : each_tree<std::vector<RankedQuestion>>(
-           files_to_learn_from(arguments), workers,
+           files_of(arguments, TreeSet::decision), workers,
            [&](const Tree& tree) { return ranked_questions(tree, parts, exams, model); })) {
     std::move(some.begin(), some.end(), std::back_inserter(questions));
   }
@@ -162,15 +151,20 @@ void add_tree_commands(CLI::App& app, const unsigned& threads) {
   CLI::App* judge = app.add_subcommand("judge", "Measure what each part adds to the answers");
   add_common(*judge, *arguments);
   const std::map<std::string, TreeSet> sets = {{"training", TreeSet::training},
+                                               {"decision", TreeSet::decision},
                                                {"validation", TreeSet::validation},
                                                {"test", TreeSet::test}};
-  judge->add_option("--set", arguments->set, "training, validation or test")
+  judge->add_option("--set", arguments->set, "training, decision, validation or test")
       ->transform(CLI::CheckedTransformer(sets))
       ->default_str("validation");
   CLI::App* report = app.add_subcommand(
       "report", "Measure the same by the trees of the test set, by which nothing is ever chosen");
   add_common(*report, *arguments);
   for (CLI::App* command : {judge, report}) {
+    command
+        ->add_option("--before-model", arguments->before,
+                     "The embedding model of the fusion that the parts are added to")
+        ->required();
     command->add_option("--decision", arguments->decision, "The weights of the decision model")
         ->capture_default_str();
     command->add_option("--report", arguments->page, "Puts the tables into this file");
@@ -183,8 +177,6 @@ void add_tree_commands(CLI::App& app, const unsigned& threads) {
   add_common(*decision, *arguments);
   decision->add_option("--out", arguments->decision, "The file of weights to write")
       ->capture_default_str();
-  decision->add_option("--pairs", arguments->pairs,
-                       "The pairs that the embedding model learned from: their trees are left out");
   decision
       ->add_option("--learned-questions", arguments->learned_questions,
                    "The most questions of each kind that are learned from a tree")

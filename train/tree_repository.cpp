@@ -76,13 +76,7 @@ TreeVectors::TreeVectors(const Tree& tree, const std::vector<bool>& hidden,
       norms_(tree.symbols.size(), 0.0) {
   std::vector<float> vector(width_);
   for (std::size_t i = 0; i < tree.symbols.size(); ++i) {
-    const TreeSymbol& symbol = tree.symbols[i];
-    model.embed_symbol({.name = symbol.name,
-                        .fqn = symbol.fqn,
-                        .signature = symbol.signature,
-                        .path = symbol.path,
-                        .docstring = hidden[i] ? std::string_view() : symbol.docstring},
-                       vector);
+    model.embed_symbol(tree.symbols[i].parts(hidden[i]), vector);
     if (std::ranges::all_of(vector, [](float value) { return value == 0.0F; })) continue;
     const auto row = std::span(rows_).subspan(i * width_, width_);
     host::index::write_direction<std::int8_t>(vector, row);

@@ -10,6 +10,12 @@
 namespace velmora::train {
 namespace {
 
+// Of many languages, and none of them among the pairs of the embedding model.
+constexpr auto DECISION_OWNERS = utils::string_set(
+    "actix", "date-fns", "fastify", "getsentry", "go-gorm", "guzzle", "libarchive", "mobxjs",
+    "puma", "python-poetry", "rack", "rayon-rs", "ruby-grape", "rustls", "scala-steward-org",
+    "scalameta", "servo", "sharkdp", "syncthing", "systemd");
+
 // None of these was ever learned from, the pairs of the embedding model included.
 constexpr auto VALIDATION_OWNERS = utils::string_set(
     "Alamofire", "DapperLib", "Shopify", "acmesh-official", "chartjs", "curl", "danmar", "eslint",
@@ -29,7 +35,8 @@ constexpr auto TEST_OWNERS = utils::string_set(
 TreeSet tree_set(std::string_view repository) {
   const std::string_view owner = repository.substr(0, repository.find('/'));
   if (VALIDATION_OWNERS.contains(owner)) return TreeSet::validation;
-  return TEST_OWNERS.contains(owner) ? TreeSet::test : TreeSet::training;
+  if (TEST_OWNERS.contains(owner)) return TreeSet::test;
+  return DECISION_OWNERS.contains(owner) ? TreeSet::decision : TreeSet::training;
 }
 
 std::span<const std::vector<std::string_view>> owner_families() {
@@ -66,6 +73,8 @@ std::string_view name_of(TreeSet set) {
   switch (set) {
     case TreeSet::training:
       return "training";
+    case TreeSet::decision:
+      return "decision";
     case TreeSet::validation:
       return "validation";
     case TreeSet::test:

@@ -1,9 +1,11 @@
-// Which trees are learned from, which choose settings, and which judge at the end.
+// Which trees are learned from, by which model, which choose settings, and which judge at the end.
 //
-// The sets share no owner and no family: forks and ports, organisations of one company or author,
-// and trees of which one holds a copy of the other. Copies were looked for: where two trees share
-// more than two in a hundred of the smaller one's signatures together with the words of their
-// bodies, both stand in one set.
+// The embedding model learns from the training set. The decision model learns from another: on
+// trees whose answers the embedding model knows, it would come to trust that one too much. The sets
+// share no owner and no family: forks and ports, organisations of one company or author, and trees
+// of which one holds a copy of the other. Copies were looked for: where two trees share more than
+// two in a hundred of the smaller one's signatures together with the words of their bodies, both
+// stand in one set.
 #pragma once
 
 #include <array>
@@ -14,10 +16,10 @@
 
 namespace velmora::train {
 
-enum class TreeSet { training, validation, test };
+enum class TreeSet { training, decision, validation, test };
 
 // The set of a repository "owner/name": that of its owner; an owner that stands in no list is
-// learned from.
+// of the training set.
 [[nodiscard]] TreeSet tree_set(std::string_view repository);
 
 // Owners that belong together, though their names differ; one family a row. For a test, which holds
@@ -29,7 +31,7 @@ enum class TreeSet { training, validation, test };
 [[nodiscard]] std::vector<std::filesystem::path> tree_files(const std::filesystem::path& folder,
                                                             TreeSet set);
 
-// "training", "validation" or "test".
+// "training", "decision", "validation" or "test".
 [[nodiscard]] std::string_view name_of(TreeSet set);
 
 }  // namespace velmora::train

@@ -13,6 +13,7 @@
 
 #include "decision/decision_weights.h"
 #include "judging.h"
+#include "lessons.h"
 #include "miner.h"
 #include "tree.h"
 #include "velmora/host/decision/builtin_decision.h"
@@ -100,10 +101,13 @@ std::shared_ptr<BuiltinEngine> engine_of(const WordModelData& data, const fs::pa
 std::vector<double> reciprocal_ranks(const Tree& tree, const TreeExam& exam,
                                      const std::shared_ptr<BuiltinEngine>& engine,
                                      const fs::path& decision) {
-  ExamAsker asker(tree, exam, engine->model(), std::make_shared<BuiltinDecision>(decision, engine));
+  ExamAsker asker(tree, exam, {.now = engine->model()},
+                  std::make_shared<BuiltinDecision>(decision, engine));
   std::vector<double> scores;
   for (const Question& question : exam.questions) {
-    const auto answer = asker.ask(question, {.sentences = true, .bodies = true, .decision = true});
+    const auto answer = asker.ask(
+        question,
+        {.sentences = true, .bodies = true, .model = true, .settings = true, .decision = true});
     const std::uint32_t rank = rank_of(answer.hits, question);
     scores.push_back(rank == 0 ? 0.0 : 1.0 / rank);
   }
@@ -140,7 +144,8 @@ Tuned tune(const TuningFiles& files, Workers& workers, const TuningHooks& hooks)
   // Smaller steps than a model takes that begins with nothing: what all repositories taught must
   // not be lost to one. Chosen on the validation trees, where half the rate gains two thirds as
   // much, and twice the rate or the epochs no more.
-  const WordModelData data = train_model(pairs, {},
+  const std::vector<Lesson> lessons = lessons_of(pairs, {.questions = pairs.size()});
+  const WordModelData data = train_model(lessons,
                                          {.vocabulary = {.least_repositories = 1},
                                           .epochs = 6,
                                           .rate = 0.2F,

@@ -63,8 +63,8 @@ Step step(const Batch& batch, const Table& table, const std::vector<VoteSteps>& 
   Step result;
   result.loss = contrastive_loss(batch, questions, symbols, cosines(questions, symbols, 6, workers),
                                  {0.5F, 3.0F}, workers, question_side, symbol_side);
-  result.loss +=
-      add_fusion_loss(batch, questions, symbols, votes, 2.0F, workers, question_side, symbol_side);
+  result.loss += add_fusion_loss(batch, questions, symbols, votes, {.weight = 2.0F}, workers,
+                                 question_side, symbol_side);
   result.by_questions = gradient_of(batch.questions, questions, question_side, 10, workers);
   result.by_symbols = gradient_of(batch.symbols, symbols, symbol_side, 10, workers);
   return result;
@@ -122,13 +122,13 @@ std::vector<Pair> synonyms() {
 }
 
 TEST(Training, LearnsSynonymsAndGivesTheSameBitsWithAnyNumberOfThreads) {
-  const std::vector<Pair> pairs = synonyms();
+  const std::vector<Lesson> lessons = lessons_of(synonyms(), {});
   const TrainingOptions options = {
       .dimensions = 16, .vocabulary = {.least_repositories = 1}, .epochs = 60, .batch = 300};
   std::vector<host::embedding::WordModelData> models;
   for (const unsigned threads : {1U, 3U}) {
     Workers workers(threads);
-    models.push_back(train_model(pairs, {}, options, workers));
+    models.push_back(train_model(lessons, options, workers));
   }
   EXPECT_EQ(models[0].words, models[1].words);
   EXPECT_EQ(models[0].rows, models[1].rows);
@@ -168,15 +168,15 @@ std::vector<Pair> neighbours() {
 }
 
 TEST(Rivals, AreWhatTextFindsAndIsWrongWithItsScores) {
-  const std::vector<Pair> pairs = neighbours();
+  const std::vector<Lesson> lessons = lessons_of(neighbours(), {});
   Workers workers(2);
   Vocabulary vocabulary({"config"});
-  const Rivals rivals(pairs, pairs, vocabulary, {}, workers);
-  // The symbols have the numbers of their pairs. Nothing says what they do but their names, so text
-  // finds those that share a word with the question, those that share both first.
+  const Rivals rivals(lessons, places_of(lessons), vocabulary, {}, workers);
+  // The places and the symbols have the numbers of the pairs. Nothing says what they do but their
+  // names, so text finds those that share a word with the question, those that share both first.
   const auto symbols_of = [&](std::size_t pair) {
     std::vector<std::uint32_t> symbols;
-    for (const Rival& rival : rivals.of[pair]) symbols.push_back(rival.symbol);
+    for (const Rival& rival : rivals.of.at(pair)) symbols.push_back(rival.symbol);
     return symbols;
   };
   EXPECT_EQ(symbols_of(0), (std::vector<std::uint32_t>{2}));    // read_socket answers it too
@@ -192,8 +192,9 @@ TEST(Vocabulary, LearnsTheWordsOfSeveralTextsAndRepositories) {
   const std::vector<Pair> pairs = {{.repository = "a", .query = "open shared twice"},
                                    {.repository = "a", .query = "open twice"},
                                    {.repository = "b", .query = "open shared once"}};
+  const std::vector<Lesson> lessons = lessons_of(pairs, {});
   const auto words = [&](const VocabularyOptions& options) {
-    return Vocabulary::of(pairs, {}, options).words();
+    return Vocabulary::of(lessons, {}, options).words();
   };
   EXPECT_EQ(words({2, 1}), (std::vector<std::string>{"open", "shared", "twice"}));
   EXPECT_EQ(words({2, 2}), (std::vector<std::string>{"open", "shared"}));

@@ -104,6 +104,7 @@ TEST(Tree, IsReadAndItsDocstringsAreAsked) {
 TEST(Tree, SetsShareNoFamily) {
   EXPECT_EQ(tree_set("curl/curl"), TreeSet::validation);
   EXPECT_EQ(tree_set("libgit2/another"), TreeSet::test);  // the owner decides
+  EXPECT_EQ(tree_set("rack/rack"), TreeSet::decision);
   EXPECT_EQ(tree_set("nobody/nothing"), TreeSet::training);
   for (const auto& family : owner_families()) {
     std::set<TreeSet> sets;
@@ -142,7 +143,8 @@ TEST(DecisionTraining, LearnsTheSameBytesAndWhatHelps) {
     Workers workers(threads);
     std::vector<std::vector<RankedQuestion>> trees(4);
     workers.run(trees.size(), [&](std::size_t number) {
-      trees[number] = ranked_questions(small_tree(number + 1), {.bodies = true}, {}, model);
+      trees[number] =
+          ranked_questions(small_tree(number + 1), {.bodies = true, .model = true}, {}, model);
     });
     std::vector<RankedQuestion> all;
     for (auto& tree : trees) std::move(tree.begin(), tree.end(), std::back_inserter(all));

@@ -83,6 +83,7 @@ WordBag symbol_bag(const SymbolParts& symbol, const SymbolSettings& settings) {
   add_part(symbol.signature, settings.signature, bag);
   add_part(symbol.path, settings.path, bag);
   add_part(symbol.docstring, settings.docstring, bag);
+  add_part(symbol.body, settings.body, bag);
   for (WeightedWord& entry : bag) {
     if (entry.weight > 1.0F) entry.weight = 1.0F + std::log(entry.weight);
   }

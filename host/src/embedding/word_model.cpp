@@ -38,7 +38,9 @@ namespace fs = std::filesystem;
 static_assert(std::endian::native == std::endian::little, "model files keep the little end first");
 
 constexpr std::array<char, 8> MAGIC = {'V', 'E', 'L', 'W', 'O', 'R', 'D', 'S'};
-constexpr std::uint32_t VERSION = 3;
+constexpr std::uint32_t VERSION = 4;
+// Its files read no bodies, and their header ends without the settings for them.
+constexpr std::uint32_t VERSION_WITHOUT_BODIES = 3;
 constexpr float LARGEST_STEP = 127.0F;
 // Keep sizes and sums far from the end of their types.
 constexpr std::uint32_t LARGEST_DIMENSIONS = 1U << 16U;
@@ -58,7 +60,7 @@ struct Header {
   SymbolSettings settings = {};
   std::uint64_t checksum = 0;
 };
-static_assert(sizeof(Header) == 88, "the header has no gaps");
+static_assert(sizeof(Header) == 96, "the header has no gaps");
 
 template <class Value>
 Value load(const std::byte* from) {
@@ -83,17 +85,34 @@ std::uint64_t checksum(std::uint64_t sum, std::span<const std::byte> bytes) {
   return sum;
 }
 
-// The checksum of a whole file, which holds it in its header.
-std::uint64_t file_checksum(Header header, std::span<const std::byte> file) {
-  header.checksum = 0;
-  const std::uint64_t sum = checksum(0, std::as_bytes(std::span(&header, 1)));
-  return checksum(sum, file.subspan(sizeof header));
+std::size_t header_bytes(std::uint32_t version) {
+  return sizeof(Header) - (version == VERSION_WITHOUT_BODIES ? sizeof(PartSettings) : 0);
+}
+
+// REQUIRES: the bytes hold a header of the newest version.
+Header read_header(std::span<const std::byte> bytes) {
+  auto header = load<Header>(bytes.data());
+  if (header.version == VERSION_WITHOUT_BODIES) {
+    header.settings.body = {0.0F, 0};
+    header.checksum =
+        load<std::uint64_t>(bytes.data() + header_bytes(header.version) - sizeof header.checksum);
+  }
+  return header;
+}
+
+// The checksum of a whole file, which holds it at the end of its header.
+std::uint64_t file_checksum(std::span<const std::byte> file, std::uint32_t version) {
+  const std::size_t size = header_bytes(version);
+  std::array<std::byte, sizeof(Header)> header{};
+  std::copy_n(file.begin(), size - sizeof(std::uint64_t), header.begin());
+  const std::uint64_t sum = checksum(0, std::span(header).first(size));
+  return checksum(sum, file.subspan(size));
 }
 
 // Where each section begins, and where the file ends.
 struct Layout {
   explicit Layout(const Header& header)
-      : slots(sizeof(Header)),
+      : slots(header_bytes(header.version)),
         offsets(slots + std::uint64_t{header.slots} * 4),
         scales(offsets + std::uint64_t{header.words} * 4),
         text(scales + (header.kind == RowKind::int8 ? std::uint64_t{header.words} * 4 : 0)),
@@ -111,7 +130,7 @@ bool usable_length(float length) { return length >= 0.0F && length <= LARGEST_NU
 
 bool usable(const SymbolSettings& settings) {
   return usable(settings.name) && usable(settings.fqn) && usable(settings.signature) &&
-         usable(settings.path) && usable(settings.docstring);
+         usable(settings.path) && usable(settings.docstring) && usable(settings.body);
 }
 
 // Makes the length of `values` one, unless all are zero.
@@ -200,7 +219,8 @@ std::vector<std::byte> encode(const WordModelData& data, RowKind kind) {
   } else {
     append(bytes, std::span<const float>(data.rows));
   }
-  header.checksum = file_checksum(header, bytes);
+  std::memcpy(bytes.data(), &header, sizeof header);
+  header.checksum = file_checksum(bytes, VERSION);
   std::memcpy(bytes.data(), &header, sizeof header);
   return bytes;
 }
@@ -328,11 +348,11 @@ struct WordModel::File {
     const auto need = [](bool holds, const std::string& what) {
       if (!holds) throw ModelFileError(what);
     };
-    header = load<Header>(bytes.data());
+    header = read_header(bytes);
     need(header.magic == MAGIC, "is no model");
-    need(header.version == VERSION, "has format version " + std::to_string(header.version) +
-                                        ", and this program reads version " +
-                                        std::to_string(VERSION));
+    need(header.version == VERSION || header.version == VERSION_WITHOUT_BODIES,
+         "has format version " + std::to_string(header.version) +
+             ", and this program reads version " + std::to_string(VERSION));
     need((header.kind == RowKind::int8 || header.kind == RowKind::float32) &&
              header.dimensions > 0 && header.dimensions <= LARGEST_DIMENSIONS &&
              header.name_bytes > 0 && std::has_single_bit(header.slots) &&
@@ -342,7 +362,8 @@ struct WordModel::File {
     need(layout.end == bytes.size(), "is cut short or damaged: it has " +
                                          std::to_string(bytes.size()) + " bytes, and its header " +
                                          "announces " + std::to_string(layout.end));
-    need(file_checksum(header, bytes) == header.checksum, "is damaged: its checksum is wrong");
+    need(file_checksum(bytes, header.version) == header.checksum,
+         "is damaged: its checksum is wrong");
 
     slots = bytes.data() + layout.slots;
     offsets = bytes.data() + layout.offsets;

@@ -24,9 +24,7 @@ RowCursor::RowCursor(ReaderPool::Lease reader, std::span<const std::string_view>
       rows_(reader_->database, RowReader::Use::many),
       language_wanted_(languages),
       kind_wanted_(kinds) {
-  std::string sql(SELECT_SYMBOL_ROWS);
-  sql.insert(sql.find(" FROM "), ", s.words");
-  select_ = reader_->database.prepare(sql + " ORDER BY s.id");
+  select_ = reader_->database.prepare(select_symbol_rows_with("s.words") + " ORDER BY s.id");
 }
 
 const storage::SymbolRow* RowCursor::next() {

@@ -26,6 +26,11 @@ std::size_t hash(std::string_view name) { return std::hash<std::string_view>{}(n
 
 }  // namespace
 
+std::string select_symbol_rows_with(std::string_view columns) {
+  std::string sql(SELECT_SYMBOL_ROWS);
+  return sql.insert(sql.find(" FROM "), ", " + std::string(columns));
+}
+
 RowReader::RowReader(const storage::Database& database, Use use)
     : counterparts_(database.prepare(select_counterparts(), SQLITE_PREPARE_PERSISTENT)),
       names_(use == Use::many ? &database : nullptr) {}

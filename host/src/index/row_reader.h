@@ -11,10 +11,13 @@
 namespace velmora::host::index {
 
 // Selects what a RowReader reads, from symbols s and files f. A cross join keeps the symbols as the
-// outer loop, so that their order by id needs no sort. Columns of one's own go before " FROM ".
+// outer loop, so that their order by id needs no sort.
 inline constexpr std::string_view SELECT_SYMBOL_ROWS =
     "SELECT s.id, s.fqn, s.name, s.kind, f.path, s.start_line, s.end_line, s.signature,"
     " s.docstring, s.language FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file";
+
+// The same with more columns, the first of which is column ROW_COLUMNS.
+[[nodiscard]] std::string select_symbol_rows_with(std::string_view columns);
 
 // Columns of it that are asked for alone, and the first behind them.
 inline constexpr int ROW_KIND = 3;

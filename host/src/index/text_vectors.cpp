@@ -17,9 +17,7 @@ using storage::Statement;
 // Selects what a RowReader reads; then the vector of the symbol, NULL when it has none; then the
 // key of that vector's text, NULL when an import gave the vector. The first parameter is the model.
 std::string select_linked() {
-  std::string sql(SELECT_SYMBOL_ROWS);
-  sql.insert(sql.find(" FROM "), ", e.vector, v.text");
-  return sql +
+  return select_symbol_rows_with("e.vector, v.text") +
          " LEFT JOIN embeddings AS e ON e.model = ?1 AND e.symbol = s.id"
          " LEFT JOIN vectors AS v ON v.id = e.vector";
 }

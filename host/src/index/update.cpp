@@ -23,17 +23,18 @@ using storage::Statement;
 
 // What the index holds under the id of a symbol.
 struct Stored {
-  // What a model may read of a symbol; its path stays.
+  // What any model may read of a symbol; its path stays.
   std::tuple<std::string, std::string, std::string, std::optional<std::string>,
              std::optional<std::string>>
       text;
-  std::tuple<std::string, std::int64_t, std::int64_t, std::string> rest;
+  std::string words;  // only the program's own model reads them
+  std::tuple<std::string, std::int64_t, std::int64_t> rest;
 
   static auto text_of(const Symbol& symbol) {
     return std::tie(symbol.kind, symbol.fqn, symbol.name, symbol.signature, symbol.docstring);
   }
   static auto rest_of(const Symbol& symbol) {
-    return std::tie(symbol.language, symbol.start_line, symbol.end_line, symbol.words);
+    return std::tie(symbol.language, symbol.start_line, symbol.end_line);
   }
 };
 
@@ -76,6 +77,14 @@ class Update::Impl {
         select_counterparts_(database.prepare(
             "SELECT id FROM symbols INDEXED BY undocumented_by_fqn WHERE fqn = ? AND " +
             undocumented_sql())),
+        delete_own_vector_(database.prepare(
+            "DELETE FROM vectors WHERE text IS NULL AND id IN (SELECT vector FROM embeddings"
+            " WHERE model IN (SELECT id FROM models WHERE kind = 'int8') AND symbol = ?)")),
+        delete_own_embedding_(
+            database.prepare("DELETE FROM embeddings WHERE model IN (SELECT id FROM models"
+                             " WHERE kind = 'int8') AND symbol = ?")),
+        wait_for_own_(database.prepare("INSERT OR IGNORE INTO waiting SELECT id, ? FROM models"
+                                       " WHERE kind = 'int8'")),
         wait_no_more_(database.prepare(
             "DELETE FROM waiting WHERE model IN (SELECT id FROM models) AND symbol = ?")),
         text_vectors_(database),
@@ -109,14 +118,20 @@ class Update::Impl {
     std::map<SymbolId, Stored> before = stored_symbols(number);
     for (const auto& [id, symbol] : after) {
       const auto same = before.extract(id);
-      const bool is_new = same.empty() || same.mapped().text != Stored::text_of(*symbol);
-      if (!is_new && same.mapped().rest == Stored::rest_of(*symbol)) continue;
+      const bool keeps_text = !same.empty() && same.mapped().text == Stored::text_of(*symbol);
+      const bool keeps_words = keeps_text && same.mapped().words == symbol->words;
+      if (keeps_words && same.mapped().rest == Stored::rest_of(*symbol)) continue;
       store(id, number, *symbol);
-      if (!is_new) continue;
-      if (!same.empty()) drop_vectors(id);
-      wait_.bind(1, id).run();
-      if (symbol->docstring) documented_changed(symbol->fqn);
-      if (!same.empty()) documented_changed(same.mapped());
+      if (!keeps_text) {
+        if (!same.empty()) drop_vectors(id);
+        wait_.bind(1, id).run();
+        if (symbol->docstring) documented_changed(symbol->fqn);
+        if (!same.empty()) documented_changed(same.mapped());
+      } else if (!keeps_words) {
+        delete_own_vector_.bind(1, id).run();
+        delete_own_embedding_.bind(1, id).run();
+        wait_for_own_.bind(1, id).run();
+      }
     }
     erase_all(before);
   }
@@ -133,7 +148,7 @@ class Update::Impl {
     const char* const which =
         is_new ? "" : " WHERE s.id IN (SELECT symbol FROM waiting WHERE model = ?1)";
     Statement select =
-        database_.prepare(std::string(SELECT_SYMBOL_ROWS) + which + " ORDER BY s.id");
+        database_.prepare(select_symbol_rows_with("s.words") + which + " ORDER BY s.id");
     if (!is_new) select.bind(1, model);
     RowReader rows(database_, RowReader::Use::many);
     EmbeddingWriter embeddings(database_);
@@ -141,7 +156,7 @@ class Update::Impl {
     std::int64_t stored = 0;
     while (select.step()) {
       const storage::SymbolRow symbol = rows.read(select);
-      if (!vector_of(symbol, vector)) continue;
+      if (!vector_of(symbol, select.column_text(ROW_COLUMNS), vector)) continue;
       embeddings.add(model, symbol.id, stored_vector(vector, VectorKind::int8));
       ++stored;
     }
@@ -227,7 +242,8 @@ class Update::Impl {
           row.column_int64(0),
           Stored{{column(row, 3), column(row, 1), column(row, 2),
                   owned(row.column_optional_text(7)), owned(row.column_optional_text(8))},
-                 {column(row, 4), row.column_int64(5), row.column_int64(6), column(row, 9)}});
+                 column(row, 9),
+                 {column(row, 4), row.column_int64(5), row.column_int64(6)}});
     }
     select_symbols_.reset();
     return stored;
@@ -314,6 +330,9 @@ class Update::Impl {
   Statement delete_embeddings_;
   Statement wait_;
   Statement select_counterparts_;
+  Statement delete_own_vector_;
+  Statement delete_own_embedding_;
+  Statement wait_for_own_;
   Statement wait_no_more_;
   TextVectors text_vectors_;
   const bool has_models_;

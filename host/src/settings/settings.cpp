@@ -36,6 +36,23 @@ List list(const Settings& settings, std::string_view key) {
   return std::holds_alternative<List>(value) ? std::get<List>(value) : List();
 }
 
+RetrievalSettings ranking_of(const Settings& settings) {
+  RetrievalSettings ranking;
+  ranking.rrf_k = integer(settings, "ranking.rrf_k");
+  ranking.depth = integer(settings, "ranking.depth");
+  ranking.semantic_shortlist = integer(settings, "ranking.semantic_shortlist");
+  ranking.semantic_max_neighbours = integer(settings, "ranking.semantic_max_neighbours");
+  ranking.best_files = integer(settings, "ranking.best_files");
+  ranking.weights = {.name = number(settings, "ranking.weights.name"),
+                     .signature = number(settings, "ranking.weights.signature"),
+                     .path = number(settings, "ranking.weights.path"),
+                     .docstring = number(settings, "ranking.weights.docstring")};
+  ranking.file_weights = {.names = number(settings, "ranking.file_weights.names"),
+                          .path = number(settings, "ranking.file_weights.path"),
+                          .docstrings = number(settings, "ranking.file_weights.docstrings")};
+  return ranking;
+}
+
 }  // namespace
 
 std::string origin_text(const Setting& setting) {
@@ -51,11 +68,16 @@ std::string origin_text(const Setting& setting) {
   return text::printable_line(setting.file.string()) + ":" + std::to_string(setting.line);
 }
 
-Settings Settings::of(const fs::path& root) {
+Settings Settings::standard() {
   Settings settings;
   for (const Key& key : all_keys()) {
     settings.settings_.push_back({.key = &key, .value = value_of_text(key, key.standard).value()});
   }
+  return settings;
+}
+
+Settings Settings::of(const fs::path& root) {
+  Settings settings = standard();
   if (const fs::path file = user_file(); !file.empty()) {
     settings.take(read_settings_file(file, Whose::user), Origin::user, file);
   }
@@ -113,21 +135,9 @@ indexing::SourceRules source_rules(const fs::path& root) {
 }
 
 RetrievalSettings retrieval_settings(const fs::path& root) {
-  const Settings settings = Settings::of(root);
-  RetrievalSettings ranking;
-  ranking.rrf_k = integer(settings, "ranking.rrf_k");
-  ranking.depth = integer(settings, "ranking.depth");
-  ranking.semantic_shortlist = integer(settings, "ranking.semantic_shortlist");
-  ranking.semantic_max_neighbours = integer(settings, "ranking.semantic_max_neighbours");
-  ranking.best_files = integer(settings, "ranking.best_files");
-  ranking.weights = {.name = number(settings, "ranking.weights.name"),
-                     .signature = number(settings, "ranking.weights.signature"),
-                     .path = number(settings, "ranking.weights.path"),
-                     .docstring = number(settings, "ranking.weights.docstring")};
-  ranking.file_weights = {.names = number(settings, "ranking.file_weights.names"),
-                          .path = number(settings, "ranking.file_weights.path"),
-                          .docstrings = number(settings, "ranking.file_weights.docstrings")};
-  return ranking;
+  return ranking_of(Settings::of(root));
 }
+
+RetrievalSettings standard_retrieval_settings() { return ranking_of(Settings::standard()); }
 
 }  // namespace velmora::host::settings

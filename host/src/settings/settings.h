@@ -36,6 +36,9 @@ class Settings {
   // Throws SettingsError.
   [[nodiscard]] static Settings of(const std::filesystem::path& root);
 
+  // What holds where nobody says anything.
+  [[nodiscard]] static Settings standard();
+
   // In the order of all_keys(), one for each.
   [[nodiscard]] const std::vector<Setting>& all() const { return settings_; }
 
@@ -60,5 +63,8 @@ class Settings {
 [[nodiscard]] indexing::SourceRules source_rules(const std::filesystem::path& root);
 [[nodiscard]] workers::retrieval::RetrievalSettings retrieval_settings(
     const std::filesystem::path& root);
+
+// How the program ranks where nothing is set. docs/quality.md tells what was measured.
+[[nodiscard]] workers::retrieval::RetrievalSettings standard_retrieval_settings();
 
 }  // namespace velmora::host::settings

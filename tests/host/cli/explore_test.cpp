@@ -59,17 +59,17 @@ TEST_F(Explore, AnswersInJson) {
     return run_velmora({"explore", "--repo", repo, "--json", url, model, "parse_config"});
   };
   // The tests are left out. The first symbol is named by the question, first of the two in the
-  // words of symbols and of files, and second by embedding, as (1, 1) is nearer to (1, 2): 3 / 61 +
-  // 1 / 62. The other is found by embedding alone: 1 / 61.
+  // words of symbols and of files, and second by embedding, as (1, 1) is nearer to (1, 2): 3 / 9 +
+  // 1 / 10. The other is found by embedding alone: 1 / 9.
   EXPECT_EQ(ask().output,
             R"({"query":"parse_config","hits":[)"
             R"({"id":5,"fqn":"pkg.parse_config","name":"parse_config","kind":"function",)"
             R"("path":"src/config.py","start_line":3,"end_line":9,)"
-            R"("signature":"def parse_config(text):\n  more","score":0.06530936012691697,)"
+            R"("signature":"def parse_config(text):\n  more","score":0.43333333333333335,)"
             R"("ranks":{"exact":1,"lexical":1,"file":1,"semantic":2},"summary":"Reads settings.",)"
             R"("pinned_by":"parse_config"},)"
             R"({"id":6,"fqn":"pkg.Server","name":"Server","kind":"class","path":"src/server.py",)"
-            R"("start_line":1,"end_line":2,"signature":null,"score":0.01639344262295082,)"
+            R"("start_line":1,"end_line":2,"signature":null,"score":0.1111111111111111,)"
             R"("ranks":{"semantic":1},"summary":null,"pinned_by":null}],)"
             R"("channels":{"exact":"ok","lexical":"ok","file":"ok","semantic":"ok"},"note":null,)"
             R"("guesses":false,"did_you_mean":[]})"

@@ -50,7 +50,8 @@ const SymbolSettings SETTINGS = {.name = {2.0F, 8},
                                  .fqn = {1.0F, 8},
                                  .signature = {0.5F, 2},
                                  .path = {0.0F, 8},
-                                 .docstring = {0.25F, 8}};
+                                 .docstring = {0.25F, 8},
+                                 .body = {0.5F, 2}};
 
 // Twenty words whose numbers follow a rule, of very different sizes.
 WordModelData some_model() {
@@ -69,14 +70,17 @@ TEST(WordBag, AddsTheWeightsOfAWordsPlacesAndDampsWhatIsAboveOne) {
                               .fqn = "io.readFile",
                               .signature = "read(path, mode)",
                               .path = "never/seen.py",
-                              .docstring = "Reads the path"};
-  // read: 2 + 1 + 0.5; file: 2 + 1; io: 1; path: 0.5 + 0.25; mode is the signature's third word.
+                              .docstring = "Reads the path",
+                              .body = "file seek tell"};
+  // read: 2 + 1 + 0.5; file: 2 + 1 + 0.5; io: 1; path: 0.5 + 0.25; seek: 0.5; mode is the
+  // signature's third word, and tell the body's.
   const auto damped = [](float weight) { return 1.0F + std::log(weight); };
   EXPECT_EQ(symbol_bag(symbol, SETTINGS), (WordBag{{"read", damped(3.5F)},
-                                                   {"file", damped(3.0F)},
+                                                   {"file", damped(3.5F)},
                                                    {"io", 1.0F},
                                                    {"path", 0.75F},
-                                                   {"reads", 0.25F}}));
+                                                   {"reads", 0.25F},
+                                                   {"seek", 0.5F}}));
   EXPECT_EQ(query_bag("read the file, read it"), (WordBag{{"read", 1.0F}, {"file", 1.0F}}));
 }
 
@@ -196,8 +200,29 @@ TEST_F(WordModelTest, RefusesEveryDamageAndSaysWhichFile) {
   EXPECT_TRUE(fault_of(whole + "x").find("cut short or damaged") != std::string::npos);
   std::string other = whole;
   other[8] = 7;  // the version
-  EXPECT_EQ(fault_of(other), start + "has format version 7, and this program reads version 3");
+  EXPECT_EQ(fault_of(other), start + "has format version 7, and this program reads version 4");
   EXPECT_EQ(fault_of("PK" + whole.substr(2)), start + "is no model");
+}
+
+// Tuned models of version 3 are kept in repositories. It knew no bodies.
+TEST_F(WordModelTest, ReadsTheVersionBefore) {
+  // Two words of two numbers, "red" {1, 0} and "sea" {0, 1}; every part of weight 1.
+  const std::string hex =
+      "56454c574f52445303000000010000000200000002000000080000000600000001000000000000000000803f"
+      "080000000000803f080000000000803f080000000000803f080000000000803f08000000f7d4473adb431dd1"
+      "000000000000000000000000000000000000000001000000020000000000000003000000060000000402013c"
+      "0402013c7265647365616d7f00007f";
+  std::string bytes;
+  for (std::size_t i = 0; i < hex.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  }
+  write(bytes);
+  const auto model = WordModel::open(file());
+  EXPECT_EQ(model->data().settings.docstring, (PartSettings{1.0F, 8}));
+  std::vector<float> vector(2);
+  model->embed_symbol({.name = "red", .body = "sea"}, vector);
+  EXPECT_NEAR(vector[0], 1.0F, 1e-6F);
+  EXPECT_EQ(vector[1], 0.0F);
 }
 
 // A repository may bring links along where its tuned model is written.

@@ -267,7 +267,7 @@ TEST(Index, OwnModelKeepsDirections) {
     FileRecord file;
     file.path = "a.py";
     update.put(file, symbols);
-    const auto vector_of = [&](const storage::SymbolRow& row, std::span<float> vector) {
+    const auto vector_of = [&](const storage::SymbolRow& row, auto, std::span<float> vector) {
       Symbol& made = symbols.at(static_cast<std::size_t>(row.start_line) - 1);
       made.id = row.id;
       std::ranges::copy(made.embeddings[0].values, vector.begin());

@@ -133,7 +133,8 @@ TEST_F(TextVectorsTest, HalvesWhatItHas) {
   EXPECT_EQ(nearest(up), "f2b f2a given ");
   EXPECT_NEAR(index->nearest_symbol_ids(std::vector<float>{3, -1}, "m", {.top_k = 1})[0].similarity,
               1.0, 1e-6);
-  index->update([](Update& update) { update.embed("own", 2, [](auto&, auto) { return false; }); });
+  index->update(
+      [](Update& update) { update.embed("own", 2, [](auto&, auto, auto) { return false; }); });
   change([](TextVectors& vectors) {
     EXPECT_THROW(vectors.set_model({.name = "own", .text_length = 9}), std::invalid_argument);
     vectors.forget("m");

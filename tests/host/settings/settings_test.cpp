@@ -166,7 +166,7 @@ TEST_F(Program, RefusesWhatIsWrongBeforeAnythingIsDone) {
 // The table says of defaults what the code does where nothing is set.
 TEST_F(Program, TellsTheDefaultsThatHold) {
   EXPECT_EQ(source_rules({}), indexing::SourceRules());
-  EXPECT_EQ(retrieval_settings({}), workers::retrieval::RetrievalSettings());
+  EXPECT_EQ(retrieval_settings({}), standard_retrieval_settings());
   const std::string help = run({"help", "settings"}).output;
   for (const Key& key : all_keys()) {
     EXPECT_TRUE(has(help, "  " + std::string(key.name) + " ")) << key.name;
@@ -204,7 +204,7 @@ TEST_F(Program, IndexesWhatTheRepositorySays) {
     const Finished done = run({"explore", "kept", "--no-embeddings", "--json"});
     return json::parse(done.output)["hits"][0]["score"].get<double>();
   };
-  EXPECT_DOUBLE_EQ(score(), 3.0 / 61);
+  EXPECT_DOUBLE_EQ(score(), 3.0 / 9);
   write_repository("[ranking]\nrrf_k = 2\ndepth = 1\n");
   EXPECT_DOUBLE_EQ(score(), 3.0 / 3);
   EXPECT_EQ(outline(), "kept python f c theirs python ");

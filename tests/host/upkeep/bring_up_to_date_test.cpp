@@ -194,15 +194,17 @@ TEST_F(BringUpToDate, EmbedsAsTheIndexWasMade) {
   folder.write("a.py", "def f(): pass\n");
   const auto index = make({.model = first});
   std::size_t edits = 0;
-  const auto embedded_with = [&](const std::shared_ptr<const embedding::WordModel>& given) {
-    ++edits;
+  const auto embedded_with = [&](const std::shared_ptr<const embedding::WordModel>& given,
+                                 const std::string& body = "0") {
+    if (body == "0") ++edits;
     folder.write("a.py", "def f(): pass\ndef alpha(): pass" + std::string(edits, '\n') +
-                             "def beta" + std::string(edits, 'a') + "(): return alpha\n");
+                             "def beta" + std::string(edits, 'a') + "(): return " + body + "\n");
     const auto report = bring_up_to_date(root, *index, {.model = [&] { return given; }});
     EXPECT_EQ(index->tree_state().own_model, first->name());
     return report.refreshed->embedded;
   };
   EXPECT_EQ(embedded_with(first), 1);
+  EXPECT_EQ(embedded_with(first, "alpha"), 1);  // its body alone is another
   EXPECT_EQ(embedded_with(other), 0);
   EXPECT_EQ(embedded_with(nullptr), 0);
   static_cast<void>(make({.rebuild = true}));

@@ -32,6 +32,7 @@ struct SymbolParts {
   std::string_view signature = {};
   std::string_view path = {};  // relative to the repository
   std::string_view docstring = {};
+  std::string_view body = {};  // words of its source, with spaces between
 };
 
 // How much of a part of a symbol counts, and how much.
@@ -49,6 +50,7 @@ struct SymbolSettings {
   PartSettings signature = {};
   PartSettings path = {};
   PartSettings docstring = {};
+  PartSettings body = {};
 
   bool operator==(const SymbolSettings&) const = default;
 };
@@ -89,7 +91,7 @@ class WordModel {
   ~WordModel();
 
   // The base name and eight hexadecimal digits of the content's checksum, for instance
-  // "builtin-1-0123abcd": vectors of different weights are never taken for each other's.
+  // "builtin-2-0123abcd": vectors of different weights are never taken for each other's.
   [[nodiscard]] const std::string& name() const { return name_; }
 
   // The length of every vector.

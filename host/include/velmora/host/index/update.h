@@ -57,8 +57,10 @@ class Update {
   // Removes a file and its symbols. REQUIRES: the index has it.
   void remove(const std::string& path);
 
-  // Writes the vector of a symbol; false when it has none. All zero is no vector.
-  using VectorOf = std::function<bool(const storage::SymbolRow& symbol, std::span<float> vector)>;
+  // Writes the vector of a symbol, of whose body it is given the words; false when it has none. All
+  // zero is no vector.
+  using VectorOf = std::function<bool(const storage::SymbolRow& symbol, std::string_view words,
+                                      std::span<float> vector)>;
 
   // Embeds with the program's own model what had no turn with it since it was put, by ascending id,
   // and drops the vectors of another one that was the program's own before. The rows live for the
