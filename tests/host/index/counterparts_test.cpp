@@ -98,7 +98,8 @@ class CounterpartsTest : public ::testing::Test {
       FileRecord file;
       file.path = path;
       doc == "-" ? update.remove(path) : update.put(file, symbols(path, doc));
-      const auto vector_of = [&](const storage::SymbolRow& row, std::span<float> vector) {
+      const auto vector_of = [&](const storage::SymbolRow& row, std::string_view,
+                                 std::span<float> vector) {
         read[std::string(row.path)] = row.docstring.value_or("none");
         vector[0] = 1.0F;
         return true;
