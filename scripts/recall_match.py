@@ -4,7 +4,7 @@ import re
 from collections import defaultdict
 from dataclasses import dataclass, field
 
-from recall_tags import CALLABLE
+from recall_tags import CALLABLE, C_FAMILY, TYPE
 
 # Where one definition may begin for two readers, in lines: decorators, annotations, and a return
 # type on a line of its own are in the index before the line that ctags tells.
@@ -87,7 +87,7 @@ class Callables:
         """Whether it is indented more than the function in which ctags says that it stands."""
         starts = [start for start, _, name in self.of_file[tag.path]
                   if name == tag.scope and start < tag.line]
-        return not starts or indentation(lines[tag.line - 1]) > indentation(lines[starts[-1] - 1])
+        return bool(starts) and indentation(lines[tag.line - 1]) > indentation(lines[starts[-1] - 1])
 
 
 def compare(theirs, ours, lines_of, language):
@@ -95,8 +95,9 @@ def compare(theirs, ours, lines_of, language):
     lines of a file."""
     result = Comparison()
     result.pairs, rest, left = pair(theirs, ours, lambda tag: (tag.path, tag.name, tag.group))
-    more, rest, result.alone = pair(rest, left, lambda tag: (tag.path, tag.name))
+    more, rest, left = pair(rest, left, lambda tag: (tag.path, tag.name))
     result.pairs += more
+    result.alone = [own for own in left if own.group in (CALLABLE, TYPE)]
     callables = Callables(ours, result.pairs)
     result.locals = [own for own in ours if callables.enclose(own)]
     known = {id(own) for own in result.locals}
@@ -114,24 +115,30 @@ def compare(theirs, ours, lines_of, language):
 
 # --- Why ---------------------------------------------------------------------------------------
 
-UNNAMED = re.compile(r"(__)?anon\w*[0-9a-f]{6,}$|<anonymous>$|_$|unquote$|[^\w$`#~]*$|self$", re.I)
+UNNAMED = re.compile(r"(__)?anon\w*[0-9a-f]{6,}$|<anonymous>$|_$|unquote$|self$|$", re.I)
 
-# How a line reads that ctags takes for a definition, by kind and name ({}).
+# How a line reads that ctags takes for a definition, by kind and name (NAME).
+_JAVASCRIPT = [("class", r"^(?!.*\bclass\b)|\.exports\s*="), ("", r"\.exports\s*=|^\s*delete\b"),
+               ("method|function", r"\bNAME['\])]*\s*=\s*[\w.\[\]]*;?$"),
+               ("", r"\]\s*=\s*(async\s+)?function")]
+_C = [("", r"static_assert|\bNAME\s*\(\w+\)\s*\(")]
 MISREAD = {
-    "c": [("", r"static_assert|\b{}\s*\(\w+\)\s*\(")],
-    "cpp": [("", r"static_assert|\b{}\s*\(\w+\)\s*\(")],
-    "go": [("func", r"\) {} \{{$")],
-    "haskell": [("function", r"^\s*(class|infix[lr]?|instance|deriv\w+|type|via) |[{{,]\s*{}\b"),
-                ("function", r"^[^=|]*$"), ("type", r"^data {} *$")],
-    "java": [("method", r"^\s*[A-Z][A-Z0-9_]*\(.*\)\s*\{{$")],
-    "javascript": [("class", r"^(?!.*\bclass\b)"), ("method|function", r"\b{}['\])]*\s*=\s*[\w.\[\]]*;?$"),
-                   ("method|function|generator", r"\.exports\s*=")],
-    "lua": [("", r"^(?!.*(function\s+[\w.:]*{}\b|\b{}\"?\]?\s*=\s*function))")],
-    "objc": [("struct|union|enum", r"\b{}\b[^{{]*[;,)]"), ("function", r"^@class"),
-             ("typedef", r"\(\*?\s*\w+\)\s*\(|[^;]$")],
+    "bash": [("", r"^(?!\s*(function\s+)?NAME\s*\(\s*\)\s*([{(#].*)?$|\s*function\s+NAME\s*\{?$)")],
+    "c": _C,
+    "cpp": _C,
+    "go": [("func", r"\) NAME \{$")],
+    "haskell": [("function", r"^\s*(class|infix[lr]?|instance|deriv\w+|type|via) |[{,]\s*NAME\b"),
+                ("function", r"^[^=|]*$"), ("type", r"^(data|type|newtype) (family|instance) |:\*")],
+    "java": [("method", r"^\s*[A-Z][A-Z0-9_]*\(.*\)\s*\{$")],
+    "javascript": _JAVASCRIPT,
+    "lua": [("", r"^(?!.*(function\s+[\w.:]*NAME\b|\bNAME\"?\]?\s*=\s*function))")],
+    "objc": [("struct|union|enum", r"\bNAME\b[^{]*[;,)]|^(?!.*\b(struct|union|enum)\b)"),
+             ("struct|union", r"^[^{]*\bNAME\b\s*\*?\s*$"),
+             ("function", r"^@class|^[-+]\s*\(|\(\s*\*"), ("protocol", r";"),
+             ("typedef", r"\(\*?\s*\w+\)\s*\(|[^;]$|^\s*(struct|enum)\b")],
     "ocaml": [("type", r"\b(with|and) type\b|^\s*(with|and)\b|:=|\+=|\bnonrec\b|\(module\b|: \w+\.\w+ with"),
-              ("function", r"let[+*%]|and[+*%]")],
-    "typescript": [("alias", r"^(?!.*\btype {}\b)"), ("", r"\[\s*[\w.]*\b{}|\({}\b")],
+              ("function", r"let[+*%]|and[+*%]|let \(|let\(")],
+    "typescript": [("alias", r"^(?!.*\btype NAME\b)"), ("", r"\[\s*[\w.]*\bNAME|\(NAME\b|\bnew\s*[<(]")],
 }
 
 # How the first line of a block begins or ends that is no listed definition, and whose content is
@@ -142,15 +149,19 @@ BLOCKS = {
     "elixir": r"^(test|quote|describe|setup)\b|\b(quote|assert_raise)\b.* do$|->$",
     "javascript": _CALLBACK,
     "kotlin": r"^(?!.*\b(class|interface|(companion|private|internal|public) object|^object)\b).*\{(\s*[\w, ]+ ->)?$",
-    "lua": r"\bfunction\s*\(|^do$",
+    "lua": r"\bfunction\s*\(|^do$|\{$",
     "r": r"[({]$",
     "ruby": r"\bdo(\s*\|.*\|)?$|\{\s*(\|.*\|)?$",
     "typescript": _CALLBACK,
 }
+# In these languages what encloses others ends so on its first line; other lines, such as those of a
+# text, may be indented as they like.
+OPENERS = {language: r"[{(\[]$|=>$|->$|'$" for language in
+           ("javascript", "typescript", "kotlin", "r", "bash")}
 
 # What begins and ends a text of several lines.
 _HEREDOC = re.compile(r"<<[-~]?\s*\\?(['\"]?)(\w+)\1")
-QUOTES = {"elixir": ('"""', "'''"), "bash": (), "ruby": ()}
+QUOTES = {"elixir": ('"""', "'''"), "lua": ("[[", "]]"), "bash": (), "ruby": ()}
 
 
 def indentation(line):
@@ -162,11 +173,15 @@ def in_block(tag, lines, language):
     opens = BLOCKS.get(language)
     if opens is None:
         return False
+    if language in ("javascript", "typescript") and re.search(
+            r"[(,:]\s*(async\s+)?function\b", lines[tag.line - 1]):
+        return True  # given to a call
     depth = indentation(lines[tag.line - 1])
     for line in reversed(lines[:tag.line - 1]):
         if depth == 0:
             break
-        if line.strip() and indentation(line) < depth:
+        encloses = re.search(OPENERS.get(language, r"\S"), line.rstrip())
+        if encloses and indentation(line) < depth:
             depth = indentation(line)
             if re.search(opens, line.strip()):
                 return True
@@ -174,13 +189,16 @@ def in_block(tag, lines, language):
 
 
 def in_text(tag, lines, language):
+    """Whether a text of several lines is open before the tag's line."""
     if language not in QUOTES:
         return False
     end = None
     for line in lines[:tag.line - 1]:
         if end is not None:
-            if line.strip() == end:
+            if line.strip() == end or language == "lua" and end in line:
                 end = None
+        elif language == "lua":
+            end = "]]" if "[[" in line.split("]]")[-1] else None
         elif QUOTES[language]:
             found = [quote for quote in QUOTES[language] if line.count(quote) == 1]
             end = found[0] if found else None
@@ -192,18 +210,19 @@ def in_text(tag, lines, language):
 def why_missed(tag, callables, same_name, lines, language):
     line = lines[tag.line - 1] if tag.line <= len(lines) else ""
     word = re.escape(tag.name.strip("~`#"))
-    if UNNAMED.match(tag.name) or tag.name.strip("~`#").split(":")[0] not in line:
+    is_written = tag.name.startswith("operator") or tag.name.strip("~`#").split(":")[0] in line
+    if UNNAMED.match(tag.name) or not is_written:
         return "unnamed"
     if in_text(tag, lines, language):
         return "text"
     for kinds, pattern in MISREAD.get(language, ()):
-        if re.fullmatch(kinds or ".*", tag.kind) and re.search(pattern.format(word, word), line):
+        if re.fullmatch(kinds or ".*", tag.kind) and re.search(pattern.replace("NAME", word), line):
             return "misread"
     if tag.scope or callables.enclose(tag):
         return "local"
     if any(own.group == tag.group and own.line - BEFORE <= tag.line <= own.end for own in same_name):
         return "repeated"
-    if language in ("c", "cpp", "objc"):
+    if language in C_FAMILY:
         if tag.kind == "prototype" and not re.search(r"\.(h|hh|hpp|hxx|h\+\+|inl|ipp|tpp|tcc)$", tag.path):
             return "ahead"
         if re.search(rf"^[\w\s]*\b{word}\s*\(", line) and re.match(r"[A-Z]{2,}\w*(_|$)", tag.name):

@@ -5,7 +5,6 @@ import json
 import re
 import sqlite3
 import subprocess
-import tempfile
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -25,42 +24,53 @@ class Tag:
     scope: str = ""  # the function in which the reader says that it stands
 
 
-# What the index calls callables and types; its constants and modules are not compared.
+# What the index calls callables and types. Its other kinds only count where they have the name and
+# the place of what another reader tells; so do the macros of C, of which ctags tells all others too.
 OUR_GROUPS = {"function": CALLABLE, "method": CALLABLE, "constructor": CALLABLE, "macro": CALLABLE,
               "class": TYPE, "struct": TYPE, "union": TYPE, "interface": TYPE, "trait": TYPE,
-              "enum": TYPE, "type": TYPE, "module": TYPE}
+              "enum": TYPE, "type": TYPE}
+C_FAMILY = ("c", "cpp", "objc")
 
 
-def kinds(callables, types=""):
-    return {**dict.fromkeys(callables.split(), CALLABLE), **dict.fromkeys(types.split(), TYPE)}
+@dataclass(frozen=True)
+class Language:
+    """What ctags calls a language, and which of its kinds are callables and types. Its other kinds
+    (fields, variables, constants, namespaces, imports) are not compared."""
+
+    ctags: str
+    kinds: dict
+    title: str
+
+
+def known(ctags, callables, types="", title=None):
+    kinds = {**dict.fromkeys(callables.split(), CALLABLE), **dict.fromkeys(types.split(), TYPE)}
+    return Language(ctags, kinds, title or ctags)
 
 
 C_TYPES = "struct union enum typedef"
-# By our name of the language: the name that ctags has for it, and which of its kinds are callables
-# and types. The other kinds (fields, variables, namespaces, imports...) are not compared.
+# By the name that the index has for them: those that ctags knows too.
 LANGUAGES = {
-    "bash": ("Sh", kinds("function")),
-    "c": ("C", kinds("function prototype", C_TYPES)),
-    "cpp": ("C++", kinds("function prototype", C_TYPES + " class")),
-    "csharp": ("C#", kinds("method", "class enum interface struct")),
-    "elixir": ("Elixir", kinds("function macro guard delegate operator", "module protocol")),
-    "go": ("Go", kinds("func methodSpec", "struct interface type talias")),
-    "haskell": ("Haskell", kinds("function", "type")),
-    "java": ("Java", kinds("method", "class enum interface annotation")),
-    "javascript": ("JavaScript", kinds("function method generator getter setter", "class")),
-    "julia": ("Julia", kinds("function macro", "struct type")),
-    "kotlin": ("Kotlin", kinds("method", "class interface object typealias")),
-    "lua": ("Lua", kinds("function")),
-    "objc": ("ObjectiveC", kinds("function method class", C_TYPES + " interface implementation "
-                                 "protocol category")),
-    "ocaml": ("OCaml", kinds("function method", "class type")),
-    "php": ("PHP", kinds("function", "class interface trait")),
-    "python": ("Python", kinds("function member", "class")),
-    "r": ("R", kinds("function")),
-    "ruby": ("Ruby", kinds("method singletonMethod", "class module")),
-    "rust": ("Rust", kinds("function method macro", "struct enum interface typedef")),
-    "typescript": ("TypeScript", kinds("function method generator",
-                                       "class interface enum alias")),
+    "bash": known("Sh", "function", title="Bash"),
+    "c": known("C", "function prototype", C_TYPES),
+    "cpp": known("C++", "function prototype", C_TYPES + " class"),
+    "csharp": known("C#", "method", "class enum interface struct"),
+    "elixir": known("Elixir", "function macro guard delegate operator", "module protocol"),
+    "go": known("Go", "func methodSpec", "struct interface type talias"),
+    "haskell": known("Haskell", "function", "type"),
+    "java": known("Java", "method", "class enum interface annotation"),
+    "javascript": known("JavaScript", "function method generator getter setter", "class"),
+    "julia": known("Julia", "function macro", "struct type"),
+    "kotlin": known("Kotlin", "method", "class interface object typealias"),
+    "lua": known("Lua", "function"),
+    "objc": known("ObjectiveC", "function method class",
+                  C_TYPES + " interface implementation protocol category", title="Objective-C"),
+    "ocaml": known("OCaml", "function method", "class type"),
+    "php": known("PHP", "function", "class interface trait"),
+    "python": known("Python", "function member", "class"),
+    "r": known("R", "function"),
+    "ruby": known("Ruby", "method singletonMethod", "class module"),
+    "rust": known("Rust", "function method macro", "struct enum interface typedef"),
+    "typescript": known("TypeScript", "function method generator", "class interface enum alias"),
 }
 
 # What a file holds besides source is not cut out by ctags.
@@ -69,29 +79,28 @@ OTHER_FORMS = (".ipynb", ".svelte", ".vue")
 
 def plain_name(name, language):
     """The name without what readers spell each in their own way."""
-    if language == "lua":
+    if language in ("lua", "elixir", "julia", "csharp"):
         name = re.split(r"[.:]", name)[-1]
-    elif language in ("cpp", "csharp", "kotlin"):
-        name = re.sub(r"\s+|^operator(?=\W)|<.*$", "", name)
-        name = name.strip("`") if language != "csharp" else name.split(".")[-1]
-    elif language == "elixir":
-        name = name.split(".")[-1]
-    elif language == "julia":
-        name = name.split(".")[-1]
+    elif language == "cpp":
+        name = re.sub(r"\s+|<.*$", "", name) if not name.startswith("operator") else name.replace(" ", "")
+    elif language in ("kotlin", "r"):
+        name = name.strip("` ")
     elif language == "ruby":
-        name = re.sub(r"^self\.", "", name).split("::")[-1]
-    elif language == "r":
-        name = name.strip("`")
-    elif language == "javascript" or language == "typescript":
+        name = name.removeprefix("self.").split("::")[-1]
+    elif language in ("javascript", "typescript"):
         name = name.removeprefix("#")
     elif language == "rust":
         name = name.removeprefix("r#")
     return name
 
 
+def group(kind, language):
+    return kind if kind == "macro" and language in C_FAMILY else OUR_GROUPS.get(kind, kind)
+
+
 def read_index(program, tree):
     """Indexes the tree; the definitions and the files of each language, and the program's words."""
-    run = subprocess.run([program, "index", "--no-embeddings", "--yes", tree], capture_output=True,
+    run = subprocess.run([program, "index", "--no-embeddings", "--yes", str(tree)], capture_output=True,
                          text=True, check=True)
     database = sqlite3.connect(f"file:{tree}/.velmora/index.db?mode=ro", uri=True)
     files, found = {}, {}
@@ -102,17 +111,17 @@ def read_index(program, tree):
                             "JOIN files f ON f.id = s.file ORDER BY path, start_line, s.id")
     for path, language, name, kind, start, end in rows:
         found.setdefault(language, []).append(
-            Tag(path, start, end, plain_name(name, language), kind, OUR_GROUPS.get(kind, kind)))
-    return found, files, run.stdout + run.stderr
+            Tag(path, start, end, plain_name(name, language), kind, group(kind, language)))
+    return found, files, (run.stdout + run.stderr).strip()
 
 
 def read_ctags(tree, language, files):
     """What ctags finds of the kinds above, when it reads the files in that language."""
-    title, kinds_of = LANGUAGES[language]
-    command = ["ctags", "-L", "-", "-f", "-", f"--language-force={title}", "--output-format=json",
+    kinds_of = LANGUAGES[language].kinds
+    command = ["ctags", "-L", "-", "-f", "-", f"--language-force={LANGUAGES[language].ctags}", "--output-format=json",
                "--fields=+neKs", "--links=no"]
     if language in ("c", "cpp"):
-        command.append(f"--kinds-{title}=+p")
+        command.append(f"--kinds-{LANGUAGES[language].ctags}=+p")
     run = subprocess.run(command, cwd=tree, input="\n".join(files), capture_output=True, text=True,
                          errors="replace", check=True)
     tags = []
@@ -121,12 +130,11 @@ def read_ctags(tree, language, files):
             tag = json.loads(line)
         except ValueError:
             continue  # a name that is no text
-        group = kinds_of.get(tag.get("kind"))
-        if group:
+        if tag.get("kind") in kinds_of:
             in_callable = kinds_of.get(tag.get("scopeKind")) == CALLABLE
             scope = re.split(r"[.:#]", tag["scope"])[-1] if in_callable else ""
             tags.append(Tag(tag["path"], tag["line"], tag.get("end", 0),
-                            plain_name(tag["name"], language), tag["kind"], group, scope))
+                            plain_name(tag["name"], language), tag["kind"], kinds_of[tag["kind"]], scope))
     return tags
 
 
