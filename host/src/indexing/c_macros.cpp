@@ -40,7 +40,7 @@ class Blanker {
       const bool directive = first < text_.size() && text_[first] == '#';
       const std::size_t stop = directive ? directive_end(start) : line_end(start);
       if (directive) {
-        open_comments(first, stop);
+        blank_comments(first, stop);
       } else if (first < stop) {
         line(first, stop);
       }
@@ -131,20 +131,26 @@ class Blanker {
     return at;
   }
 
-  // The comments between the lines of a directive: the parser would end it at the first of them and
-  // take what follows for code.
-  void open_comments(std::size_t at, std::size_t stop) {
+  // Blanks the comments between the lines of a directive: the parser would end it at the first of
+  // them and take what follows for code.
+  void blank_comments(std::size_t at, std::size_t stop) {
     const std::string_view directive = text_.substr(at, stop - at);
     const std::size_t last_line = directive.rfind('\n');
     const std::size_t last_end = directive.rfind("*/");
     if (last_line == directive.npos || last_end == directive.npos) return;
     const std::size_t until = std::min(last_line, last_end);
-    for (std::size_t i = directive.find("/*"); i < until; i = directive.find("/*", i + 2)) {
-      blank(at + i, at + i + 2);
+    for (std::size_t i = directive.find("/*"); i < until; i = directive.find("/*", i)) {
+      const std::size_t end = std::min(directive.find("*/", i + 2), directive.size() - 2) + 2;
+      for (; i < end; ++i) {
+        // The lines go on.
+        if (std::string_view("\\\r\n").find(directive[i]) == directive.npos) out_[at + i] = ' ';
+      }
     }
   }
 
-  std::size_t line_end(std::size_t at) const { return std::min(text_.find('\n', at), text_.size()); }
+  std::size_t line_end(std::size_t at) const {
+    return std::min(text_.find('\n', at), text_.size());
+  }
 
   // The end of the last of the lines that a directive goes on for.
   std::size_t directive_end(std::size_t at) const {
