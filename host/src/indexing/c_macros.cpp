@@ -35,14 +35,15 @@ class Blanker {
   explicit Blanker(std::string_view text) : text_(text), out_(text) {}
 
   std::string run() && {
-    bool continued = false;  // the line belongs to a preprocessor line above it
     for (std::size_t start = 0; start < text_.size();) {
-      const std::size_t stop = std::min(text_.find('\n', start), text_.size());
       const std::size_t first = skip(start);
-      const bool directive = continued || (first < stop && text_[first] == '#');
-      const std::size_t last = text_.substr(start, stop - start).find_last_not_of(BLANKS);
-      continued = directive && last != text_.npos && text_[start + last] == '\\';
-      if (!directive && first < stop) line(first, stop);
+      const bool directive = first < text_.size() && text_[first] == '#';
+      const std::size_t stop = directive ? directive_end(start) : line_end(start);
+      if (directive) {
+        blank_comments(first, stop);
+      } else if (first < stop) {
+        line(first, stop);
+      }
       start = stop + 1;
     }
     return std::move(out_);
@@ -128,6 +129,37 @@ class Blanker {
     if (!at_line_end(at) && std::string_view("{;:=").find(text_[at]) == text_.npos) return start;
     blank(start, at);
     return at;
+  }
+
+  // Blanks the comments between the lines of a directive: the parser would end it at the first of
+  // them and take what follows for code.
+  void blank_comments(std::size_t at, std::size_t stop) {
+    const std::string_view directive = text_.substr(at, stop - at);
+    const std::size_t last_line = directive.rfind('\n');
+    const std::size_t last_end = directive.rfind("*/");
+    if (last_line == directive.npos || last_end == directive.npos) return;
+    const std::size_t until = std::min(last_line, last_end);
+    for (std::size_t i = directive.find("/*"); i < until; i = directive.find("/*", i)) {
+      const std::size_t end = std::min(directive.find("*/", i + 2), directive.size() - 2) + 2;
+      for (; i < end; ++i) {
+        // The lines go on.
+        if (std::string_view("\\\r\n").find(directive[i]) == directive.npos) out_[at + i] = ' ';
+      }
+    }
+  }
+
+  std::size_t line_end(std::size_t at) const {
+    return std::min(text_.find('\n', at), text_.size());
+  }
+
+  // The end of the last of the lines that a directive goes on for.
+  std::size_t directive_end(std::size_t at) const {
+    while (true) {
+      const std::size_t stop = line_end(at);
+      const std::size_t last = text_.substr(at, stop - at).find_last_not_of(BLANKS);
+      if (last == text_.npos || text_[at + last] != '\\' || stop == text_.size()) return stop;
+      at = stop + 1;
+    }
   }
 
   std::size_t skip(std::size_t at) const {

@@ -284,6 +284,7 @@ class Extraction {
     TSNode last{};
     for (const Item& item : items) {
       while (!open_.empty() && open_.back().range.end <= item.range.start) open_.pop_back();
+      if (ends_broken(item)) end_broken(item);
       const bool is_local = !open_.empty() && open_.back().role == Role::local;
       if (is_local && item.role != Role::returned) continue;
       if (item.mark == Mark::definition) {
@@ -337,7 +338,33 @@ class Extraction {
                                                     : source_.line(item.name);
     }
     if (around.role == Role::returned) around.role = Role::type;
+    around.broken = around.role == Role::local && ts_node_has_error(item.node);
     push(std::move(around));
+  }
+
+  // Whether the item is a function that cannot stand in the one that the parser put it into.
+  bool ends_broken(const Item& item) const {
+    return language_.flat_functions && !open_.empty() && open_.back().broken &&
+           item.mark == Mark::definition && item.kind == "function" &&
+           ts_node_start_point(item.node).column == 0;
+  }
+
+  // Ends what encloses the item but for scopes, and the function before it at its last brace.
+  void end_broken(const Item& item) {
+    const auto inner = std::ranges::find_if(open_, [](const Enclosing& around) {
+      return around.role == Role::type || around.role == Role::local;
+    });
+    open_.erase(inner, open_.end());
+    if (!last_function_) return;
+    Range& body = bodies_[*last_function_];
+    if (body.start >= item.range.start || body.end <= item.range.start) return;
+    const std::string_view text = source_.text.substr(body.start, item.range.start - body.start);
+    // Without a brace its body is that of the item: "#else" stands between them.
+    const std::size_t brace = text.rfind('}');
+    const std::size_t length = brace == std::string_view::npos ? text.size() : brace + 1;
+    body.end = body.start + static_cast<std::uint32_t>(length);
+    symbols_[*last_function_].end_line = std::int64_t{ts_node_start_point(item.node).row} + 1 -
+                                         std::ranges::count(text.substr(length - 1), '\n');
   }
 
   void push(Enclosing around) {
@@ -399,6 +426,7 @@ class Extraction {
         continue;
       }
       symbol.docstring = one.docstring ? one.docstring : above;
+      if (item.kind == "function") last_function_ = symbols_.size();
       add(std::move(symbol), {start_byte, ts_node_end_byte(end)});
       clause_ = std::move(one.clause);
     }
@@ -498,8 +526,9 @@ class Extraction {
   std::vector<Item> attributes_;  // those that stand before what they belong to, so far
   std::vector<index::Symbol> symbols_;
   std::vector<Range> bodies_;  // of the symbols, with decorators; that of a module is empty
-  std::string clause_;         // what the last symbol is a clause of
-  std::size_t room_;           // that the symbols may still take
+  std::optional<std::size_t> last_function_;  // among them
+  std::string clause_;                        // what the last symbol is a clause of
+  std::size_t room_;                          // that the symbols may still take
 };
 
 }  // namespace

@@ -44,6 +44,7 @@ struct Enclosing {
   std::uint32_t start_row = 0;
   bool used = false;    // a wrapper that has found the definition it stands before
   bool global = false;  // what is around a type or scope does not qualify what is in it
+  bool broken = false;  // of what is local: the parser did not understand all that is in it
 };
 
 // A symbol that a definition declares; the rest of it follows from where it stands.
@@ -96,6 +97,9 @@ struct Language {
   // The docstring of the file itself; null: there is no such thing.
   std::optional<ModuleDocstring> (*module_docstring)(TSNode root, const Source& source,
                                                      const Comments& comments) = nullptr;
+  // No function stands in another one: where the parser lost a brace, one at the beginning of a
+  // line ends those that seem to enclose it.
+  bool flat_functions = false;
   // The prose in the text of a comment above a definition; null: all of it.
   std::string (*documentation)(const std::string& text) = nullptr;
 };

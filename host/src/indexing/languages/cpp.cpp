@@ -23,6 +23,7 @@ constinit const Language languages::cpp = {
     .line_comments = SLASH_COMMENTS,
     .describe = describe_c_family,
     .prepare = blank_macros,
+    .flat_functions = true,
 };
 
 }  // namespace velmora::host::indexing

@@ -173,6 +173,7 @@ void replace_macro(std::string& text, std::size_t start, std::size_t end) {
 
 std::string blank_annotations(std::string_view source) {
   constexpr std::array<std::string_view, 5> PREFIXES = {"NS_", "CF_", "API_", "UI_", "IB_"};
+  constexpr std::array<std::string_view, 3> ENDINGS = {"_EXPORT", "_EXTERN", "_INLINE"};
   std::string text(source);
   for (std::size_t at = 0; at < text.size();) {
     if (!is_word(text[at])) {
@@ -182,14 +183,24 @@ std::string blank_annotations(std::string_view source) {
     std::size_t end = at;
     while (end < text.size() && is_word(text[end])) ++end;
     const std::string_view word = std::string_view(text).substr(at, end - at);
-    const std::size_t next = text.find_first_not_of(" \t\r\n", end);
-    // A framework's own macro in front of a class: "SHOP_EXPORT @interface Ledger".
+    // A framework's own macro in front of a class, or two: "SHOP_EXPORT SHOP_ROOT @interface
+    // Ledger".
+    std::size_t next = text.find_first_not_of(" \t\r\n", end);
+    std::size_t next_end = next;
+    while (next_end < text.size() && is_word(text[next_end])) ++next_end;
+    if (next_end > next && is_in_capitals(std::string_view(text).substr(next, next_end - next))) {
+      next = text.find_first_not_of(" \t\r\n", next_end);
+    }
     const bool is_in_front = next != std::string::npos && text[next] == '@';
+    const bool opens_line = at == 0 || text[at - 1] == '\n';
     const bool is_macro =
         is_in_capitals(word) &&
-        (is_in_front || std::ranges::any_of(PREFIXES, [&](std::string_view prefix) {
-           return word.starts_with(prefix);
-         }));
+        (is_in_front ||
+         std::ranges::any_of(PREFIXES,
+                             [&](std::string_view prefix) { return word.starts_with(prefix); }) ||
+         (opens_line && std::ranges::any_of(ENDINGS, [&](std::string_view ending) {
+            return word.ends_with(ending);
+          })));
     if (is_macro) replace_macro(text, at, end);
     at = end;
   }
@@ -206,6 +217,7 @@ constinit const Language languages::objc = {
     .line_comments = SLASH_COMMENTS,
     .describe = describe_objc,
     .prepare = blank_annotations,
+    .flat_functions = true,
 };
 
 }  // namespace velmora::host::indexing

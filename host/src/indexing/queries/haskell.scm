@@ -23,7 +23,8 @@
 (signature name: (_) @name) @definition.signature
 (signature names: (binding_list)) @definition.signature
 (function name: (_) @name) @definition.function
-(function (infix operator: (_) @name)) @definition.function
+; A function's type is a function node too, with a parameter.
+(function !parameter (infix operator: (_) @name)) @definition.function
 (bind name: (_) @name) @definition.binding
 (function) @local
 (bind) @local

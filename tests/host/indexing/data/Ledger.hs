@@ -80,3 +80,9 @@ main = do
   print inner
 
 foreign import ccall "math.h sin" c_sin :: Double -> Double
+
+data a :* b = a :* b
+
+-- | An operator in a type is no function.
+both :: Int :* Int -> Int
+both (a :* b) = a + b

@@ -68,3 +68,10 @@ static int compare(const void *a, const void *b) { return 0; }
 int LedgerSum(Ledger *ledger) {
   return 1;
 }
+
+SHOP_EXPORT_CLASS SHOP_ROOT_CLASS
+@interface LedgerRoot
+- (void)close;
+@end
+
+SHOP_EXPORT NSUInteger LedgerCount(void);

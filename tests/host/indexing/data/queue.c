@@ -89,3 +89,34 @@ main()
 {
   return 0;
 }
+
+#define QUEUE_DECODE(word, count) do { \
+  if ((word) > 9) {                    \
+    (count) = 2; /* two digits */      \
+  } else {                             \
+    (count) = 1; /* one                \
+                    digit */           \
+  }                                    \
+} while (0)
+
+int queue_width(int word) {
+  int count;
+  QUEUE_DECODE(word, count);
+  return count;
+}
+
+/* Misses a brace for the parser. */
+void queue_each(queue_t *queue) {
+  switch (queue->state) {
+    case '=': start(queue); break;
+    default: fail(queue, QUOTED("low") " or " QUOTED("high") " wanted");
+  }
+  check(queue, 1);
+}
+
+static struct job *
+queue_last(queue_t *queue)
+{
+  int local(void);
+  return NULL;
+}
