@@ -135,11 +135,12 @@ bool VectorMatrix::read_row(storage::Statement& select) {
 template <class Number, class Visit>
 void VectorMatrix::each_row(Visit visit) const {
   const auto* const rows = reinterpret_cast<const Number*>(rows_.data());
+  const std::size_t bytes = row_bytes();
   const std::size_t count = ids_.size() - first_;
   for (std::size_t row = 0; row < count; ++row) {
     if (row + ROWS_AHEAD < count) {
-      const std::byte* const ahead = rows_.data() + (row + ROWS_AHEAD) * row_bytes();
-      for (std::size_t byte = 0; byte < std::min(row_bytes(), BYTES_AHEAD); byte += CACHE_LINE) {
+      const std::byte* const ahead = rows_.data() + (row + ROWS_AHEAD) * bytes;
+      for (std::size_t byte = 0; byte < std::min(bytes, BYTES_AHEAD); byte += CACHE_LINE) {
         __builtin_prefetch(ahead + byte);
       }
     }
