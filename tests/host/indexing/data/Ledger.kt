@@ -122,3 +122,13 @@ private fun announce(what: String) = log.say(what)
 
 val <T : Any> Reader<T>.doubled: Int
     get() = 2
+
+@Immutable
+@Suppress("unused")
+public open class Receipt {
+    fun lines(): Int = 0
+}
+
+@Deprecated("old")
+@JvmName("first")
+public inline fun firstReceipt() {}
