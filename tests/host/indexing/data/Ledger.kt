@@ -129,6 +129,4 @@ public open class Receipt {
     fun lines(): Int = 0
 }
 
-@Deprecated("old")
-@JvmName("first")
-public inline fun firstReceipt() {}
+fun firstReceipt() = Receipt()
