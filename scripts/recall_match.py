@@ -150,7 +150,8 @@ MISREAD = {
              ("struct|union", r"^[^{]*\bNAME\b\s*\*?\s*$"),
              ("function", r"^@class|^[-+]\s*\(|\(\s*\*"), ("protocol", r";"),
              ("typedef", r"\(\*?\s*\w+\)\s*\(|[^;]$|^\s*(struct|enum)\b")],
-    "ocaml": [("type", r"\b(with|and) type\b|^\s*(with|and)\b|:=|\+=|\bnonrec\b|\(module\b|: \w+\.\w+ with"),
+    "ocaml": [("type", r"\b(with|and) type\b|^\s*(with|and)\b|:=|\+=|\bnonrec\b|\(module\b"),
+              ("type", r": \w+\.\w+ with"),
               ("function", r"let[+*%]|and[+*%]|let \(|let\(")],
     "typescript": [("alias", r"^(?!.*\btype NAME\b)"), ("", r"\[\s*[\w.]*\bNAME|\(NAME\b|\bnew\s*[<(]")],
 }
@@ -162,7 +163,8 @@ BLOCKS = {
     "bash": r"'$",
     "elixir": r"^(test|quote|describe|setup)\b|\b(quote|assert_raise)\b.* do$|->$",
     "javascript": _CALLBACK,
-    "kotlin": r"^(?!.*\b(class|interface|(companion|private|internal|public) object|^object)\b).*\{(\s*[\w, ]+ ->)?$",
+    "kotlin": r"^(?!.*\b(class|interface|(companion|private|internal|public) object|^object)\b)"
+              r".*\{(\s*[\w, ]+ ->)?$",
     "lua": r"\bfunction\s*\(|^do$|\{$",
     "r": r"[({]$",
     "ruby": r"\bdo(\s*\|.*\|)?$|\{\s*(\|.*\|)?$",
@@ -172,11 +174,6 @@ BLOCKS = {
 # text, may be indented as they like.
 OPENERS = {language: r"[{(\[]$|=>$|->$|'$" for language in
            ("javascript", "typescript", "kotlin", "r", "bash")}
-
-# What begins and ends a text of several lines.
-_HEREDOC = re.compile(r"<<[-~]?\s*\\?(['\"]?)(\w+)\1")
-QUOTES = {"elixir": ('"""', "'''"), "lua": ("[[", "]]"), "bash": (), "ruby": ()}
-
 
 def indentation(line):
     return len(line) - len(line.lstrip())
@@ -202,22 +199,27 @@ def in_block(tag, lines, language):
     return False
 
 
+_HEREDOC = re.compile(r"<<[-~]?\s*\\?(['\"]?)(\w+)\1")
+
+
+def text_end(line, language):
+    """What ends the text of several lines that begins on this one; none: None."""
+    if language == "lua":
+        return "]]" if "[[" in line.split("]]")[-1] else None
+    if language == "elixir":
+        return next((quote for quote in ('"""', "'''") if line.count(quote) == 1), None)
+    heredoc = _HEREDOC.search(line) if language in ("bash", "ruby") else None
+    return heredoc and heredoc[2]
+
+
 def in_text(tag, lines, language):
     """Whether a text of several lines is open before the tag's line."""
-    if language not in QUOTES:
-        return False
     end = None
     for line in lines[:tag.line - 1]:
-        if end is not None:
-            if line.strip() == end or language == "lua" and end in line:
-                end = None
-        elif language == "lua":
-            end = "]]" if "[[" in line.split("]]")[-1] else None
-        elif QUOTES[language]:
-            found = [quote for quote in QUOTES[language] if line.count(quote) == 1]
-            end = found[0] if found else None
-        elif heredoc := _HEREDOC.search(line):
-            end = heredoc[2]
+        if end is None:
+            end = text_end(line, language)
+        elif line.strip() == end or language == "lua" and end in line:
+            end = None
     return end is not None
 
 
