@@ -117,7 +117,9 @@ def percent(result):
 
 
 def table(header, rows):
-    lines = ["| " + " | ".join(header) + " |", "|---|---|" + "---:|" * (len(header) - 2)]
+    """Columns behind the first two, but for a third alone, hold numbers."""
+    numbers = len(header) - 2 if len(header) > 3 else 0
+    lines = ["| " + " | ".join(header) + " |", "|---" * (len(header) - numbers) + "|---:" * numbers + "|"]
     return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows])
 
 
@@ -135,7 +137,7 @@ def page(results):
     reasons = [[reason, words, ", ".join(f"{result.title()} {result.reasons()[reason]:,}"
                                          for result in results if result.reasons()[reason])]
                for reason, words in recall_match.REASONS.items()]
-    parts.append("Why ctags alone has them. The first four are no definitions, the next six are left "
+    parts.append("Why ctags alone has them: the first four are no definitions, the next six are left "
                  "out, the others are missed.\n\n" + table(("Reason", "What it says", "How many"),
                                                           [row for row in reasons if row[2]]))
     parts.append("What the index alone has, by its kinds.\n\n" + table(

@@ -77,17 +77,26 @@ class Callables:
         self.of_file = defaultdict(list)
         for own in ours:
             if own.group == CALLABLE:
-                self.of_file[own.path].append((own.line, ends.get(id(own), own.end), own.name))
+                self.of_file[own.path].append((own.line, ends.get(id(own), own.end)))
 
     def enclose(self, tag):
         return any(start < tag.line <= end and (tag.end or tag.line) <= end
-                   for start, end, _ in self.of_file[tag.path])
+                   for start, end in self.of_file[tag.path])
 
-    def deeper(self, tag, lines):
-        """Whether it is indented more than the function in which ctags says that it stands."""
-        starts = [start for start, _, name in self.of_file[tag.path]
-                  if name == tag.scope and start < tag.line]
-        return bool(starts) and indentation(lines[tag.line - 1]) > indentation(lines[starts[-1] - 1])
+
+def indented_in_callable(tag, starts, lines):
+    """Whether a line that encloses the tag, by how far it is indented, is among those at which a
+    callable starts."""
+    depth = indentation(lines[tag.line - 1])
+    for number in range(tag.line - 1, 0, -1):
+        line = lines[number - 1]
+        if depth == 0:
+            break
+        if line.strip() and indentation(line) < depth:
+            depth = indentation(line)
+            if number in starts:
+                return True
+    return False
 
 
 def compare(theirs, ours, lines_of, language):
@@ -101,8 +110,13 @@ def compare(theirs, ours, lines_of, language):
     callables = Callables(ours, result.pairs)
     result.locals = [own for own in ours if callables.enclose(own)]
     known = {id(own) for own in result.locals}
-    result.locals += [own for tag, own in result.pairs if tag.scope and id(own) not in known
-                      and callables.deeper(tag, lines_of(tag.path))]
+    starts = defaultdict(set)
+    for tag in theirs:
+        if tag.group == CALLABLE and not UNNAMED.match(tag.name):
+            starts[tag.path].add(tag.line)
+    result.locals += [own for tag, own in result.pairs if tag.scope and tag.group == own.group
+                      and id(own) not in known
+                      and indented_in_callable(tag, starts[tag.path], lines_of(tag.path))]
     same_name = defaultdict(list)
     for own in ours:
         same_name[own.path, own.name].append(own)
@@ -115,7 +129,7 @@ def compare(theirs, ours, lines_of, language):
 
 # --- Why ---------------------------------------------------------------------------------------
 
-UNNAMED = re.compile(r"(__)?anon\w*[0-9a-f]{6,}$|<anonymous>$|_$|unquote$|self$|$", re.I)
+UNNAMED = re.compile(r"(__)?anon\w*[0-9a-f]{6,}$|<\w+>$|_$|unquote$|self$|$", re.I)
 
 # How a line reads that ctags takes for a definition, by kind and name (NAME).
 _JAVASCRIPT = [("class", r"^(?!.*\bclass\b)|\.exports\s*="), ("", r"\.exports\s*=|^\s*delete\b"),
@@ -136,7 +150,8 @@ MISREAD = {
              ("struct|union", r"^[^{]*\bNAME\b\s*\*?\s*$"),
              ("function", r"^@class|^[-+]\s*\(|\(\s*\*"), ("protocol", r";"),
              ("typedef", r"\(\*?\s*\w+\)\s*\(|[^;]$|^\s*(struct|enum)\b")],
-    "ocaml": [("type", r"\b(with|and) type\b|^\s*(with|and)\b|:=|\+=|\bnonrec\b|\(module\b|: \w+\.\w+ with"),
+    "ocaml": [("type", r"\b(with|and) type\b|^\s*(with|and)\b|:=|\+=|\bnonrec\b|\(module\b"),
+              ("type", r": \w+\.\w+ with"),
               ("function", r"let[+*%]|and[+*%]|let \(|let\(")],
     "typescript": [("alias", r"^(?!.*\btype NAME\b)"), ("", r"\[\s*[\w.]*\bNAME|\(NAME\b|\bnew\s*[<(]")],
 }
@@ -148,7 +163,8 @@ BLOCKS = {
     "bash": r"'$",
     "elixir": r"^(test|quote|describe|setup)\b|\b(quote|assert_raise)\b.* do$|->$",
     "javascript": _CALLBACK,
-    "kotlin": r"^(?!.*\b(class|interface|(companion|private|internal|public) object|^object)\b).*\{(\s*[\w, ]+ ->)?$",
+    "kotlin": r"^(?!.*\b(class|interface|(companion|private|internal|public) object|^object)\b)"
+              r".*\{(\s*[\w, ]+ ->)?$",
     "lua": r"\bfunction\s*\(|^do$|\{$",
     "r": r"[({]$",
     "ruby": r"\bdo(\s*\|.*\|)?$|\{\s*(\|.*\|)?$",
@@ -158,11 +174,6 @@ BLOCKS = {
 # text, may be indented as they like.
 OPENERS = {language: r"[{(\[]$|=>$|->$|'$" for language in
            ("javascript", "typescript", "kotlin", "r", "bash")}
-
-# What begins and ends a text of several lines.
-_HEREDOC = re.compile(r"<<[-~]?\s*\\?(['\"]?)(\w+)\1")
-QUOTES = {"elixir": ('"""', "'''"), "lua": ("[[", "]]"), "bash": (), "ruby": ()}
-
 
 def indentation(line):
     return len(line) - len(line.lstrip())
@@ -188,22 +199,27 @@ def in_block(tag, lines, language):
     return False
 
 
+_HEREDOC = re.compile(r"<<[-~]?\s*\\?(['\"]?)(\w+)\1")
+
+
+def text_end(line, language):
+    """What ends the text of several lines that begins on this one; none: None."""
+    if language == "lua":
+        return "]]" if "[[" in line.split("]]")[-1] else None
+    if language == "elixir":
+        return next((quote for quote in ('"""', "'''") if line.count(quote) == 1), None)
+    heredoc = _HEREDOC.search(line) if language in ("bash", "ruby") else None
+    return heredoc and heredoc[2]
+
+
 def in_text(tag, lines, language):
     """Whether a text of several lines is open before the tag's line."""
-    if language not in QUOTES:
-        return False
     end = None
     for line in lines[:tag.line - 1]:
-        if end is not None:
-            if line.strip() == end or language == "lua" and end in line:
-                end = None
-        elif language == "lua":
-            end = "]]" if "[[" in line.split("]]")[-1] else None
-        elif QUOTES[language]:
-            found = [quote for quote in QUOTES[language] if line.count(quote) == 1]
-            end = found[0] if found else None
-        elif heredoc := _HEREDOC.search(line):
-            end = heredoc[2]
+        if end is None:
+            end = text_end(line, language)
+        elif line.strip() == end or language == "lua" and end in line:
+            end = None
     return end is not None
 
 
@@ -223,10 +239,10 @@ def why_missed(tag, callables, same_name, lines, language):
     if any(own.group == tag.group and own.line - BEFORE <= tag.line <= own.end for own in same_name):
         return "repeated"
     if language in C_FAMILY:
+        if re.search(rf"^[\w\s]*\b{word}\s*\(", line) and re.fullmatch(r"[A-Z]{2}[A-Z0-9]*(_\w*)?", tag.name):
+            return "macro"
         if tag.kind == "prototype" and not re.search(r"\.(h|hh|hpp|hxx|h\+\+|inl|ipp|tpp|tcc)$", tag.path):
             return "ahead"
-        if re.search(rf"^[\w\s]*\b{word}\s*\(", line) and re.match(r"[A-Z]{2,}\w*(_|$)", tag.name):
-            return "macro"
         if tag.kind == "category" or tag.kind in ("interface", "implementation") and "(" in line:
             return "category"
     if language == "rust" and tag.kind == "typedef" and line.startswith(" "):

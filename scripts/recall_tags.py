@@ -5,6 +5,7 @@ import json
 import re
 import sqlite3
 import subprocess
+import sys
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -101,7 +102,9 @@ def group(kind, language):
 def read_index(program, tree):
     """Indexes the tree; the definitions and the files of each language, and the program's words."""
     run = subprocess.run([program, "index", "--no-embeddings", "--yes", str(tree)], capture_output=True,
-                         text=True, check=True)
+                         text=True)
+    if run.returncode:
+        sys.exit(f"recall.py: {program} could not index the tree: {run.stderr.strip()}")
     database = sqlite3.connect(f"file:{tree}/.velmora/index.db?mode=ro", uri=True)
     files, found = {}, {}
     for path, language in database.execute(

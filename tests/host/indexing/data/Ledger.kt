@@ -122,3 +122,11 @@ private fun announce(what: String) = log.say(what)
 
 val <T : Any> Reader<T>.doubled: Int
     get() = 2
+
+@Immutable
+@Suppress("unused")
+public open class Receipt {
+    fun lines(): Int = 0
+}
+
+fun firstReceipt() = Receipt()
