@@ -19,7 +19,7 @@ std::string documented() {
 std::string select_counterparts() {
   return "SELECT o.language, o.kind, f.path, o.signature, o.docstring FROM (SELECT *" +
          documented() + " AND fqn = ?1 LIMIT " + std::to_string(RowReader::MOST_COUNTERPARTS + 1) +
-         ") AS o CROSS JOIN files AS f ON f.id = o.file ORDER BY f.path, o.id";
+         ") AS o CROSS JOIN files AS f ON f.id = o.file";
 }
 
 std::size_t hash(std::string_view name) { return std::hash<std::string_view>{}(name); }
@@ -32,11 +32,27 @@ std::string select_symbol_rows_with(std::string_view columns) {
 }
 
 RowReader::RowReader(const storage::Database& database, Use use)
-    : counterparts_(database.prepare(select_counterparts(), SQLITE_PREPARE_PERSISTENT)),
-      names_(use == Use::many ? &database : nullptr) {}
+    : database_(database),
+      use_(use),
+      select_path_(
+          database.prepare("SELECT path FROM files WHERE id = ?", SQLITE_PREPARE_PERSISTENT)),
+      counterparts_(database.prepare(select_counterparts(), SQLITE_PREPARE_PERSISTENT)) {}
+
+std::string_view RowReader::path_of(std::int64_t file) {
+  if (use_ == Use::few || file != file_ || path_.empty()) {
+    select_path_.bind(1, file);
+    if (!select_path_.step()) {
+      throw storage::DatabaseError(SQLITE_CORRUPT, "a symbol stands in no file");
+    }
+    path_ = select_path_.column_text(0);
+    select_path_.reset();
+    file_ = file;
+  }
+  return path_;
+}
 
 void RowReader::learn_names() {
-  storage::Statement select = names_->prepare("SELECT fqn" + documented());
+  storage::Statement select = database_.prepare("SELECT fqn" + documented());
   std::vector<std::size_t> hashes;
   while (select.step()) hashes.push_back(hash(select.column_text(0)));
   documented_.resize(std::bit_ceil(PLACES_A_NAME * hashes.size() + 1));
@@ -44,7 +60,7 @@ void RowReader::learn_names() {
 }
 
 bool RowReader::may_be_documented(std::string_view fqn) {
-  if (names_ == nullptr) return true;
+  if (use_ == Use::few) return true;
   if (documented_.empty()) learn_names();
   return documented_[hash(fqn) & (documented_.size() - 1)];
 }
@@ -54,7 +70,7 @@ storage::SymbolRow RowReader::read(const storage::Statement& select) {
                          .fqn = select.column_text(1),
                          .name = select.column_text(2),
                          .kind = select.column_text(ROW_KIND),
-                         .path = select.column_text(4),
+                         .path = path_of(select.column_int64(4)),
                          .start_line = select.column_int64(5),
                          .end_line = select.column_int64(6),
                          .signature = select.column_optional_text(7),
@@ -69,19 +85,19 @@ storage::SymbolRow RowReader::read(const storage::Statement& select) {
 
 bool RowReader::find_docstring(const storage::SymbolRow& row, std::string_view language) {
   const Part part{language, row.kind, row.path, row.signature.value_or("")};
-  bool found = false;
+  std::string first;  // path of a counterpart
   int count = 0;
   counterparts_.bind(1, row.fqn);
-  while (counterparts_.step()) {
+  while (counterparts_.step()) {  // by id
     ++count;
-    if (found) continue;
     const Part other{counterparts_.column_text(0), counterparts_.column_text(1),
                      counterparts_.column_text(2), counterparts_.column_text(3)};
-    found = are_parts(part, other);
-    if (found) docstring_ = counterparts_.column_text(4);
+    if ((!first.empty() && first <= other.path) || !are_parts(part, other)) continue;
+    first = other.path;
+    docstring_ = counterparts_.column_text(4);
   }
   counterparts_.reset();
-  return found && count <= MOST_COUNTERPARTS;
+  return !first.empty() && count <= MOST_COUNTERPARTS;
 }
 
 }  // namespace velmora::host::index

@@ -1,6 +1,7 @@
 // Reads rows of symbols, as the retriever gets them.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,11 +11,10 @@
 
 namespace velmora::host::index {
 
-// Selects what a RowReader reads, from symbols s and files f. A cross join keeps the symbols as the
-// outer loop, so that their order by id needs no sort.
+// Selects what a RowReader reads, from symbols s.
 inline constexpr std::string_view SELECT_SYMBOL_ROWS =
-    "SELECT s.id, s.fqn, s.name, s.kind, f.path, s.start_line, s.end_line, s.signature,"
-    " s.docstring, s.language FROM symbols AS s CROSS JOIN files AS f ON f.id = s.file";
+    "SELECT s.id, s.fqn, s.name, s.kind, s.file, s.start_line, s.end_line, s.signature,"
+    " s.docstring, s.language FROM symbols AS s";
 
 // The same with more columns, the first of which is column ROW_COLUMNS.
 [[nodiscard]] std::string select_symbol_rows_with(std::string_view columns);
@@ -31,23 +31,29 @@ class RowReader {
  public:
   static constexpr int MOST_COUNTERPARTS = 8;
 
-  // A reader of many rows learns with the first one which names have a docstring, which spares most
-  // look-ups: it reads rows of one state of the index.
+  // A reader of many rows reads those of one state of the index. It learns with the first one which
+  // names have a docstring, and keeps the last path, which spares most look-ups.
   enum class Use { few, many };
 
   explicit RowReader(const storage::Database& database, Use use = Use::few);
 
-  // The row at which `select` stands. Its texts live until the statement's next step, its docstring
-  // until the reader's next row too.
+  // The row at which `select` stands. Its texts live until the statement's next step, its path and
+  // docstring until the reader's next row too. Throws DatabaseError when the index
+  // lacks its file.
   [[nodiscard]] storage::SymbolRow read(const storage::Statement& select);
 
  private:
+  [[nodiscard]] std::string_view path_of(std::int64_t file);
   [[nodiscard]] bool may_be_documented(std::string_view fqn);
   void learn_names();
   [[nodiscard]] bool find_docstring(const storage::SymbolRow& row, std::string_view language);
 
+  const storage::Database& database_;
+  const Use use_;
+  storage::Statement select_path_;
   storage::Statement counterparts_;
-  const storage::Database* names_;     // which are to be learnt; null: none
+  std::int64_t file_ = 0;              // of the last row
+  std::string path_;                   // its path
   std::vector<bool> documented_ = {};  // by the hash of a name; empty: not known
   std::string docstring_;              // of a counterpart
 };
