@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "velmora/export.h"
+
 namespace velmora::logging {
 
 // Ascending severity.
@@ -27,7 +29,7 @@ struct Record {
 //
 // `write` is called on the thread that logs, from several threads at once, and possibly while the
 // retriever's build lock is held: it must be quick, must not ask a retriever, and must not throw.
-class Sink {
+class VELMORA_API Sink {
  public:
   virtual ~Sink() = default;
   virtual void write(const Record& record) noexcept = 0;
@@ -36,21 +38,21 @@ class Sink {
 // Sends records of at least `least` to `sink` from now on; a null sink (the state at start) writes
 // nothing. The replaced sink may still be finishing a `write` on another thread and is destroyed
 // after it.
-void set_sink(std::shared_ptr<Sink> sink, Level least = Level::info);
+VELMORA_API void set_sink(std::shared_ptr<Sink> sink, Level least = Level::info);
 
 // The default text of a record: "WARNING velmora.workers.retrieval: message", then for an attached
 // error a line "  caused by: " for it and for each exception nested in it, outermost first, of
 // which 32 are shown. No final line break.
-[[nodiscard]] std::string format(const Record& record);
+[[nodiscard]] VELMORA_API std::string format(const Record& record);
 
 namespace internal {
 // The least level that is written; one above every level while there is no sink.
-extern std::atomic<int> threshold;
-void write(const Record& record);
+VELMORA_API extern std::atomic<int> threshold;
+VELMORA_API void write(const Record& record);
 }  // namespace internal
 
 // A named source of records. Cheap to copy; the name must have static storage.
-class Logger {
+class VELMORA_API Logger {
  public:
   explicit constexpr Logger(std::string_view name) : name_(name) {}
 

@@ -9,18 +9,19 @@
 #include <vector>
 
 #include "velmora/exceptions.h"
+#include "velmora/export.h"
 
 namespace velmora::engines {
 
 // The model is not loaded yet, or cannot be. The message begins a sentence and has no final full
 // stop, for instance "The embedding model is still loading".
-class EmbeddingNotReadyError : public TryAgainLaterError {
+class VELMORA_API EmbeddingNotReadyError : public TryAgainLaterError {
  public:
   using TryAgainLaterError::TryAgainLaterError;
 };
 
 // A loaded model. Every function may be called from several threads at once.
-class EmbeddingBackend {
+class VELMORA_API EmbeddingBackend {
  public:
   virtual ~EmbeddingBackend() = default;
 
@@ -34,7 +35,7 @@ class EmbeddingBackend {
 };
 
 // Loads a model and hands it out once it is ready.
-class EmbeddingEngine {
+class VELMORA_API EmbeddingEngine {
  public:
   virtual ~EmbeddingEngine() = default;
 

@@ -7,11 +7,13 @@
 #include <string_view>
 #include <vector>
 
+#include "velmora/export.h"
+
 namespace velmora::engines {
 
 // Any failure of a decision: no answer in time, an error of the model, an answer that decides
 // nothing. Its message goes into the log.
-class DecisionError : public std::runtime_error {
+class VELMORA_API DecisionError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -42,7 +44,7 @@ struct DecideOptions {
 
 // A decision model. Both functions are called on the thread of the question, from several threads
 // at once, without a lock of the retriever.
-class RerankClient {
+class VELMORA_API RerankClient {
  public:
   virtual ~RerankClient() = default;
 

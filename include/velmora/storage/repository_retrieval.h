@@ -14,6 +14,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/models/symbol.h"
 
 namespace velmora::storage {
@@ -43,7 +44,7 @@ struct SymbolRow {
 };
 
 // Walks symbol rows once, from first to last. Used by one thread, and not after its repository.
-class SymbolCursor {
+class VELMORA_API SymbolCursor {
  public:
   virtual ~SymbolCursor() = default;
 
@@ -73,7 +74,7 @@ struct NearestOptions {
 };
 
 // The index of one repository.
-class Repository {
+class VELMORA_API Repository {
  public:
   virtual ~Repository() = default;
 

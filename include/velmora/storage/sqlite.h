@@ -15,10 +15,12 @@
 #include <string>
 #include <string_view>
 
+#include "velmora/export.h"
+
 namespace velmora::storage {
 
 // An error of the database.
-class DatabaseError : public std::runtime_error {
+class VELMORA_API DatabaseError : public std::runtime_error {
  public:
   DatabaseError(int code, const std::string& message) : std::runtime_error(message), code_(code) {}
 
@@ -34,7 +36,7 @@ class DatabaseError : public std::runtime_error {
 
 // A prepared statement. Texts and blobs are bound by reference: they must live until the statement
 // is reset or bound anew. Moved-from statements may only be destroyed or assigned to.
-class Statement {
+class VELMORA_API Statement {
  public:
   Statement() = default;
   // Prepares the first statement of `sql`; `flags` are SQLITE_PREPARE_... flags.
@@ -77,7 +79,7 @@ class Statement {
 };
 
 // An open database. Closed by the destructor; its statements must be gone by then.
-class Database {
+class VELMORA_API Database {
  public:
   // Opens the file at `path` (UTF-8) with SQLITE_OPEN_... `flags`, through the VFS of that name, or
   // SQLite's own when it is null.
@@ -97,7 +99,7 @@ class Database {
 };
 
 // A transaction that rolls back unless it was committed.
-class Transaction {
+class VELMORA_API Transaction {
  public:
   // `begin` may be "BEGIN IMMEDIATE" or the like. The database must outlive the transaction.
   explicit Transaction(Database& database, const std::string& begin = "BEGIN");
@@ -114,6 +116,6 @@ class Transaction {
 };
 
 // Throws what stands for the result `code` of a call on `database` (which may be null).
-[[noreturn]] void throw_database_error(sqlite3* database, int code);
+[[noreturn]] VELMORA_API void throw_database_error(sqlite3* database, int code);
 
 }  // namespace velmora::storage

@@ -34,6 +34,7 @@
 
 #include "velmora/engines/embedding.h"
 #include "velmora/engines/rerank_client.h"
+#include "velmora/export.h"
 #include "velmora/models/symbol.h"
 #include "velmora/storage/repository_retrieval.h"
 #include "velmora/utils/string_set.h"
@@ -172,7 +173,7 @@ using QueryEmbedder = std::function<QueryVector(std::string_view query)>;
 // The BM25 weight of a match in each field of a symbol. Any double is taken as it is, but SQLite
 // refuses a rank expression with an exponent, an infinity or a NaN, and that error reaches the
 // caller of `retrieve`.
-struct LexicalWeights {
+struct VELMORA_API LexicalWeights {
   double name = 10.0;
   double signature = 3.0;
   double path = 2.0;
@@ -185,7 +186,7 @@ struct LexicalWeights {
 };
 
 // The BM25 weight of a match in each field of a file.
-struct FileWeights {
+struct VELMORA_API FileWeights {
   double names = 3.0;
   double path = 2.0;
   double docstrings = 1.0;
@@ -267,23 +268,23 @@ inline constexpr auto TEST_QUERY_WORDS =
 // The lower-case words of any text, in order, repeats kept: camelCase, snake_case, kebab-case,
 // acronyms and numbers are split apart, so "getHTTPResponse_v2" is get, http, response, v, 2. A
 // word is ASCII letters only or ASCII digits only; every other character separates.
-[[nodiscard]] std::vector<std::string> split_identifier(std::string_view text);
+[[nodiscard]] VELMORA_API std::vector<std::string> split_identifier(std::string_view text);
 
 // The search terms of a question: its words without stop words, each once, in the order of first
 // appearance. Empty when nothing is left.
-[[nodiscard]] std::vector<std::string> query_terms(std::string_view text);
+[[nodiscard]] VELMORA_API std::vector<std::string> query_terms(std::string_view text);
 
 // Whether a question with these terms is about tests: one of them is a test word.
-[[nodiscard]] bool is_test_query(std::span<const std::string> terms);
+[[nodiscard]] VELMORA_API bool is_test_query(std::span<const std::string> terms);
 
 // Whether a word is spelled like a name in code rather than a word of prose: it holds an
 // underscore, a dollar sign or a digit, mixes case, or is capitalised. "Offloader" and "utf8" are;
 // "music" and "PDF" are not.
-[[nodiscard]] bool reads_as_code(std::string_view word);
+[[nodiscard]] VELMORA_API bool reads_as_code(std::string_view word);
 
 // The words of a query that could be names in code, whole and as written, each once, in the order
 // of first appearance. Stop words are dropped unless the only word of the query is one.
-[[nodiscard]] std::vector<std::string> query_names(std::string_view query);
+[[nodiscard]] VELMORA_API std::vector<std::string> query_names(std::string_view query);
 
 // --- Fusion: pure functions, which any thread may call ---
 
@@ -309,14 +310,14 @@ struct FusedSymbol {
 
 // The ranks 1, 2, 3, ... of the distinct ids in the order of first appearance; a repeat neither
 // changes a rank nor uses one up.
-[[nodiscard]] Ranks ranks_in_order(std::span<const SymbolId> ids);
+[[nodiscard]] VELMORA_API Ranks ranks_in_order(std::span<const SymbolId> ids);
 
 // Merges the channels' ranks, best first: an id scores the sum of 1 / (k + rank) over the channels
 // that ranked it, added in the order of `rankings`, in double precision. Equal scores go to the
 // smaller best rank, then to the lower id, so the order is total. Source: Cormack, Clarke and
 // Büttcher, "Reciprocal rank fusion outperforms Condorcet and individual rank learning methods",
 // SIGIR 2009.
-[[nodiscard]] std::vector<FusedSymbol> reciprocal_rank_fusion(
+[[nodiscard]] VELMORA_API std::vector<FusedSymbol> reciprocal_rank_fusion(
     const ChannelMap<std::span<const RankedSymbol>>& rankings, int k = 60);
 
 // --- The retriever ---
@@ -324,7 +325,8 @@ struct FusedSymbol {
 // An embedder that asks `engine` (not null) for its model without waiting and embeds the query with
 // it. It throws EmbeddingNotReadyError while the model is not loaded. The engine is asked on every
 // call, so the semantic channel is there as soon as the model is.
-[[nodiscard]] QueryEmbedder engine_query_embedder(std::shared_ptr<engines::EmbeddingEngine> engine);
+[[nodiscard]] VELMORA_API QueryEmbedder
+engine_query_embedder(std::shared_ptr<engines::EmbeddingEngine> engine);
 
 // Options of a HybridRetriever.
 struct RetrieverOptions {
@@ -352,7 +354,7 @@ struct RetrieveOptions {
 // Answers questions about one repository, for as long as the repository lives. Shares the
 // repository, the embedder and the decision client with the host. Any number of threads may ask at
 // once.
-class HybridRetriever {
+class VELMORA_API HybridRetriever {
  public:
   // `repository` is not null. Reads nothing yet: the first question does.
   explicit HybridRetriever(std::shared_ptr<storage::Repository> repository,

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "velmora/engines/decision.h"
+#include "velmora/export.h"
 #include "velmora/host/embedding/builtin_engine.h"
 
 namespace velmora::host::decision {
@@ -37,7 +38,7 @@ using DecisionObserver = std::function<void(std::vector<JudgedCandidate> candida
 // candidate are by the word model, and the words that they share. Answers in a fraction of a
 // millisecond and sends nothing anywhere, so it is shown source without being asked. Any number of
 // threads may ask.
-class BuiltinDecision final : public engines::DecisionClient {
+class VELMORA_API BuiltinDecision final : public engines::DecisionClient {
  public:
   // The file of weights is opened when something is first to be decided, and once. `words` is not
   // null; a model that is not the one with which the weights were learned does well as long as it
@@ -72,6 +73,6 @@ class BuiltinDecision final : public engines::DecisionClient {
 
 // The weights that came with the program: "builtin.decision" beside it, as it was built, or in
 // ../share/velmora, as it was installed. One that is in neither is said to be beside it.
-[[nodiscard]] std::filesystem::path shipped_decision_file();
+[[nodiscard]] VELMORA_API std::filesystem::path shipped_decision_file();
 
 }  // namespace velmora::host::decision

@@ -7,12 +7,13 @@
 #include <string>
 
 #include "velmora/engines/embedding.h"
+#include "velmora/export.h"
 #include "velmora/host/embedding/word_model.h"
 
 namespace velmora::host::embedding {
 
 // Hands out the model of a file. Any number of threads may ask.
-class BuiltinEngine final : public engines::EmbeddingEngine {
+class VELMORA_API BuiltinEngine final : public engines::EmbeddingEngine {
  public:
   // The file is opened when something first asks for the model, and once.
   explicit BuiltinEngine(std::filesystem::path file) : file_(std::move(file)) {}
@@ -33,6 +34,6 @@ class BuiltinEngine final : public engines::EmbeddingEngine {
 
 // The model that came with the program: "builtin.model" beside it, as it was built, or in
 // ../share/velmora, as it was installed. One that is in neither is said to be beside it.
-[[nodiscard]] std::filesystem::path shipped_model_file();
+[[nodiscard]] VELMORA_API std::filesystem::path shipped_model_file();
 
 }  // namespace velmora::host::embedding

@@ -9,13 +9,15 @@
 #include <stop_token>
 #include <string>
 
+#include "velmora/export.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/index/writer_lock.h"
 
 namespace velmora::host::embedding {
 
 // Waits, and returns false when the stop was requested meanwhile.
-[[nodiscard]] bool wait_for(std::chrono::milliseconds time, const std::stop_token& stop);
+[[nodiscard]] VELMORA_API bool wait_for(std::chrono::milliseconds time,
+                                        const std::stop_token& stop);
 
 // What is done about a server that is overloaded (429), has trouble of its own (5xx), does not
 // answer in time or loses the connection.

@@ -16,11 +16,13 @@
 #include <string_view>
 #include <vector>
 
+#include "velmora/export.h"
+
 namespace velmora::host::embedding {
 
 // A model file is missing, damaged or of another version. The message says which file and what is
 // wrong with it, begins a sentence and has no final full stop.
-class ModelFileError : public std::runtime_error {
+class VELMORA_API ModelFileError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -76,11 +78,11 @@ struct WordModelData {
 // Writes a model file; one that stands at `file` is replaced whole or not at all. The same data
 // give the same bytes. Throws std::invalid_argument for data that break the rules above,
 // std::system_error when the file cannot be written.
-void write_word_model(const std::filesystem::path& file, const WordModelData& data,
-                      RowKind kind = RowKind::int8);
+VELMORA_API void write_word_model(const std::filesystem::path& file, const WordModelData& data,
+                                  RowKind kind = RowKind::int8);
 
 // A model file, open. Constant, so any number of threads may share one.
-class WordModel {
+class VELMORA_API WordModel {
  public:
   // Reads the file, which has 512 MB at most, and checks it from the first byte to the last. Throws
   // ModelFileError. What becomes of the file afterwards changes nothing.

@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/index/vector_kind.h"
 #include "velmora/storage/repository_retrieval.h"
@@ -38,7 +39,7 @@ using TextKey = std::array<std::byte, 16>;
 // The key of the text of a symbol, nothing when it is not embedded.
 using KeyOf = std::function<std::optional<TextKey>(const storage::SymbolRow& symbol)>;
 
-class TextVectors {
+class VELMORA_API TextVectors {
  public:
   explicit TextVectors(storage::Database& database);
 

@@ -18,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/index/text_vectors.h"
@@ -33,7 +34,7 @@ namespace velmora::host::index {
 // How many symbols a file may have.
 inline constexpr std::size_t MOST_SYMBOLS = (std::size_t{1} << 22) - 1;
 
-class Update {
+class VELMORA_API Update {
  public:
   explicit Update(storage::Database& database);
   ~Update();

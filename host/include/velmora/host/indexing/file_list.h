@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "velmora/export.h"
+
 namespace velmora::host::indexing {
 
 // A file or folder that is left out, and why, in a few words that stand after the path.
@@ -30,7 +32,7 @@ struct FileList {
 };
 
 // A tree has more files than it may have.
-class TooManyFilesError : public std::runtime_error {
+class VELMORA_API TooManyFilesError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -55,13 +57,13 @@ inline constexpr std::size_t ANY_NUMBER_OF_FILES = std::numeric_limits<std::size
 //
 // Throws std::filesystem::filesystem_error when `root` cannot be read, TooManyFilesError as soon as
 // more than `most_files` are found, std::runtime_error as SourceRules says.
-[[nodiscard]] FileList list_files(const std::filesystem::path& root,
-                                  std::size_t most_files = ANY_NUMBER_OF_FILES,
-                                  const std::vector<std::string>& leave_out = {});
+[[nodiscard]] VELMORA_API FileList list_files(const std::filesystem::path& root,
+                                              std::size_t most_files = ANY_NUMBER_OF_FILES,
+                                              const std::vector<std::string>& leave_out = {});
 
 // The folders under `root` in which a file that list_files finds stands or may come to stand,
 // relative to the root, which is "" and the first.
-[[nodiscard]] std::vector<std::string> list_folders(const std::filesystem::path& root,
-                                                    const std::vector<std::string>& leave_out = {});
+[[nodiscard]] VELMORA_API std::vector<std::string> list_folders(
+    const std::filesystem::path& root, const std::vector<std::string>& leave_out = {});
 
 }  // namespace velmora::host::indexing

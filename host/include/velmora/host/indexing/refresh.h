@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/host/embedding/word_model.h"
 #include "velmora/host/index/index.h"
 #include "velmora/host/indexing/file_list.h"
@@ -62,7 +63,8 @@ struct RefreshOptions {
 // are not parsed, and what the rules say of a file alone makes it another. New symbols get those
 // vectors of a server's models that are known for their texts. Logs each file that is not
 // unchanged. Throws what Index::update and RepositoryScan throw.
-[[nodiscard]] RefreshReport refresh(const std::filesystem::path& root, index::Index& index,
-                                    const RefreshOptions& options = {});
+[[nodiscard]] VELMORA_API RefreshReport refresh(const std::filesystem::path& root,
+                                                index::Index& index,
+                                                const RefreshOptions& options = {});
 
 }  // namespace velmora::host::indexing

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/indexing/file_list.h"
@@ -59,7 +60,7 @@ struct ScannedFile {
 //
 // One thread uses a scan at a time. The destructor may be called at any moment; it waits for the
 // files being parsed.
-class RepositoryScan {
+class VELMORA_API RepositoryScan {
  public:
   // Lists the files. Throws as list_files does.
   explicit RepositoryScan(const std::filesystem::path& root, const ScanOptions& options = {});
