@@ -55,6 +55,15 @@ std::string list_of_repositories(const std::vector<std::string>& folders) {
   return "Other repositories, not indexed with this one: " + list + "\n";
 }
 
+std::string list_of_ignored(const indexing::Ignored& ignored) {
+  if (ignored == indexing::Ignored{}) return "";
+  std::string text = "Ignored by .gitignore: ";
+  if (ignored.files > 0) text += counted(ignored.files, "file");
+  if (ignored.files > 0 && ignored.folders > 0) text += " and ";
+  if (ignored.folders > 0) text += counted(ignored.folders, "folder");
+  return text + "\n";
+}
+
 // All that stands in the tree and is not indexed, a line each for what is told of it:
 // "Skipped 3 (2: it is a link, 1: it is binary); --verbose lists them"
 std::string left_out(const indexing::RefreshReport& report) {
@@ -77,6 +86,7 @@ std::string left_out(const indexing::RefreshReport& report) {
             "); --verbose lists them\n";
   }
   if (!report.others.empty()) text += browse::other_kinds(report.others, FEW) + "\n";
+  text += list_of_ignored(report.ignored);
   if (!repositories.empty()) text += list_of_repositories(repositories);
   return text;
 }

@@ -96,8 +96,12 @@ void FolderWalk::visit(const Folder& folder) {
       skip(folder.path, TOO_MUCH_WORK, true);
       return;
     }
+    if (is_ignored) {
+      count_ignored(path, entry.is_folder);
+      continue;
+    }
     std::string below = below_root(path);
-    if (is_ignored || left_out_.matches(below, entry.is_folder)) continue;
+    if (left_out_.matches(below, entry.is_folder)) continue;
     if (is_too_long(root_, below)) {
       skip(path, "its path is too long", entry.is_folder);
     } else if (entry.is_folder) {
@@ -166,6 +170,14 @@ FolderWalk::Rules FolderWalk::with_rules_in(int descriptor, const std::string& f
   steps_ += file.text.size() * STEPS_PER_BYTE;
   return std::make_shared<const IgnoreRules>(folder.substr(0, folder.rfind('/')), file.text,
                                              std::move(above));
+}
+
+void FolderWalk::count_ignored(const std::string& path, bool is_folder) {
+  if (is_folder) {
+    ++walked_.list.ignored.folders;
+  } else if (tracked_ == nullptr || !std::ranges::binary_search(tracked_->files, path)) {
+    ++walked_.list.ignored.files;
+  }
 }
 
 // A path as the caller knows it, without a slash at its end.

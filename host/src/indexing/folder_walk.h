@@ -51,6 +51,7 @@ class FolderWalk {
   [[nodiscard]] std::vector<Entry> entries_of(const Folder& folder, Rules& rules);
   [[nodiscard]] bool is_other_repository(const std::string& folder) const;
   [[nodiscard]] Rules with_rules_in(int descriptor, const std::string& folder, Rules above);
+  void count_ignored(const std::string& path, bool is_folder);
   [[nodiscard]] std::string below_root(std::string_view path) const;
   void skip(std::string_view path, std::string reason, bool is_folder);
 

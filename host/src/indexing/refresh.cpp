@@ -78,6 +78,7 @@ RefreshReport apply(RepositoryScan& scan, const RefreshOptions& options, index::
   }
   const std::vector<Skipped>& unlisted = scan.skipped();
   report.skipped.insert(report.skipped.end(), unlisted.begin(), unlisted.end());
+  report.ignored = scan.ignored();
   report.others = scan.others();
   std::ranges::sort(report.skipped, {}, &Skipped::path);
   for (const Skipped& one : report.skipped) {

@@ -61,6 +61,7 @@ class RepositoryScan::Impl {
   std::size_t file_count() const { return files().size(); }
   std::size_t files_done() const { return reading_; }
   const std::vector<Skipped>& skipped() const { return sources_.skipped(); }
+  const Ignored& ignored() const { return sources_.ignored(); }
   const std::map<std::string, std::size_t>& others() const { return sources_.others(); }
 
  private:
@@ -135,6 +136,8 @@ std::optional<ScannedFile> RepositoryScan::next() { return impl_->next(); }
 std::size_t RepositoryScan::file_count() const { return impl_->file_count(); }
 std::size_t RepositoryScan::files_done() const { return impl_->files_done(); }
 const std::vector<Skipped>& RepositoryScan::skipped() const { return impl_->skipped(); }
+const Ignored& RepositoryScan::ignored() const { return impl_->ignored(); }
+
 const std::map<std::string, std::size_t>& RepositoryScan::others() const { return impl_->others(); }
 
 }  // namespace velmora::host::indexing

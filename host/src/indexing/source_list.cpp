@@ -30,7 +30,7 @@ SourceList::SourceList(const fs::path& root, std::size_t most_files, const Sourc
     : SourceList(root, list_files(root, most_files, rules.leave_out), rules) {}
 
 SourceList::SourceList(const fs::path& root, FileList list, const SourceRules& rules)
-    : files_(std::move(list.files)), skipped_(std::move(list.skipped)) {
+    : files_(std::move(list.files)), skipped_(std::move(list.skipped)), ignored_(list.ignored) {
   ToldLanguages told(rules.languages);
   for (const std::string& file : files_) {
     const std::string_view language = told.of(file);

@@ -38,6 +38,8 @@ class SourceList {
   // What list_files left out, and links to folders. A file is here or counted below, never both.
   [[nodiscard]] const std::vector<Skipped>& skipped() const { return skipped_; }
 
+  [[nodiscard]] const Ignored& ignored() const { return ignored_; }
+
   // How many files are of no such language, as RepositoryScan counts them.
   [[nodiscard]] const std::map<std::string, std::size_t>& others() const { return others_; }
 
@@ -52,6 +54,7 @@ class SourceList {
   std::map<std::string, std::string_view> told_;  // languages, by file, where a rule tells them
   std::map<std::string, std::string_view> seen_;  // where the file's beginning does
   std::vector<Skipped> skipped_;
+  Ignored ignored_;
   std::map<std::string, std::size_t> others_;
   std::optional<HeaderLanguage> headers_;
 };

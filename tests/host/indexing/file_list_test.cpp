@@ -251,20 +251,20 @@ TEST(FileList, IsGitsForEachKindOfIndex) {
   }
 }
 
-// Every file that git lists is indexed, skipped, or of another kind, unless it is gone or in a
-// folder that is skipped; and so is every file of a tree without git.
+// Every file of a tree, with git and without, is indexed, skipped, ignored, or of another kind,
+// unless it is gone or in a folder that is skipped or ignored.
 TEST(FileList, IsAccountedForByARefresh) {
   const TemporaryFolder folder, outside;
   const fs::path& top = folder.path();
   for (const char* file : {"a.py", "b.go", "deep/c.rs", "README.md", "deep/notes.md", "data.json",
-                           "LICENSE", "gone.md", "gone.py", "ignored.py", "out/x.py", "out/y.md",
-                           "z.gen.py", "module/d.py", "two/e.py"}) {
+                           "LICENSE", "gone.md", "gone.py", "ignored.py", "ignored/a", "out/x.py",
+                           "out/y.md", "z.gen.py", "module/d.py", "two/e.py"}) {
     folder.write(file, "");
   }
   folder.write("script", "#!/bin/sh\n");
   folder.write("binary.py", std::string(1, '\0'));
   folder.write("large.py", std::string(200, '#'));
-  folder.write(".gitignore", "ignored.py\n");
+  folder.write(".gitignore", "ignored.py\nignored/\n");
   folder.write("deep/.gitignore", "#" + std::string(1U << 20U, '\n'));
   fs::create_symlink("a.py", top / "link.py");
   fs::create_symlink("nowhere", top / "link");
@@ -274,7 +274,7 @@ TEST(FileList, IsAccountedForByARefresh) {
     git(top / repository, {"add", "-f", "."});
     git(top / repository, {"commit", "-q", "-m", "a"});
   }
-  git(top, {"rm", "-rq", "--cached", "ignored.py", "module", "two"});
+  git(top, {"rm", "-rq", "--cached", "ignored.py", "ignored", "module", "two"});
   git(top, {"add", "module"});
   fs::remove(top / "gone.md");
   fs::remove(top / "gone.py");
@@ -282,7 +282,7 @@ TEST(FileList, IsAccountedForByARefresh) {
     const auto index = index::Index::open_or_create(outside.path() / "index.db");
     const RefreshReport report = refresh(
         top, *index, {.rules = {.largest_file = 100, .leave_out = {"out/", "*.gen.py", "gone.*"}}});
-    std::size_t found = report.indexed();
+    std::size_t found = report.indexed() + report.ignored.files;
     for (const auto& [extension, count] : report.others) found += count;
     std::size_t expected = 0;
     for (const std::string& file : files) {
@@ -295,8 +295,11 @@ TEST(FileList, IsAccountedForByARefresh) {
     EXPECT_EQ(found, expected);
     return report;
   };
-  const RefreshReport report = counted(by_git(top));
+  Names told = by_git(top);
+  told.push_back("ignored.py");
+  const RefreshReport report = counted(told);
   EXPECT_EQ(report.indexed(), 4U);
+  EXPECT_EQ(report.ignored, (Ignored{.files = 1, .folders = 1}));
   EXPECT_EQ(report.others, (std::map<std::string, std::size_t>{{"", 3}, {".json", 1}, {".md", 2}}));
   Names skipped;
   for (const Skipped& one : report.skipped) skipped.push_back(one.path);
@@ -307,7 +310,7 @@ TEST(FileList, IsAccountedForByARefresh) {
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(top)) {
     const std::string name = entry.path().lexically_relative(top);
     if (entry.is_directory() && !entry.is_symlink()) continue;
-    if (name.find(".git/") == name.npos && name != "ignored.py") all.push_back(name);
+    if (name.find(".git/") == name.npos && name != "ignored/a") all.push_back(name);
   }
   counted(all);
 }

@@ -98,8 +98,17 @@ void describe_variable(const Found& found, bool in_class, const Source& source,
   out.push_back(std::move(variable));
 }
 
+// Whether a definition stands in a function whose body the parser does not see as one: it loses
+// count of blocks where lines in brackets are indented less than those around them.
+bool is_in_torn_function(TSNode node) {
+  TSNode around = ts_node_parent(node);
+  if (type_of(around) == "decorated_definition") around = ts_node_parent(around);
+  return type_of(around) == "ERROR" && type_of(ts_node_parent(around)) == "function_definition";
+}
+
 void describe_python(const Found& found, std::span<const Enclosing> enclosing, const Source& source,
                      std::vector<Declared>& out) {
+  if (is_in_torn_function(found.node)) return;
   const bool in_class = in_type(enclosing);
   if (found.kind == "class") {
     const TSNode bases = field(found.node, "superclasses");

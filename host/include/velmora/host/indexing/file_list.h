@@ -25,10 +25,19 @@ struct Skipped {
 // The reason of a folder that is one.
 inline constexpr std::string_view OTHER_REPOSITORY = "it is another repository: index it by itself";
 
+// What ignore rules leave out of a tree, and git does not track.
+struct Ignored {
+  std::size_t files = 0;
+  std::size_t folders = 0;  // with everything in them
+
+  bool operator==(const Ignored&) const = default;
+};
+
 struct FileList {
   std::vector<std::string> files;  // relative to the root, forward slashes, sorted, each once
   std::vector<Skipped> skipped;    // by path: folders that cannot be read or that are left alone,
                                    // paths beyond the system's limit, what rules leave out
+  Ignored ignored = {};
 };
 
 // A tree has more files than it may have.

@@ -19,15 +19,16 @@
 
 namespace velmora::host::indexing {
 
-// What a refresh did, in files: those that are indexed, those that are skipped and the others are
-// all that there are, but for what is in a folder that is skipped. A file that is left out counts
-// as skipped and nothing else.
+// What a refresh did, in files: those that are indexed, skipped or ignored and the others are all
+// that there are, but for what is in a folder that is skipped or ignored. A file that is left out
+// counts as skipped and nothing else.
 struct RefreshReport {
   std::size_t added = 0;
   std::size_t changed = 0;
   std::size_t removed = 0;
   std::size_t unchanged = 0;
-  std::vector<Skipped> skipped;                    // by path
+  std::vector<Skipped> skipped;  // by path
+  Ignored ignored = {};
   std::map<std::string, std::size_t> others = {};  // as RepositoryScan counts them
   std::int64_t symbols = 0;                        // in the whole index
   std::int64_t embedded = 0;                       // symbols that got a vector now

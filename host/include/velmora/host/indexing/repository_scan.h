@@ -78,6 +78,9 @@ class VELMORA_API RepositoryScan {
   // What is left out without next() saying so: folders for the most part.
   [[nodiscard]] const std::vector<Skipped>& skipped() const;
 
+  // What ignore rules left out.
+  [[nodiscard]] const Ignored& ignored() const;
+
   // How many files are of no language that is indexed, by the extension of their names, with its
   // dot; those without one, and with one that is longer than any that people use, are under "".
   [[nodiscard]] const std::map<std::string, std::size_t>& others() const;
