@@ -15,8 +15,8 @@ namespace velmora::host::indexing {
 
 // A file or folder that is left out, and why, in a few words that stand after the path.
 struct Skipped {
-  std::string path;  // relative to the root, forward slashes
-  std::string reason;
+  std::string path;        // relative to the root, forward slashes
+  std::string reason;      // "it is ...", "it has ..."
   bool is_folder = false;  // everything in it is left out
 
   bool operator==(const Skipped&) const = default;
@@ -25,6 +25,7 @@ struct Skipped {
 // The reason of a folder that is one.
 inline constexpr std::string_view OTHER_REPOSITORY = "it is another repository: index it by itself";
 
+// What was found in a tree.
 struct FileList {
   std::vector<std::string> files;  // relative to the root, forward slashes, sorted, each once
   std::vector<Skipped> skipped;    // by path: folders that cannot be read or that are left alone,
@@ -37,6 +38,7 @@ class VELMORA_API TooManyFilesError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// No limit.
 inline constexpr std::size_t ANY_NUMBER_OF_FILES = std::numeric_limits<std::size_t>::max();
 
 // The files under `root`. In a git work tree, or a folder of one, those that git tracks, and those
