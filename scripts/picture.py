@@ -20,17 +20,17 @@ import termios
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 COLUMNS = 100
 # By the codes of colours, as terminals number them.
-CLASSES = {"1": "name", "2": "faint", "31": "red", "32": "line", "33": "word", "35": "path", "36": "word"}
+CLASSES = {"1": "name", "2": "faint", "32": "line", "35": "path"}
 STYLE = """
   rect { fill: #f6f8fa; stroke: #d0d7de }
   text { fill: #1f2328; font: 13px ui-monospace, Menlo, Consolas, "DejaVu Sans Mono", monospace }
   .prompt, .faint { fill: #656d76 } .name { font-weight: bold }
-  .path { fill: #8250df } .line { fill: #1a7f37 } .word { fill: #953800 } .red { fill: #cf222e }
+  .path { fill: #8250df } .line { fill: #1a7f37 }
   @media (prefers-color-scheme: dark) {
     rect { fill: #161b22; stroke: #30363d }
     text { fill: #e6edf3 }
     .prompt, .faint { fill: #848d97 }
-    .path { fill: #d2a8ff } .line { fill: #7ee787 } .word { fill: #ffa657 } .red { fill: #ff7b72 }
+    .path { fill: #d2a8ff } .line { fill: #7ee787 }
   }
 """
 
@@ -41,10 +41,7 @@ def answer(velmora, folder, arguments):
     fcntl.ioctl(end, termios.TIOCSWINSZ, struct.pack("HHHH", 1000, COLUMNS, 0, 0))
     environment = {**os.environ, "TERM": "xterm-256color", "PAGER": ""}
     environment.pop("NO_COLOR", None)
-    # The terminal holds what is written until it is read: an answer fits.
-    status = subprocess.run([velmora, *arguments], cwd=folder, stdout=end, env=environment).returncode
-    if status != 0:
-        sys.exit(f"picture.py: velmora ended with {status}")
+    program = subprocess.Popen([velmora, *arguments], cwd=folder, stdout=end, env=environment)
     os.close(end)
     written = b""
     try:
@@ -52,6 +49,8 @@ def answer(velmora, folder, arguments):
             written += part
     except OSError:  # the end of what a terminal holds
         pass
+    if program.wait() != 0:
+        sys.exit(f"picture.py: velmora ended with {program.returncode}")
     return written.decode().replace("\r\n", "\n").rstrip("\n").split("\n")
 
 
