@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes pages of the public headers with Doxygen, in build/docs/html. Fails when a public declaration
-# has no comment, or one that cannot be read.
+# has no comment, or one that cannot be read, and when a page of ours links what is not there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 case "${1:-}" in
@@ -8,6 +8,14 @@ case "${1:-}" in
     echo "usage: scripts/docs.sh"
     exit 0 ;;
 esac
+for page in *.md docs/*.md; do
+  { grep -oE '\]\([^)#: ]+' "$page" || true; } | cut -c3- | while read -r link; do
+    [ -e "$(dirname "$page")/$link" ] || {
+      echo "docs.sh: $page links $link, which is not there" >&2
+      exit 1
+    }
+  done
+done
 scripts/install.sh docs
 rm -rf build/docs
 mkdir -p build/docs
