@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs all tests: with GCC under the address and undefined
-# sanitizers, once more with Clang, and what is concurrent under the thread sanitizer.
+# sanitizers, once more with Clang, and what is concurrent under the thread sanitizer. The comments of
+# the public headers are read before.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install.sh test
 scripts/grammars.sh
+echo "== docs"
+scripts/docs.sh
 
 launcher=()
 command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)

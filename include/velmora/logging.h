@@ -19,10 +19,10 @@ enum class Level { debug, info, warning, error };
 
 // One log line. The views live until `Sink::write` returns; a sink that keeps them copies.
 struct Record {
-  std::string_view logger;  // the logger's name, for instance "velmora.workers.retrieval"
-  Level level = Level::debug;
-  std::string_view message;  // UTF-8, one line
-  std::exception_ptr error;  // the error behind the line, or null
+  std::string_view logger;     // the logger's name, for instance "velmora.workers.retrieval"
+  Level level = Level::debug;  // how severe it is
+  std::string_view message;    // UTF-8, one line
+  std::exception_ptr error;    // the error behind the line, or null
 };
 
 // Where log lines go.
@@ -32,6 +32,7 @@ struct Record {
 class VELMORA_API Sink {
  public:
   virtual ~Sink() = default;
+  // Takes a record, whose views it copies if it keeps them.
   virtual void write(const Record& record) noexcept = 0;
 };
 
@@ -54,10 +55,13 @@ VELMORA_API void write(const Record& record);
 // A named source of records. Cheap to copy; the name must have static storage.
 class VELMORA_API Logger {
  public:
+  // `name` says where records are from, for instance "velmora.workers.retrieval".
   explicit constexpr Logger(std::string_view name) : name_(name) {}
 
+  // The name given.
   [[nodiscard]] constexpr std::string_view name() const { return name_; }
 
+  // Whether the sink takes records of this level.
   [[nodiscard]] bool enabled(Level level) const {
     return static_cast<int>(level) >= internal::threshold.load(std::memory_order_relaxed);
   }

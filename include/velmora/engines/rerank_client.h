@@ -21,8 +21,8 @@ class VELMORA_API DecisionError : public std::runtime_error {
 // What the model is shown: the user's question and the candidates, one numbered line each
 // ("1. function pkg.parse ..."), best first as the retriever ranked them.
 struct DecisionState {
-  std::string question;
-  std::vector<std::string> candidates;
+  std::string question;                 // as the user gave it
+  std::vector<std::string> candidates;  // their lines
 
   bool operator==(const DecisionState&) const = default;
 };
@@ -32,7 +32,7 @@ using DecisionQuestions = std::map<std::string, std::string, std::less<>>;
 
 // The model's answer: for each question's key the probability of a yes, 0 to 1.
 struct DecisionResult {
-  std::map<std::string, double, std::less<>> probabilities;
+  std::map<std::string, double, std::less<>> probabilities;  // by key
 
   bool operator==(const DecisionResult&) const = default;
 };

@@ -24,7 +24,7 @@ using models::SymbolId;
 // Identifies one state of an index. Opaque: the retriever keeps it and compares it, nothing else.
 // Two states of an index, or of two indexes that may stand in each other's place, never share one.
 struct IndexFingerprint {
-  std::string value;
+  std::string value;  // any bytes
 
   bool operator==(const IndexFingerprint&) const = default;
 };
@@ -37,10 +37,10 @@ struct SymbolRow {
   std::string_view name;  // the symbol's own name
   std::string_view kind;  // one of the kinds asked for
   std::string_view path;  // relative to the root: forward slashes, no "./", no slash at an end
-  std::int64_t start_line = 0;
-  std::int64_t end_line = 0;
-  std::optional<std::string_view> signature;
-  std::optional<std::string_view> docstring;
+  std::int64_t start_line = 0;                // as the index counts lines; handed on to the hit
+  std::int64_t end_line = 0;                  // the same
+  std::optional<std::string_view> signature;  // its declaration, on one line at best
+  std::optional<std::string_view> docstring;  // what is written about it
 };
 
 // Walks symbol rows once, from first to last. Used by one thread, and not after its repository.
@@ -55,7 +55,7 @@ class VELMORA_API SymbolCursor {
 
 // A neighbour of a query vector.
 struct NearestPair {
-  SymbolId id = 0;
+  SymbolId id = 0;          // whose vector it is
   double similarity = 0.0;  // cosine, -1 to 1; not read by the retriever
 
   bool operator==(const NearestPair&) const = default;
@@ -63,7 +63,7 @@ struct NearestPair {
 
 // What a rerank reads of a symbol that the index still holds.
 struct StoredSymbol {
-  std::optional<std::string> docstring;
+  std::optional<std::string> docstring;  // what is written about it
 
   bool operator==(const StoredSymbol&) const = default;
 };

@@ -65,9 +65,11 @@ inline constexpr std::string_view FAILED = "failed";  // a collaborator threw; i
 template <class Value>
 class ChannelMap {
  public:
+  // A channel and its value.
   using Entry = std::pair<std::string_view, Value>;
 
   ChannelMap() = default;
+  // Sets the entries in their order, as `set` does.
   ChannelMap(std::initializer_list<Entry> entries) {
     for (const Entry& entry : entries) set(entry.first, entry.second);
   }
@@ -90,6 +92,7 @@ class ChannelMap {
         std::find_if(begin(), end(), [&](const Entry& e) { return e.first == channel; });
     return entry == end() ? nullptr : &entry->second;
   }
+  // The same, to change the value in place.
   [[nodiscard]] Value* find(std::string_view channel) {
     return const_cast<Value*>(std::as_const(*this).find(channel));
   }
@@ -100,12 +103,18 @@ class ChannelMap {
     throw std::out_of_range("the map has no channel of that name");
   }
 
+  // Whether the channel has a value.
   [[nodiscard]] bool contains(std::string_view channel) const { return find(channel) != nullptr; }
+  // How many channels have one.
   [[nodiscard]] std::size_t size() const { return size_; }
+  // Whether none has.
   [[nodiscard]] bool empty() const { return size_ == 0; }
-  [[nodiscard]] const Entry* begin() const { return entries_.data(); }
-  [[nodiscard]] const Entry* end() const { return entries_.data() + size_; }
 
+  // The entries in the order in which they were set. Valid until the map is changed.
+  [[nodiscard]] const Entry* begin() const { return entries_.data(); }
+  [[nodiscard]] const Entry* end() const { return entries_.data() + size_; }  // behind the last
+
+  // Whether both hold the same channels with equal values.
   friend bool operator==(const ChannelMap& left, const ChannelMap& right) {
     return left.size_ == right.size_ && std::all_of(left.begin(), left.end(), [&](const Entry& e) {
              const Value* other = right.find(e.first);
@@ -122,14 +131,14 @@ class ChannelMap {
 
 // A code symbol of the index, as a hit carries it.
 struct RetrievedSymbol {
-  SymbolId id = 0;
+  SymbolId id = 0;              // as the index has it, and so are the others
   std::string fqn = {};         // fully qualified name
   std::string name = {};        // the symbol's own name
   std::string kind = {};        // a member of RETRIEVABLE_KINDS
   std::string path = {};        // as the index writes it, relative to the repository root
   std::int64_t start_line = 0;  // as the index counts lines
-  std::int64_t end_line = 0;
-  std::optional<std::string> signature = {};
+  std::int64_t end_line = 0;    // the same
+  std::optional<std::string> signature = {};  // absent when the index has none
 
   bool operator==(const RetrievedSymbol&) const = default;
 };
@@ -137,8 +146,8 @@ struct RetrievedSymbol {
 // One answer. The order of `RetrievalResult::hits` is the ranking, not the order of scores: a
 // symbol that the question names comes before hits of higher score.
 struct Hit {
-  RetrievedSymbol symbol = {};
-  double score = 0.0;  // fused reciprocal-rank score; comparable within one answer
+  RetrievedSymbol symbol = {};  // what was found
+  double score = 0.0;           // fused reciprocal-rank score; comparable within one answer
   ChannelMap<std::int64_t> ranks =
       {};  // 1-based place in each channel that found it, after the filters
 
@@ -159,8 +168,8 @@ struct RetrievalResult {
 
 // A query embedded by the model that embedded the stored symbols.
 struct QueryVector {
-  std::vector<float> values = {};
-  std::string model = {};  // only stored embeddings of this model are compared with it
+  std::vector<float> values = {};  // of the length of the stored ones
+  std::string model = {};          // only stored embeddings of this model are compared with it
 
   bool operator==(const QueryVector&) const = default;
 };
@@ -174,10 +183,10 @@ using QueryEmbedder = std::function<QueryVector(std::string_view query)>;
 // refuses a rank expression with an exponent, an infinity or a NaN, and that error reaches the
 // caller of `retrieve`.
 struct VELMORA_API LexicalWeights {
-  double name = 10.0;
-  double signature = 3.0;
-  double path = 2.0;
-  double docstring = 1.0;
+  double name = 10.0;      // of its own name
+  double signature = 3.0;  // of the signature
+  double path = 2.0;       // of the path of its file
+  double docstring = 1.0;  // of the docstring
 
   // The FTS5 rank expression of the symbol table, "bm25(10.0, 3.0, 2.0, 1.0)" by default.
   [[nodiscard]] std::string rank_function() const;
@@ -187,9 +196,9 @@ struct VELMORA_API LexicalWeights {
 
 // The BM25 weight of a match in each field of a file.
 struct VELMORA_API FileWeights {
-  double names = 3.0;
-  double path = 2.0;
-  double docstrings = 1.0;
+  double names = 3.0;       // of the names of its symbols
+  double path = 2.0;        // of its path
+  double docstrings = 1.0;  // of their docstrings
 
   // The FTS5 rank expression of the file table, "bm25(3.0, 2.0, 1.0)" by default.
   [[nodiscard]] std::string rank_function() const;
@@ -210,8 +219,8 @@ struct RetrievalSettings {
   int semantic_max_neighbours = 2400;
   // How many of the best-matching files rank their symbols; below 1 every matching file does.
   int best_files = 1;
-  LexicalWeights weights = {};
-  FileWeights file_weights = {};
+  LexicalWeights weights = {};    // of the lexical channel
+  FileWeights file_weights = {};  // of the file channel
   // The FTS5 tokenizer of both full-text tables, written into their definition as it stands. One
   // that SQLite does not know leaves the retriever without text search.
   std::string tokenizer = "porter unicode61";
@@ -290,8 +299,8 @@ inline constexpr auto TEST_QUERY_WORDS =
 
 // A symbol's 1-based rank in a channel. Symbols of equal rank tie.
 struct RankedSymbol {
-  SymbolId id = 0;
-  std::int64_t rank = 0;
+  SymbolId id = 0;        // of the symbol
+  std::int64_t rank = 0;  // from 1
 
   bool operator==(const RankedSymbol&) const = default;
 };
@@ -301,8 +310,8 @@ using Ranks = std::vector<RankedSymbol>;
 
 // A symbol of the fused ranking.
 struct FusedSymbol {
-  SymbolId id = 0;
-  double score = 0.0;
+  SymbolId id = 0;                 // each once
+  double score = 0.0;              // the sum that it came to, above 0
   ChannelMap<std::int64_t> ranks;  // the channels that found it, in the order of the rankings
 
   bool operator==(const FusedSymbol&) const = default;

@@ -19,7 +19,7 @@ namespace velmora::host::decision {
 struct JudgedFeature {
   std::string_view name;     // as the file of weights has it
   std::string_view subject;  // what of a candidate it looks at, in a word for people
-  double value = 0.0;
+  double value = 0.0;        // before its weight
   // What it adds to the candidate's score over what it adds to the candidates' mean: its weight
   // times the value's distance from theirs.
   double gain = 0.0;
@@ -27,7 +27,7 @@ struct JudgedFeature {
 
 // How a candidate was told apart from the others.
 struct JudgedCandidate {
-  double probability = 0.0;
+  double probability = 0.0;                  // 0 to 1; those of all candidates add up to 1
   std::vector<JudgedFeature> features = {};  // all of them, in the order of the file of weights
 };
 

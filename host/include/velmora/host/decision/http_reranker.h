@@ -10,6 +10,7 @@
 
 namespace velmora::host::decision {
 
+// Which server decides, and what it may see.
 struct HttpRerankerOptions {
   std::string url;            // http or https; "/rerank" is appended
   std::string model;          // named in the request

@@ -10,6 +10,7 @@
 
 namespace velmora::host::embedding {
 
+// Which server embeds, and how it is asked.
 struct HttpEngineOptions {
   std::string url;                // http or https; "/embeddings" is appended
   std::string model;              // named in the request, and the model of the vectors

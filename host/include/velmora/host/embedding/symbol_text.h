@@ -14,6 +14,7 @@ namespace velmora::host::embedding {
 [[nodiscard]] VELMORA_API std::string symbol_text(const storage::SymbolRow& symbol,
                                                   const index::TextModel& model);
 
+// The key under which the index keeps the vector of `text`: a hash of 128 bits.
 [[nodiscard]] VELMORA_API index::TextKey text_key(std::string_view text);
 
 // The keys of the texts that `model` embeds: those of the symbols that take part in retrieval.

@@ -29,12 +29,12 @@ class VELMORA_API ModelFileError : public std::runtime_error {
 
 // What a model reads of a symbol. A part that the symbol does not have is empty.
 struct SymbolParts {
-  std::string_view name = {};
-  std::string_view fqn = {};
-  std::string_view signature = {};
-  std::string_view path = {};  // relative to the repository
-  std::string_view docstring = {};
-  std::string_view body = {};  // words of its source, with spaces between
+  std::string_view name = {};       // its own
+  std::string_view fqn = {};        // with what encloses it
+  std::string_view signature = {};  // as the source has it
+  std::string_view path = {};       // relative to the repository
+  std::string_view docstring = {};  // as the source has it, without comment markers
+  std::string_view body = {};       // words of its source, with spaces between
 };
 
 // How much of a part of a symbol counts, and how much.
@@ -47,12 +47,12 @@ struct PartSettings {
 
 // The settings of every part. A word that stands in several parts adds its weights up.
 struct SymbolSettings {
-  PartSettings name = {};
-  PartSettings fqn = {};
-  PartSettings signature = {};
-  PartSettings path = {};
-  PartSettings docstring = {};
-  PartSettings body = {};
+  PartSettings name = {};       // of SymbolParts::name, and so on
+  PartSettings fqn = {};        // ...
+  PartSettings signature = {};  // ...
+  PartSettings path = {};       // ...
+  PartSettings docstring = {};  // ...
+  PartSettings body = {};       // ...
 
   bool operator==(const SymbolSettings&) const = default;
 };
@@ -65,8 +65,8 @@ enum class RowKind : std::uint32_t {
 
 // A model with its numbers as the trainer has them.
 struct WordModelData {
-  std::string base_name;  // the model's name without its checksum; not empty
-  SymbolSettings settings = {};
+  std::string base_name;         // the model's name without its checksum; not empty
+  SymbolSettings settings = {};  // how it reads symbols
   std::uint32_t dimensions = 0;  // at least 1
   // The length of the vector of a word that is not among `words`; 0 or more. Such a word resembles
   // itself, a little what is spelled alike, and nothing else.

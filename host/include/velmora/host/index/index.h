@@ -43,6 +43,7 @@ class VELMORA_API IndexError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// An open index. Closed with the last pointer to it.
 class VELMORA_API Index final : public storage::Repository {
  public:
   // Opens the index at `file`; reads all of it first when it was not made here. Throws IndexError

@@ -19,16 +19,20 @@
 
 namespace velmora::host::index {
 
+// The name of the folder, which stands in the root of the repository.
 inline constexpr std::string_view INDEX_FOLDER = ".velmora";
 
 // An open file, closed with it.
 class VELMORA_API OpenFile {
  public:
+  // Owns `descriptor` from now on.
   explicit OpenFile(int descriptor) : descriptor_(descriptor) {}
+  // Leaves `other` without a file.
   OpenFile(OpenFile&& other) noexcept;
   OpenFile& operator=(OpenFile&&) = delete;
   ~OpenFile();
 
+  // Open as long as this lives.
   [[nodiscard]] int descriptor() const { return descriptor_; }
 
  private:
@@ -60,8 +64,10 @@ VELMORA_API bool require_plain_file(const std::filesystem::path& file);
 [[nodiscard]] VELMORA_API bool is_marked(const std::filesystem::path& file,
                                          const std::string& mark);
 
-// Notes beside `file` that it was made here, and tells whether that is so.
+// Notes beside `file` that it was made here.
 VELMORA_API void note_made_here(const std::filesystem::path& file);
+
+// Whether that was noted, of this file and by this user or the system's administrator.
 [[nodiscard]] VELMORA_API bool is_made_here(const std::filesystem::path& file);
 
 }  // namespace velmora::host::index

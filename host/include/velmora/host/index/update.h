@@ -34,8 +34,10 @@ namespace velmora::host::index {
 // How many symbols a file may have.
 inline constexpr std::size_t MOST_SYMBOLS = (std::size_t{1} << 22) - 1;
 
+// An update under way.
 class VELMORA_API Update {
  public:
+  // Within a transaction of `database`, which must outlive it.
   explicit Update(storage::Database& database);
   ~Update();
 
@@ -74,6 +76,7 @@ class VELMORA_API Update {
   // The vectors of texts, in the same transaction.
   [[nodiscard]] TextVectors& text_vectors();
 
+  // How many symbols the index holds, with what was put so far.
   [[nodiscard]] std::int64_t symbol_count() const;
 
   // Whether a symbol or a vector was added, removed or changed.
