@@ -373,7 +373,7 @@ typedef struct velmora_settings {
   double file_weight_names;
   double file_weight_path;
   double file_weight_docstrings;
-  // Of SQLite's full-text search. What is read lives forever, or as long as the index is open.
+  // Of SQLite's full-text search. What is read lives forever.
   velmora_string tokenizer;
 } velmora_settings;
 
