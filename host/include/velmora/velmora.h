@@ -40,7 +40,8 @@
 // environment variable VELMORA_HOME names, if it is set; else beside the library (or the program,
 // when it is linked into one), and in share/velmora and libexec/velmora of the folders above that,
 // as an install lays them out; at last where the library was configured to be installed. A folder
-// that VELMORA_HOME names has them in itself or in share/velmora and libexec/velmora.
+// that VELMORA_HOME names has them in itself or in share/velmora and libexec/velmora. What belongs
+// to another user is passed over, but for what an administrator or the library's owner put there.
 #pragma once
 
 #include <stdbool.h>
