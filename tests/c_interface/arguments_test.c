@@ -112,7 +112,7 @@ struct log {
 };
 
 static void count_records(void* self, int32_t level, velmora_string logger, velmora_string record) {
-  CHECK(level >= VELMORA_LOG_INFO && strncmp(logger.data, "velmora.", 8) == 0 && record.size > 0);
+  CHECK(level >= VELMORA_LOG_DEBUG && strncmp(logger.data, "velmora.", 8) == 0 && record.size > 0);
   ++((struct log*)self)->records;
 }
 
@@ -122,7 +122,7 @@ void test_log(void) {
   const char* folder = new_folder();
   struct log log = {0, 0};
   write_file(folder, "a.py", "def first():\n    pass\n");
-  OK(velmora_set_log(count_records, &log, release_log, VELMORA_LOG_INFO));
+  OK(velmora_set_log(count_records, &log, release_log, VELMORA_LOG_DEBUG));
   OK(velmora_index_update(text(folder), NULL, NULL));
   CHECK(log.records > 0 && log.released == 0);
   OK(velmora_set_log(NULL, NULL, NULL, VELMORA_LOG_INFO));

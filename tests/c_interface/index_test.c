@@ -36,7 +36,7 @@ static velmora_code count_progress(void* self, const velmora_progress* now) {
 
 static velmora_code count_skipped(void* self, velmora_string path, velmora_string reason,
                                   bool is_folder) {
-  CHECK(equal(path, "link.py") && equal(reason, "it is a link") && !is_folder);
+  CHECK(equal(path, "link.py") && equal(reason, "it is a link within the tree") && !is_folder);
   ++((struct calls*)self)->skipped;
   return VELMORA_OK;
 }
@@ -73,17 +73,15 @@ static void check_answers(velmora_retriever* retriever, const char* folder) {
   velmora_answer_free(answer);
 
   // A capital that begins a sentence is no name in code, unless it is taken as it stands.
-  write_file(folder, "queues.py",
-             "def delay():\n    pass\n\ndef the_retry_of_queues():\n    pass\n");
+  write_file(folder, "z.py", "def delay():\n    pass\n");
+  write_file(folder, "columns.py", "def columns():\n    \"\"\"The delay of columns.\"\"\"\n");
   OK(velmora_index_update(text(folder), NULL, NULL));
-  ask(retriever, "Delay the retry of queues", NULL, true, &answer);
-  OK(velmora_answer_hit(answer, 0, &hit));
-  CHECK(equal(hit.name, "delay"));
-  velmora_answer_free(answer);
-  ask(retriever, "Delay the retry of queues", NULL, false, &answer);
-  OK(velmora_answer_hit(answer, 0, &hit));
-  CHECK(equal(hit.name, "the_retry_of_queues"));
-  velmora_answer_free(answer);
+  for (int verbatim = 0; verbatim < 2; ++verbatim) {
+    ask(retriever, "Delay the columns", NULL, verbatim == 1, &answer);
+    OK(velmora_answer_hit(answer, 0, &hit));
+    CHECK(equal(hit.name, verbatim == 1 ? "delay" : "columns"));
+    velmora_answer_free(answer);
+  }
 }
 
 void test_index(void) {
