@@ -28,6 +28,9 @@ void test_arguments(void) {
   CODE(VELMORA_INVALID_ARGUMENT, "answer", velmora_answer_hit(NULL, 0, &hit));
   CODE(VELMORA_INVALID_ARGUMENT, "out", velmora_put_pair(NULL, 1, 1.0));
   CODE(VELMORA_INVALID_ARGUMENT, "level", velmora_set_log(NULL, NULL, NULL, 9));
+  CODE(VELMORA_INVALID_ARGUMENT, "model", velmora_model_embed(NULL, NULL, none, NULL));
+  CHECK(velmora_model_name(NULL).data == NULL && velmora_model_dimensions(NULL) == 0);
+  velmora_model_close(NULL);
   CHECK(velmora_answer_size(NULL) == 0 && velmora_answer_note(NULL).data == NULL);
   velmora_index_close(NULL);
   velmora_retriever_free(NULL);

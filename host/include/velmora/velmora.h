@@ -206,7 +206,9 @@ typedef struct velmora_update_report {
 // report is written on success alone, and when `skipped` ended its list.
 //
 // Blocks: a large repository takes minutes, one that hardly changed well below a second. Sources
-// are parsed by processes of its own, which end with it. Signals are left alone.
+// are parsed by processes of its own, which end with it; the host must
+// not reap processes that it did not start meanwhile, by wait() or by ignoring SIGCHLD. Signals are
+// left alone.
 VELMORA_API velmora_code velmora_index_update(velmora_string folder,
                                               const velmora_update_options* options,
                                               velmora_update_report* report) VELMORA_NOEXCEPT;
@@ -308,6 +310,35 @@ typedef struct velmora_repository {
   velmora_code (*docstrings)(void* self, const int64_t* ids, size_t count, velmora_docstrings* out);
 } velmora_repository;
 
+// --- The built-in embedding model ---
+
+// Embeds the symbols of a host's own index, so that the built-in embedder, which embeds questions
+// with the same file, finds them. An index that velmora_index_update made has it all done.
+typedef struct velmora_model velmora_model;
+
+// Opens a model file, to be closed by the caller; no text: the one that came along. Reads all of
+// it, some megabytes.
+VELMORA_API velmora_code velmora_model_open(velmora_string file,
+                                            velmora_model** model) VELMORA_NOEXCEPT;
+
+// The model's name, which tells its content too: `nearest` of a repository is asked for it. Lives
+// until the model is closed. No text for null.
+VELMORA_API velmora_string velmora_model_name(const velmora_model* model) VELMORA_NOEXCEPT;
+
+// How many numbers a vector has. 0 for null.
+VELMORA_API size_t velmora_model_dimensions(const velmora_model* model) VELMORA_NOEXCEPT;
+
+// Writes the vector of a symbol, of length 1, to `values`, which has room for its numbers; all zero
+// when the model knows none of its words: store none then. Of the symbol the name, fqn, signature,
+// path and docstring are read; each may be no text. `body` is words of its source, or no text. Any
+// number of threads may call it.
+VELMORA_API velmora_code velmora_model_embed(const velmora_model* model,
+                                             const velmora_symbol* symbol, velmora_string body,
+                                             float* values) VELMORA_NOEXCEPT;
+
+// Null is nothing.
+VELMORA_API void velmora_model_close(velmora_model* model) VELMORA_NOEXCEPT;
+
 // --- A host's own models ---
 
 // Embeds questions with the model that embedded the stored symbols.
@@ -407,8 +438,9 @@ VELMORA_API velmora_code velmora_retriever_of_index(velmora_index* index,
                                                     const velmora_retriever_options* options,
                                                     velmora_retriever** retriever) VELMORA_NOEXCEPT;
 
-// The same of a host's own index. The built-in embedder finds only embeddings that it made itself.
-// When this fails nothing was taken: no `release` is called.
+// The same of a host's own index. The built-in embedder is of use when the index stores what
+// velmora_model_embed made of its symbols. When this fails nothing was taken: no `release` is
+// called.
 VELMORA_API velmora_code velmora_retriever_of_repository(
     const velmora_repository* repository, const velmora_retriever_options* options,
     velmora_retriever** retriever) VELMORA_NOEXCEPT;

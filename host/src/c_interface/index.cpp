@@ -21,6 +21,7 @@ namespace fs = std::filesystem;
 
 // The index file that `path` means, absolute.
 fs::path index_file(const fs::path& path) {
+  if (!fs::exists(path)) throw index::NoIndexError(path.string() + " does not exist");
   if (!fs::is_directory(path)) return fs::absolute(path).lexically_normal();
   if (std::optional<fs::path> nearest = upkeep::nearest_index(path)) return *std::move(nearest);
   throw index::no_index(upkeep::index_of_repository(upkeep::folder_to_index(path)));

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "c_interface/arguments.h"
 #include "c_interface/callback.h"
@@ -23,6 +24,14 @@ constexpr logging::Logger LOGGER("velmora.host.update");
 
 void tell(const std::string& sentence) {
   LOGGER.log(logging::Level::warning, [&] { return sentence; });
+}
+
+// Where the folder is, whatever becomes of the working folder meanwhile. One that is not there is
+// for others to refuse.
+fs::path real_path(const fs::path& folder) {
+  std::error_code missing;
+  fs::path real = fs::canonical(folder, missing);
+  return missing ? fs::absolute(folder) : real;
 }
 
 // Reports to the host, which may want to stop.
@@ -90,7 +99,7 @@ namespace c_interface = velmora::host::c_interface;
 velmora_code velmora_index_update(velmora_string folder, const velmora_update_options* given,
                                   velmora_update_report* report) noexcept {
   return c_interface::guarded([&] {
-    const auto path = std::filesystem::absolute(c_interface::required_path(folder, "folder"));
+    const auto path = c_interface::real_path(c_interface::required_path(folder, "folder"));
     const velmora_update_options options = c_interface::taken(given, "options");
     if (report != nullptr) static_cast<void>(c_interface::size_of(report, "report"));
     const auto done = c_interface::update(path, options);

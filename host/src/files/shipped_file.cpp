@@ -52,7 +52,10 @@ fs::path in_home(const fs::path& home, const fs::path& name, const fs::path& ins
 fs::path shipped_file(const fs::path& name, const fs::path& installed) {
   const char* const home = ::secure_getenv("VELMORA_HOME");
   if (home != nullptr && *home != '\0') return in_home(home, name, installed);
-  const fs::path object = this_object();
+  return file_around(this_object(), name, installed);
+}
+
+fs::path file_around(const fs::path& object, const fs::path& name, const fs::path& installed) {
   const fs::path folder = object.parent_path();
   fs::path beside = folder / name;
   if (may_be_used(beside, object)) return beside;
