@@ -109,12 +109,10 @@ VELMORA_API velmora_string velmora_message(void) VELMORA_NOEXCEPT;
 
 // For callbacks: what the code that it returns is about. Becomes the thread's message.
 //
-// A callback ends with VELMORA_OK or another code. VELMORA_STOPPED ends the whole call, which
-// returns it with the message, whatever else would be made of an error there; VELMORA_OUT_OF_MEMORY
-// is what the system says when there is none; VELMORA_TRY_AGAIN_LATER means something where a
-// callback says so, and elsewhere an error like any other. Callbacks may call functions of this
-// header, but must not free what called them. They never unwind through the library: C++ catches
-// before.
+// A callback ends with VELMORA_OK or another code, which is an error. What the error does is told
+// beside the callback; where it ends the call, the call returns that code with that message.
+// VELMORA_STOPPED always ends the call. A callback neither throws nor jumps out. It may call
+// functions of this header, but must not ask the retriever that calls it, nor free what does.
 VELMORA_API void velmora_set_message(velmora_string text) VELMORA_NOEXCEPT;
 
 // "1.0.0". Lives forever.
@@ -206,9 +204,8 @@ typedef struct velmora_update_report {
 // report is written on success alone, and when `skipped` ended its list.
 //
 // Blocks: a large repository takes minutes, one that hardly changed well below a second. Sources
-// are parsed by processes of its own, which end with it; the host must
-// not reap processes that it did not start meanwhile, by wait() or by ignoring SIGCHLD. Signals are
-// left alone.
+// are parsed by processes of its own, which end with it. Meanwhile the host must not reap processes
+// that it did not start, be it by wait() or by ignoring SIGCHLD. Signals are left alone.
 VELMORA_API velmora_code velmora_index_update(velmora_string folder,
                                               const velmora_update_options* options,
                                               velmora_update_report* report) VELMORA_NOEXCEPT;
