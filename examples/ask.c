@@ -10,6 +10,7 @@ static velmora_code show_progress(void* self, const velmora_progress* now) {
 }
 
 static void show_answer(const velmora_answer* answer) {
+  fprintf(stderr, "\n");
   for (size_t i = 0; i < velmora_answer_size(answer); ++i) {
     velmora_hit hit = VELMORA_INIT(velmora_hit);
     if (velmora_answer_hit(answer, i, &hit) != VELMORA_OK) return;
