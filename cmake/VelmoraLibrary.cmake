@@ -18,6 +18,8 @@ function(velmora_library name)
     set_target_properties(${name}_shared PROPERTIES
       EXPORT_NAME ${LIBRARY_EXPORT}
       OUTPUT_NAME ${LIBRARY_FILE}
+      # Beside the models, as the program lies.
+      LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}
       LINKER_LANGUAGE CXX
       LINK_DEPENDS ${script}
       VERSION ${PROJECT_VERSION}

@@ -41,9 +41,11 @@ class VELMORA_API Sink {
 // after it.
 VELMORA_API void set_sink(std::shared_ptr<Sink> sink, Level least = Level::info);
 
-// The default text of a record: "WARNING velmora.workers.retrieval: message", then for an attached
-// error a line "  caused by: " for it and for each exception nested in it, outermost first, of
-// which 32 are shown. No final line break.
+// The message, then for an attached error a line "  caused by: " for it and for each exception
+// nested in it, outermost first, of which 32 are shown. No final line break.
+[[nodiscard]] VELMORA_API std::string message_with_causes(const Record& record);
+
+// The default text of a record: "WARNING velmora.workers.retrieval: " and the message with causes.
 [[nodiscard]] VELMORA_API std::string format(const Record& record);
 
 namespace internal {

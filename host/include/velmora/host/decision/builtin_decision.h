@@ -71,8 +71,8 @@ class VELMORA_API BuiltinDecision final : public engines::DecisionClient {
   std::unique_ptr<const Opened> opened_;
 };
 
-// The weights that came with the program: "builtin.decision" beside it, as it was built, or in
-// ../share/velmora, as it was installed. One that is in neither is said to be beside it.
+// The weights that came along: "builtin.decision", in the places that velmora/velmora.h tells. One
+// that is in none of them is said to be in the first.
 [[nodiscard]] VELMORA_API std::filesystem::path shipped_decision_file();
 
 }  // namespace velmora::host::decision

@@ -32,8 +32,8 @@ class VELMORA_API BuiltinEngine final : public engines::EmbeddingEngine {
   std::string fault_;  // why there is no model
 };
 
-// The model that came with the program: "builtin.model" beside it, as it was built, or in
-// ../share/velmora, as it was installed. One that is in neither is said to be beside it.
+// The model that came along: "builtin.model", in the places that velmora/velmora.h tells. One that
+// is in none of them is said to be in the first.
 [[nodiscard]] VELMORA_API std::filesystem::path shipped_model_file();
 
 }  // namespace velmora::host::embedding
