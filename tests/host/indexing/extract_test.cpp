@@ -1,4 +1,4 @@
-#include "velmora/host/indexing/extract.h"
+#include "indexing/extract.h"
 
 #include <gtest/gtest.h>
 
