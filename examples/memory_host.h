@@ -14,6 +14,7 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -94,6 +95,9 @@ class MemoryIndex final : public storage::Repository {
   }
 
   static double cosine(std::span<const float> values, std::span<const float> embedding) {
+    if (values.size() != embedding.size()) {
+      throw std::invalid_argument("The model gave vectors of different lengths");
+    }
     double product = 0.0, square = 0.0;
     for (std::size_t i = 0; i < values.size(); ++i) {
       product += static_cast<double>(values[i]) * static_cast<double>(embedding[i]);
@@ -220,6 +224,7 @@ class WordJudge final : public engines::DecisionClient {
                                  engines::DecideOptions) override {
     if (!reachable) throw engines::DecisionError("The decision model cannot be reached");
     const std::vector<std::string> terms = retrieval::query_terms(state.question);
+    if (terms.empty()) throw engines::DecisionError("The question has no word to judge by");
     engines::DecisionResult result;
     for (std::size_t i = 0; i < state.candidates.size(); ++i) {
       const std::string key = "candidate_" + std::to_string(i + 1);

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the library from BUILD into a folder of its own, and builds and runs the README's example
-# with the compiler CXX (and its SANITIZERS) against that package alone.
+# and the contract tests of its repository, with the compiler CXX (and its SANITIZERS) against that
+# package alone.
 set -euo pipefail
 build=$1 cxx=$2 sanitizers=$3
 tests=$(cd "$(dirname "$0")" && pwd)
@@ -9,7 +10,7 @@ work=$build/consumer
 rm -rf "$work"
 mkdir -p "$work/source"
 cmake --install "$build" --component development --prefix "$work/prefix" >/dev/null
-cp "$tests/consumer/CMakeLists.txt" "$root/examples/my_repository.h" "$work/source"
+cp "$tests"/consumer/* "$root/examples/my_repository.h" "$work/source"
 awk '/^```cpp$/ {inside = 1; next} /^```$/ {inside = 0} inside' "$root/README.md" >"$work/source/main.cpp"
 cmake -G Ninja -S "$work/source" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/prefix" \
   -DCMAKE_CXX_COMPILER="$cxx" ${sanitizers:+-DCMAKE_CXX_FLAGS="-fsanitize=$sanitizers"} >/dev/null
@@ -17,3 +18,4 @@ cmake --build "$work/build"
 answer=$("$work/build/consumer")
 echo "$answer"
 grep -qx 'src/config.py:10 app.config.parse_config' <<<"$answer"
+"$work/build/my_repository_test" --gtest_brief=1

@@ -52,7 +52,7 @@ class EmbeddingEngineHost {
   // At least three texts that the model embeds, each in a direction of its own.
   [[nodiscard]] virtual std::vector<std::string> texts() const {
     return {"retry the call after an error", "read all bytes of a file",
-            "open a socket to the server", "again and again until the last attempt"};
+            "open a socket to the server", "load the file from the server again"};
   }
 };
 

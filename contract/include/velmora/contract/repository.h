@@ -124,11 +124,11 @@ inline void expect_nearest(const Holdings& held, std::span<const float> values, 
     if (!symbol.embedding.empty()) left[symbol.id] = cosine(values, symbol.embedding);
   }
   std::set<SymbolId> seen;
-  double before = 1.0;
+  double before = 1.0 + COSINE_ERROR;
   for (const auto& [id, similarity] : pairs) {
     EXPECT_TRUE(seen.insert(id).second) << "The id " << id << " comes twice";
-    EXPECT_LE(similarity, before + 1e-9) << "The id " << id << " comes behind a farther one";
-    EXPECT_GE(similarity, -1.0 - 1e-9);
+    EXPECT_LE(similarity, before) << "The id " << id << " comes behind a farther one";
+    EXPECT_GE(similarity, -1.0 - COSINE_ERROR);
     before = similarity;
     const auto found = left.find(id);
     if (found == left.end()) continue;
