@@ -91,91 +91,33 @@ class Words {
 inline Holdings first_holdings() {
   constexpr SymbolId LEAST = std::numeric_limits<SymbolId>::min();
   constexpr SymbolId MOST = std::numeric_limits<SymbolId>::max();
-  Holdings held{
-      "contract-model",
-      {{7,
-        "net.Backoff.delay",
-        "delay",
-        "method",
-        "python",
-        "src/net.py",
-        30,
-        36,
-        "delay(self, n)",
-        "Seconds until the next attempt.",
-        {3, 4, 0}},
-       {LEAST,
-        "net.connect",
-        "connect",
-        "function",
-        "python",
-        "src/net.py",
-        1,
-        20,
-        "",
-        "",
-        {4, 3, 0}},
-       {MOST,
-        "Ledger",
-        "Ledger",
-        "class",
-        "python",
-        "src/\xC3\xA4/ledger.py",
-        1,
-        90,
-        std::nullopt,
-        std::nullopt,
-        {0.75F, 1, 0}},
-       {0,
-        "queue_push",
-        "queue_push",
-        "function",
-        "c",
-        "queue.c",
-        5,
-        9,
-        "int queue_push(struct queue *queue)",
-        std::string("Before the \0 and\nbehind it.", 27),
-        {0, 0, 2}},
-       {-7, "pool", "pool", "module", "rust", "src/pool.rs", 1, 400, std::nullopt, "", {-1, 0, 0}},
-       {40,
-        "Setup",
-        "Setup",
-        "section",
-        "markdown",
-        "README.md",
-        1,
-        9,
-        std::nullopt,
-        "How to.",
-        {1, 1, 1}},
-       {41,
-        "limit",
-        "limit",
-        "variable",
-        "python",
-        "src/net.py",
-        40,
-        40,
-        std::nullopt,
-        std::nullopt,
-        {}}}};
+  Holdings held{"contract-model"};
+  const auto add = [&held](SymbolId id, const std::string& name, const char* kind,
+                           const char* language, const std::string& path,
+                           std::optional<std::string> signature,
+                           std::optional<std::string> docstring, std::vector<float> embedding) {
+    const auto line = static_cast<std::int64_t>(held.symbols.size()) + 1;
+    held.symbols.push_back({id, "net." + name, name, kind, language, path, line, 3 * line,
+                            std::move(signature), std::move(docstring), std::move(embedding)});
+  };
+  add(7, "delay", "method", "python", "net.py", "delay(self, n)", "Until the next.", {3, 4, 0});
+  add(LEAST, "connect", "function", "python", "net.py", "", "", {4, 3, 0});
+  add(MOST, "Ledger", "class", "python", "src/\xC3\xA4/ledger.py", {}, {}, {0.75F, 1, 0});
+  add(0, "queue_push", "function", "c", "src/queue.c", "int queue_push(struct queue *queue)",
+      std::string("Before the \0 and\nbehind it.", 27), {0, 0, 2});
+  add(-7, "pool", "module", "rust", "src/pool.rs", {}, "", {-1, 0, 0});
+  add(40, "Setup", "section", "markdown", "README.md", {}, "How to.", {1, 1, 1});
+  add(41, "limit", "variable", "python", "net.py", {}, {}, {});
   for (std::int64_t i = 0; i < 300; ++i) {
     const std::string number = std::to_string(i);
     const auto x = static_cast<float>(i % 17 - 8);
     const auto y = static_cast<float>(i % 23 - 11);
-    HeldSymbol symbol{1000 + i * 3,
-                      "big.f" + number,
-                      "f" + number,
-                      i % 2 == 0 ? "function" : "enum",
-                      i % 3 == 0 ? "go" : "java",
-                      "big/" + std::to_string(i / 20) + ".x",
-                      i,
-                      i + 1};
+    add(1000 + i * 3, "f" + number, i % 2 == 0 ? "function" : "enum", i % 3 == 0 ? "go" : "java",
+        "big/" + std::to_string(i / 20) + ".x", {}, {}, {});
+    HeldSymbol& symbol = held.symbols.back();
     if (i % 2 == 0) symbol.signature = "f" + number + "()";
     if (i % 5 == 0) symbol.docstring = std::string(static_cast<std::size_t>(i * 7), 'd');
     if (i % 4 == 0) symbol.embedding = {x, y, 1};
-    held.symbols.push_back(std::move(symbol));
   }
   return held;
 }
@@ -183,7 +125,7 @@ inline Holdings first_holdings() {
 // Each differs from the first in one thing: a text, an embedding, a symbol that is gone.
 inline std::vector<Holdings> changed_holdings() {
   std::vector<Holdings> changed(3, first_holdings());
-  changed[0].symbols[0].docstring = "Seconds until the last attempt.";
+  changed[0].symbols[0].docstring = "Until the last.";
   changed[1].symbols[1].embedding = {0, -1, 0};
   changed[2].symbols.erase(changed[2].symbols.begin());
   return changed;
