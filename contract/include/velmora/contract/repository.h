@@ -145,6 +145,22 @@ inline void expect_nearest(const Holdings& held, std::span<const float> values, 
   }
 }
 
+// The stored symbols of any number of ids, asked for as many at a time as a rerank asks for.
+inline std::unordered_map<SymbolId, storage::StoredSymbol> stored(storage::Repository& repository,
+                                                                  std::span<const SymbolId> ids) {
+  std::unordered_map<SymbolId, storage::StoredSymbol> all;
+  for (std::size_t begin = 0; begin < ids.size();) {
+    const auto some = ids.subspan(
+        begin, std::min<std::size_t>(ids.size() - begin, workers::retrieval::RERANK_DEPTH));
+    for (const auto& [id, symbol] : repository.get_symbols_by_ids(some)) {
+      EXPECT_NE(std::find(some.begin(), some.end(), id), some.end()) << id << " was not asked for";
+      all[id] = symbol;
+    }
+    begin += some.size();
+  }
+  return all;
+}
+
 // Holds all that the repository answers against `held`.
 inline void expect_holds(storage::Repository& repository, const Holdings& held) {
   EXPECT_EQ(by_id(walk(repository)), expected_rows(held));
@@ -153,12 +169,10 @@ inline void expect_holds(storage::Repository& repository, const Holdings& held) 
     expect_nearest(held, values, all,
                    nearest(repository, values, held.model, static_cast<std::int64_t>(all)));
   }
-  std::vector<SymbolId> ids = ids_of(held.symbols);
-  const auto stored = repository.get_symbols_by_ids(ids);
-  EXPECT_EQ(stored.size(), ids.size());
+  const auto symbols = stored(repository, ids_of(held.symbols));
   for (const HeldSymbol& symbol : held.symbols) {
-    const auto found = stored.find(symbol.id);
-    EXPECT_TRUE(found != stored.end() && found->second.docstring == symbol.docstring)
+    const auto found = symbols.find(symbol.id);
+    EXPECT_TRUE(found != symbols.end() && found->second.docstring == symbol.docstring)
         << "of the symbol " << symbol.id;
   }
 }
@@ -284,7 +298,7 @@ TYPED_TEST_P(RepositoryContract, AnswersFromTheIndexAsItIsNow) {
       this->host, this->held, states, [&](const Holdings& before, const Holdings& now) {
         internal::expect_holds(this->repository, now);
         for (const auto& [id, symbol] :
-             this->repository.get_symbols_by_ids(internal::ids_of(before.symbols))) {
+             internal::stored(this->repository, internal::ids_of(before.symbols))) {
           EXPECT_NE(now.find(id), nullptr) << "The symbol " << id << " is gone, and yet stored";
         }
       });
@@ -392,7 +406,7 @@ TYPED_TEST_P(RepositoryContract, AnswersWhileTheIndexChanges) {
               << "The symbol " << ::testing::PrintToString(row) << " never was like this";
         }
         this->repository.retrieval_fingerprint();
-        this->repository.get_symbols_by_ids(internal::ids_of(this->held.symbols));
+        internal::stored(this->repository, internal::ids_of(this->held.symbols));
         for (const std::vector<float>& values : internal::questions(this->held)) {
           EXPECT_LE(internal::nearest(this->repository, values, this->held.model, 9).size(), 9U);
         }
