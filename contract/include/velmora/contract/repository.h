@@ -70,10 +70,10 @@ inline std::vector<std::string_view> all_kinds() {
   return {words.begin(), words.end()};
 }
 
-// The rows of one walk, in its order. Gives up after a thousand more than there can be.
+// The rows of one walk, in its order. Gives up on a cursor of a million rows.
 inline std::vector<HeldSymbol> walk(storage::Repository& repository, const Words& languages,
                                     const Words& kinds) {
-  constexpr std::size_t MOST = 2000;
+  constexpr std::size_t MOST = 1'000'000;
   std::vector<HeldSymbol> rows;
   const auto cursor = repository.retrievable_code_symbols(languages.views(), kinds.views());
   if (cursor == nullptr) {
@@ -115,7 +115,7 @@ inline std::vector<storage::NearestPair> nearest(storage::Repository& repository
   return repository.nearest_symbol_ids(values, model, {.top_k = top_k});
 }
 
-// Holds an answer against all cosines. Symbols that are no longer held are looked over.
+// Holds an answer against all cosines. Ids of symbols that are no longer held may be among it.
 inline void expect_nearest(const Holdings& held, std::span<const float> values, std::size_t top_k,
                            const std::vector<storage::NearestPair>& pairs) {
   EXPECT_LE(pairs.size(), top_k) << "There are more pairs than were asked for";
