@@ -481,7 +481,7 @@ std::vector<Fault> client_faults() {
   };
   check = "AnswersOrFailsWhateverIsAsked";
   add("ThrowsALogicError", check).decided = [](const engines::DecisionState& state, auto&) {
-    if (state.question.empty()) throw std::logic_error("There is no question");
+    if (state.question.size() > 100'000) throw std::logic_error("The question is too long");
   };
   add("StaysBroken", check).decided = [broken = false](const engines::DecisionState& state,
                                                        auto&) mutable {
