@@ -2,7 +2,7 @@
 # CPack makes of everything.
 include(CMakePackageConfigHelpers)
 set(folder ${CMAKE_INSTALL_LIBDIR}/cmake/velmora)
-set(VELMORA_COMPONENTS retrieval)
+set(VELMORA_COMPONENTS retrieval contract)
 if(VELMORA_BUILD_HOST)
   list(APPEND VELMORA_COMPONENTS host)
 endif()

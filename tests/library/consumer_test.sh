@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the library from BUILD into a folder of its own, and builds and runs the first example of
-# docs/hosts.md with the compiler CXX (and its SANITIZERS) against that package alone.
+# docs/hosts.md and the contract tests of its repository, with the compiler CXX (and its SANITIZERS)
+# against that package alone.
 set -euo pipefail
 build=$1 cxx=$2 sanitizers=$3
 tests=$(cd "$(dirname "$0")" && pwd)
@@ -11,7 +12,7 @@ mkdir -p "$work/source"
 for component in libraries development; do
   cmake --install "$build" --component "$component" --prefix "$work/prefix" >/dev/null
 done
-cp "$tests/consumer/CMakeLists.txt" "$root/examples/my_repository.h" "$work/source"
+cp "$tests"/consumer/* "$root/examples/my_repository.h" "$work/source"
 awk '/^```cpp$/ {inside = !seen++; next} /^```$/ {inside = 0} inside' "$root/docs/hosts.md" >"$work/source/main.cpp"
 cmake -G Ninja -S "$work/source" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/prefix" \
   -DCMAKE_CXX_COMPILER="$cxx" ${sanitizers:+-DCMAKE_CXX_FLAGS="-fsanitize=$sanitizers"} >/dev/null
@@ -19,3 +20,4 @@ cmake --build "$work/build"
 answer=$("$work/build/consumer")
 echo "$answer"
 grep -qx 'src/config.py:10 app.config.parse_config' <<<"$answer"
+"$work/build/my_repository_test" --gtest_brief=1

@@ -25,8 +25,9 @@ class VELMORA_API EmbeddingBackend {
  public:
   virtual ~EmbeddingBackend() = default;
 
-  // One vector for each text (UTF-8), in their order. May block. An error makes the semantic
-  // channel of the question "failed" and is logged.
+  // One vector for each text (UTF-8), in their order, all of one length, of finite numbers that are
+  // not all zero; of no texts none. May block. An error, as for a text that the model cannot embed,
+  // makes the semantic channel of the question "failed" and is logged; the next call is answered.
   virtual std::vector<std::vector<float>> embed(std::span<const std::string_view> texts) = 0;
 
   // The model's name: the one under which the index finds the stored embeddings of this model.

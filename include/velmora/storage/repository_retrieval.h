@@ -96,9 +96,12 @@ class VELMORA_API Repository {
   // The stored embeddings of `model` nearest to `values` by cosine similarity, nearest first, at
   // most `options.top_k`. Fewer than `top_k` means that every embedding of the model was returned;
   // an empty list that the index holds none of that model. Ids of symbols that no longer exist may
-  // be among them. Called once to a few times a question, with growing `top_k`, without a lock of
-  // the retriever. Any error, a TryAgainLaterError too, makes the semantic channel "failed" and is
-  // logged; the question is answered by the other channels.
+  // be among them. Equal ones stand in a fixed order: with a larger `top_k` more follow the same
+  // pairs. `values` of another length than the model's embeddings come from a model that changed
+  // under its name: an error to throw, never memory to read past. Called once to a few times a
+  // question, with growing `top_k`, without a lock of the retriever. Any error, a
+  // TryAgainLaterError too, makes the semantic channel "failed" and is logged; the question is
+  // answered by the other channels.
   virtual std::vector<NearestPair> nearest_symbol_ids(std::span<const float> values,
                                                       std::string_view model,
                                                       NearestOptions options) = 0;
