@@ -10,3 +10,6 @@ s|([^ /] +)// |\1///< |
 # What says that a type is compared or not copied needs no word.
 s/^.*operator==.*= default;//
 s/^.*= delete;//
+# What every struct of the C interface has.
+s|^  size_t size;$|&  ///< as VELMORA_INIT sets it|
+s|^  void\* self;$|&  ///< handed to every function of the table|

@@ -51,7 +51,7 @@
 #include "velmora/export.h"
 
 #ifdef __cplusplus
-#define VELMORA_NOEXCEPT noexcept
+#define VELMORA_NOEXCEPT noexcept  // nothing is thrown
 // A struct of this header with its size set and all else zero.
 #define VELMORA_INIT(type) velmora_init<type>()
 template <class Type>
@@ -62,7 +62,8 @@ constexpr Type velmora_init() noexcept {
 }
 extern "C" {
 #else
-#define VELMORA_NOEXCEPT
+#define VELMORA_NOEXCEPT  // nothing is thrown
+// A struct of this header with its size set and all else zero.
 #define VELMORA_INIT(type) \
   { .size = sizeof(type) }
 #endif
@@ -74,8 +75,8 @@ extern "C" {
 // What is given to the library needs no NUL at its end and is copied, or read until the call
 // returns. What is read out of a handle, an info or a message has a NUL behind it, for printf.
 typedef struct velmora_string {
-  const char* data;
-  size_t size;  // in bytes, without a NUL at the end
+  const char* data;  // null: no text
+  size_t size;       // in bytes, without a NUL at the end
 } velmora_string;
 
 // The text up to its NUL. It lives as long as `text`, which may be null.
@@ -89,6 +90,7 @@ static inline velmora_string velmora_string_of(const char* text) VELMORA_NOEXCEP
 
 // --- Errors ---
 
+// What became of a call.
 typedef int32_t velmora_code;
 enum {
   VELMORA_OK = 0,
@@ -151,13 +153,14 @@ typedef struct velmora_index velmora_index;
 typedef struct velmora_progress {
   size_t size;                 // that the library has; a field beyond it is not there
   velmora_string waiting_for;  // who writes the index now, so that it waits; else no text
-  uint64_t files_done;
-  uint64_t files;    // that there are; 0 until they are listed
-  int64_t symbols;   // read so far
-  int64_t embedded;  // symbols, after the last file
-  int64_t to_embed;  // of so many
+  uint64_t files_done;         // read, or known as they are
+  uint64_t files;              // that there are; 0 until they are listed
+  int64_t symbols;             // read so far
+  int64_t embedded;            // symbols, after the last file
+  int64_t to_embed;            // of so many
 } velmora_progress;
 
+// How an index is made or brought up to date.
 typedef struct velmora_update_options {
   size_t size;
   // Called on the thread of the call, before each file and each symbol to embed, and about fifty
@@ -185,16 +188,17 @@ typedef struct velmora_update_options {
   bool consent;
 } velmora_update_options;
 
+// What an update did.
 typedef struct velmora_update_report {
   size_t size;
-  uint64_t files;  // in the index: added, changed or unchanged
-  uint64_t added;  // ... since the last update
-  uint64_t changed;
-  uint64_t removed;
-  uint64_t unchanged;
-  uint64_t skipped;  // files and folders left out, as the callback gets them
-  int64_t symbols;   // in the index
-  int64_t embedded;  // symbols that got a vector now
+  uint64_t files;      // in the index: added, changed or unchanged
+  uint64_t added;      // ... since the last update
+  uint64_t changed;    // read again, and not the same
+  uint64_t removed;    // gone, or left out now
+  uint64_t unchanged;  // as the index had them
+  uint64_t skipped;    // files and folders left out, as the callback gets them
+  int64_t symbols;     // in the index
+  int64_t embedded;    // symbols that got a vector now
 } velmora_update_report;
 
 // Makes the index of a folder, or brings it up to date, as `velmora index FOLDER` does: it stands
@@ -221,8 +225,8 @@ typedef struct velmora_index_info {
   size_t size;
   velmora_string file;  // absolute
   velmora_string root;  // of the repository, which paths and scopes are relative to; or no text
-  int64_t symbols;
-  int64_t files;   // that were read
+  int64_t symbols;      // in the index
+  int64_t files;        // that were read
   bool made_here;  // by this user, where it is; else it came along, and says what its maker wanted
 } velmora_index_info;
 
@@ -237,22 +241,26 @@ VELMORA_API void velmora_index_close(velmora_index* index) VELMORA_NOEXCEPT;
 
 // A symbol, as a host's index streams it.
 typedef struct velmora_symbol {
-  size_t size;         // as the library set it
-  int64_t id;          // any value; unique among the rows
-  velmora_string fqn;  // fully qualified name
-  velmora_string name;
-  velmora_string kind;  // one of the kinds asked for
-  velmora_string path;  // relative to the root: forward slashes, no "./", no slash at an end
-  int64_t start_line;   // as the index counts lines
-  int64_t end_line;
+  size_t size;               // as the library set it
+  int64_t id;                // any value; unique among the rows
+  velmora_string fqn;        // fully qualified name
+  velmora_string name;       // its own name
+  velmora_string kind;       // one of the kinds asked for
+  velmora_string path;       // relative to the root: forward slashes, no "./", no slash at an end
+  int64_t start_line;        // as the index counts lines
+  int64_t end_line;          // the last
   velmora_string signature;  // may be no text, ...
   velmora_string docstring;  // ... and so may this
 } velmora_symbol;
 
-// Take what a callback has to say; each is good for its one call and copies what it is given.
+// These four take what a callback has to say; each is good for its one call and copies what it is
+// given. A state:
 typedef struct velmora_fingerprint velmora_fingerprint;
+// Neighbours:
 typedef struct velmora_pairs velmora_pairs;
+// Docstrings by id:
 typedef struct velmora_docstrings velmora_docstrings;
+// A vector and its model:
 typedef struct velmora_vector velmora_vector;
 
 // The state of the index; the last one that is put counts.
@@ -394,14 +402,14 @@ typedef struct velmora_settings {
   int32_t semantic_max_neighbours;  // the most that are, for one question
   int32_t best_files;               // whose symbols the file channel ranks; below 1: all matching
   // The BM25 weight of a match in each field of a symbol, ...
-  double weight_name;
-  double weight_signature;
-  double weight_path;
-  double weight_docstring;
+  double weight_name;       // its own name
+  double weight_signature;  // its signature
+  double weight_path;       // the path of its file
+  double weight_docstring;  // its docstring
   // ... and of a file.
-  double file_weight_names;
-  double file_weight_path;
-  double file_weight_docstrings;
+  double file_weight_names;       // the names of its symbols
+  double file_weight_path;        // its path
+  double file_weight_docstrings;  // the docstrings of its symbols
   // Of SQLite's full-text search. What is read lives forever.
   velmora_string tokenizer;
 } velmora_settings;
@@ -453,6 +461,7 @@ enum {
   VELMORA_TESTS_EXCLUDED = 2
 };
 
+// What is asked for besides the question.
 typedef struct velmora_ask_options {
   size_t size;
   // A folder or a file relative to the root; no text: everywhere.
@@ -465,6 +474,7 @@ typedef struct velmora_ask_options {
   bool verbatim;
 } velmora_ask_options;
 
+// The symbols that answer a question, best first.
 typedef struct velmora_answer velmora_answer;
 
 // The answer to a question (a sentence, keywords or a name), to be freed by the caller. `options`
@@ -480,20 +490,20 @@ VELMORA_API velmora_code velmora_ask(velmora_retriever* retriever, velmora_strin
 // The strings live as long as the answer.
 typedef struct velmora_hit {
   size_t size;
-  int64_t id;
-  velmora_string fqn;  // fully qualified name
-  velmora_string name;
-  velmora_string kind;  // "function", "class", ...
-  velmora_string path;  // relative to the root
-  int64_t start_line;
-  int64_t end_line;
+  int64_t id;                // as the index has it
+  velmora_string fqn;        // fully qualified name
+  velmora_string name;       // its own name
+  velmora_string kind;       // "function", "class", ...
+  velmora_string path;       // relative to the root
+  int64_t start_line;        // as the index counts lines
+  int64_t end_line;          // the last
   velmora_string signature;  // or no text
   double score;              // comparable within one answer; not the order of the hits
   // The place in each channel, from 1; 0: it did not find the symbol.
-  int64_t exact_rank;
-  int64_t lexical_rank;
-  int64_t file_rank;
-  int64_t semantic_rank;
+  int64_t exact_rank;     // by name
+  int64_t lexical_rank;   // by the words of symbols
+  int64_t file_rank;      // by the words of files
+  int64_t semantic_rank;  // by meaning
 } velmora_hit;
 
 // How many hits there are. 0 for null.
