@@ -19,6 +19,8 @@ function(velmora_library name)
       EXPORT_NAME ${LIBRARY_EXPORT}
       OUTPUT_NAME ${LIBRARY_FILE}
       LINKER_LANGUAGE CXX
+      # Beside what it finds there: the models, and the program that parses.
+      LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}
       LINK_DEPENDS ${script}
       VERSION ${PROJECT_VERSION}
       SOVERSION ${PROJECT_VERSION_MAJOR})
