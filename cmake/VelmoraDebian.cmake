@@ -30,12 +30,12 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION utils)
 # It is loaded when a server is asked, and velmora-train reads the history that git tells.
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "git, libcurl4")
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "local retrieval of code from source repositories
- Velmora answers a question about a source repository, a sentence, keywords
- or a name, with the functions and types that best answer it. It reads more
- than twenty languages, brings small models of its own, and needs no server.
- .
- This package has the programs velmora and velmora-train, the models, and
- the program that parses sources.")
+Velmora answers a question about a source repository, a sentence, keywords
+or a name, with the functions and types that best answer it. It reads more
+than twenty languages, brings small models of its own, and needs no server.
+
+This package has the programs velmora and velmora-train, the models, and
+the program that parses sources.")
 
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME ${library})
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
@@ -45,11 +45,11 @@ set(CPACK_DEBIAN_LIBRARIES_PACKAGE_RECOMMENDS libcurl4)
 file(WRITE ${PROJECT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/triggers)
 set(CPACK_DEBIAN_LIBRARIES_DESCRIPTION "local retrieval of code, shared libraries
- Velmora answers a question about a source repository with the functions
- and types that best answer it.
- .
- This package has the library that ranks the symbols of an index that a
- program keeps, and the one that makes and reads an index itself.")
+Velmora answers a question about a source repository with the functions
+and types that best answer it.
+
+This package has the library that ranks the symbols of an index that a
+program keeps, and the one that makes and reads an index itself.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvelmora-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -57,11 +57,11 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "${library} (= ${PROJECT_VERSION}), libsqlite3-dev, libicu-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "local retrieval of code, development files
- Velmora answers a question about a source repository with the functions
- and types that best answer it.
- .
- This package has the headers, the static libraries, and what CMake and
- pkg-config need to find them.")
+Velmora answers a question about a source repository with the functions
+and types that best answer it.
+
+This package has the headers, the static libraries, and what CMake and
+pkg-config need to find them.")
 
 # A build of the same source has the same bytes: the date is that of the source.
 string(TIMESTAMP CHANGELOG_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
