@@ -18,9 +18,9 @@ function(velmora_library name)
     set_target_properties(${name}_shared PROPERTIES
       EXPORT_NAME ${LIBRARY_EXPORT}
       OUTPUT_NAME ${LIBRARY_FILE}
-      LINKER_LANGUAGE CXX
-      # Beside what it finds there: the models, and the program that parses.
+      # Beside the models, as the program lies.
       LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}
+      LINKER_LANGUAGE CXX
       LINK_DEPENDS ${script}
       VERSION ${PROJECT_VERSION}
       SOVERSION ${PROJECT_VERSION_MAJOR})
