@@ -55,7 +55,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvelmora-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-  "${library} (= ${PROJECT_VERSION}), libsqlite3-dev, libicu-dev")
+  "${library} (= ${PROJECT_VERSION}), libsqlite3-dev, libicu-dev, zlib1g-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "local retrieval of code, development files
 Velmora answers a question about a source repository with the functions
 and types that best answer it.
