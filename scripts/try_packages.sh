@@ -143,8 +143,8 @@ folder=/try/$(basename "${tarballs[0]}" .tar.gz)
 answers "$folder/bin/velmora"
 within --user mv "$folder" /try/elsewhere
 answers /try/elsewhere/bin/velmora
-missing=$(within --user /try/elsewhere/bin/velmora explore --repo /try/repository \
-  --rerank-url http://127.0.0.1:9/v1 --rerank "attempts" 2>&1 || true)
+missing=$(within --user /try/elsewhere/bin/velmora embed /try/repository \
+  --embeddings-url http://127.0.0.1:9/v1 --embeddings-model any 2>&1 || true)
 grep -q 'libcurl' <<<"$missing" || fail "without libcurl a server is asked like this: $missing"
 
 rm -rf --one-file-system "$root" "$bare/old"
