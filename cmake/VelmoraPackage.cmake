@@ -29,3 +29,4 @@ foreach(page IN LISTS pages)
   install(FILES ${PROJECT_BINARY_DIR}/${page}.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endforeach()
+include(VelmoraDebian)

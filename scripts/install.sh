@@ -3,12 +3,13 @@
 # With everything there it does nothing, and needs neither the network nor root.
 set -euo pipefail
 
-usage="usage: scripts/install.sh [build|test|bench|recall|docs]"
+usage="usage: scripts/install.sh [build|test|bench|package|recall|docs]"
 build=(ca-certificates g++ cmake ninja-build patch libsqlite3-dev libicu-dev
   libcurl4-openssl-dev libxxhash-dev nlohmann-json3-dev libcli11-dev libtomlplusplus-dev
   libeigen3-dev zlib1g-dev)
 tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk mandoc groff-base zsh fish)
 benchmarks=(libbenchmark-dev libxapian-dev python3 git)
+package=(git dpkg-dev file lintian debootstrap)
 recall=(universal-ctags python3 bzip2 xz-utils)
 docs=(doxygen)
 # The grammars come with npm, which a machine may have from elsewhere than apt.
@@ -18,6 +19,7 @@ case "${1:-build}" in
   build) wanted=("${build[@]}") ;;
   test) wanted=("${build[@]}" "${tests[@]}") ;;
   bench) wanted=("${build[@]}" "${benchmarks[@]}") ;;
+  package) wanted=("${build[@]}" "${package[@]}") ;;
   recall) wanted=("${build[@]}" "${recall[@]}") ;;
   docs) wanted=("${docs[@]}") ;;
   -h | --help)

@@ -16,7 +16,6 @@ for preset in asan asan-clang tsan; do
   cmake --preset "$preset" "${launcher[@]}" >/dev/null
   targets=(all)
   [ "$preset" = tsan ] && targets=(velmora_concurrency_tests)
-  [ "$preset" = asan ] && targets+=(all_verify_interface_header_sets)
   cmake --build "build/$preset" --target "${targets[@]}"
 done
 echo "== test tsan"
