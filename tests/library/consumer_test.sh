@@ -8,7 +8,9 @@ root=$(cd "$tests/../.." && pwd)
 work=$build/consumer
 rm -rf "$work"
 mkdir -p "$work/source"
-cmake --install "$build" --component development --prefix "$work/prefix" >/dev/null
+for component in libraries development; do
+  cmake --install "$build" --component "$component" --prefix "$work/prefix" >/dev/null
+done
 cp "$tests/consumer/CMakeLists.txt" "$root/examples/my_repository.h" "$work/source"
 awk '/^```cpp$/ {inside = 1; next} /^```$/ {inside = 0} inside' "$root/README.md" >"$work/source/main.cpp"
 cmake -G Ninja -S "$work/source" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/prefix" \

@@ -3,6 +3,7 @@
 # library HOST exports, against c_functions.txt. Who removes one breaks programs: SOVERSION grows.
 # HOST and the other LIBRARIES export nothing but these and what is in the namespace velmora.
 set -euo pipefail
+export LC_ALL=C
 header=$1
 shift
 listed=$(dirname "$0")/c_functions.txt

@@ -22,7 +22,7 @@ TEST(ShippedFile, IsBesideOrInstalledNearTheObject) {
     const test::TemporaryFolder folder;
     const fs::path at = folder.write(object, "");
     EXPECT_EQ(file_around(at, "x.model", "share/x"), at.parent_path() / "x.model");  // none yet
-    folder.write(fs::path("share/x") / "x.model", "far");
+    folder.write("share/x/x.model", "far");
     const fs::path found = folder.write(file, "near");
     EXPECT_EQ(file_around(at, "x.model", "share/x"), found);
   }
