@@ -51,6 +51,7 @@ class Host(velmora.Repository, velmora.Embedder, velmora.Decider):
             symbol(2, "drop_config"),
         ]
         self.state = "one"
+        self.walks = 0  # that are under way
         self.where = where
         self.error = error
         self.asked: list[velmora.Decision] = []
@@ -72,8 +73,12 @@ class Host(velmora.Repository, velmora.Embedder, velmora.Decider):
         return self.walk()
 
     def walk(self) -> Iterable[velmora.Symbol]:
-        yield from self.rows
-        self.fail("iterator")
+        self.walks += 1
+        try:
+            yield from self.rows
+            self.fail("iterator")
+        finally:
+            self.walks -= 1
 
     def nearest(
         self, vector: Sequence[float], model: str, top_k: int

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import gc
 import logging
-import signal
 import threading
 import unittest
 import weakref
@@ -79,6 +78,7 @@ class HostTest(unittest.TestCase):
                             self.assertEqual(answer.channels[failed[where]], "failed")
                         else:
                             self.assertIn("rerank", str(answer.note))
+                    self.assertEqual(host.walks, 0)
                     host.where = ""  # and the next question is answered
                     self.assertEqual(len(retriever.explore("config file").hits), 3)
 
@@ -98,7 +98,7 @@ class HostTest(unittest.TestCase):
                 return [0.5]
 
         with Strange().retriever() as retriever, self.assertLogs("velmora.workers") as log:
-            self.assertIn("rerank", str(retriever.explore("config file").note))
+            retriever.explore("config file")
         self.assertIn("1 probabilities for 3 candidates", log.output[0])
         for row, kind in (
             (symbol(2**63, "far"), ValueError),
@@ -136,35 +136,26 @@ class HostTest(unittest.TestCase):
     def test_threads_ask_while_the_index_changes(self) -> None:
         """Each answer is of a state that was current at some time of the question."""
         host = Host()
-        start = threading.Barrier(4)
-        faults: list[tuple[int, int, int]] = []
-
-        def change(state: int) -> None:
-            host.rows = [symbol(state, "marker")]
-            host.state = str(state)
-
-        change(0)
-        retriever = velmora.Retriever(host, embedder=None)
-        self.addCleanup(retriever.close)
+        host.rows, host.state = [symbol(0, "marker")], "0"
+        done: list[int] = []
 
         def ask() -> None:
-            start.wait()
             for _ in range(50):
                 before = int(host.state)
                 found = retriever.explore("marker").hits[0].id
-                # The rows of a state are there a little before its name.
-                if not before <= found <= int(host.state) + 1:
-                    faults.append((before, found, int(host.state)))
+                assert before <= found <= int(host.state) + 1  # the rows change before the name
+            done.append(1)
 
-        threads = [threading.Thread(target=ask) for _ in range(3)]
-        for thread in threads:
-            thread.start()
-        start.wait()
-        for state in range(1, 200):
-            change(state)
-        for thread in threads:
-            thread.join()
-        self.assertEqual(faults, [])
+        with velmora.Retriever(host, embedder=None) as retriever:
+            threads = [threading.Thread(target=ask) for _ in range(3)]
+            for thread in threads:
+                thread.start()
+            state = 0
+            while any(thread.is_alive() for thread in threads):
+                state += 1
+                host.rows = [symbol(state, "marker")]
+                host.state = str(state)
+            self.assertEqual(len(done), 3)
 
     def test_what_is_closed_is_freed_after_the_questions(self) -> None:
         entered = threading.Event()
@@ -188,25 +179,6 @@ class HostTest(unittest.TestCase):
         closed.set()
         thread.join()
         self.assertEqual(len(answers[0].hits), 3)
-
-    def test_a_signal_ends_the_question_within_a_function_of_the_host(self) -> None:
-        closed: list[bool] = []
-        main = threading.main_thread()
-
-        class Endless(Host):
-            def walk(self) -> Iterable[velmora.Symbol]:
-                try:
-                    for number in range(2**31):
-                        if number == 10:
-                            assert main.ident is not None
-                            signal.pthread_kill(main.ident, signal.SIGINT)
-                        yield symbol(number, "endless")
-                finally:
-                    closed.append(True)
-
-        with Endless().retriever() as retriever:
-            self.assertRaises(KeyboardInterrupt, retriever.explore, "config file")
-        self.assertEqual(closed, [True])
 
     def test_a_host_is_freed_with_its_retriever(self) -> None:
         class Failing(Host):

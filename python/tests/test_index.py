@@ -70,6 +70,10 @@ class IndexTest(FolderTest):
         def interrupt(now: velmora.Progress) -> None:
             os.kill(os.getpid(), signal.SIGINT)  # as Ctrl-C does, to the main thread
 
+        def interrupt_later() -> None:
+            begun.wait()
+            os.kill(os.getpid(), signal.SIGINT)
+
         with self.assertRaises(RuntimeError) as raised:
             velmora.Index.update(self.folder, progress=fail)
         self.assertIs(raised.exception, error)
@@ -77,6 +81,13 @@ class IndexTest(FolderTest):
             velmora.Index.update(self.folder, progress=interrupt)
         with self.assertRaises(velmora.NoIndexError):
             self.opened()
+
+        # One that comes while the library works, and not Python, is not lost either.
+        begun = threading.Event()
+        threading.Thread(target=interrupt_later).start()
+        with self.assertRaises(KeyboardInterrupt):
+            for _ in range(200):
+                velmora.Index.update(self.folder, rebuild=True, progress=lambda now: begun.set())
 
     def test_one_at_a_time_writes_an_index(self) -> None:
         def again(now: velmora.Progress) -> None:

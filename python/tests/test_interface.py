@@ -32,39 +32,30 @@ def is_of(kind: type, declared: str) -> bool:
 
 class InterfaceTest(unittest.TestCase):
     def setUp(self) -> None:
-        self.header = re.sub(r"//.*", "", HEADER.read_text())
+        self.header = re.sub(r"//.*|const ", "", HEADER.read_text())
 
     def test_structs(self) -> None:
-        found = 0
-        for body, name in re.findall(r"typedef struct \w+ \{(.*?)\} velmora_(\w+);", self.header, re.S):
-            struct = getattr(_c, "".join(part.title() for part in name.split("_")))
-            # One name a declaration; a function's is the one in parentheses.
-            declared = [" ".join(line.split()) for line in body.split(";") if line.strip()]
-            names = [
-                (re.search(r"\(\*(\w+)\)", line) or re.search(r"(\w+)$", line))[1]  # type: ignore[index]
-                for line in declared
-            ]
-            self.assertEqual([field[0] for field in struct._fields_], names, name)
-            for line, field in zip(declared, struct._fields_):
-                self.assertTrue(is_of(field[1], line.replace("const ", "")), line)
-            found += 1
-        self.assertEqual(found, 14)
+        structs = re.findall(r"typedef struct \w+ \{(.*?)\} velmora_(\w+);", self.header, re.S)
+        self.assertEqual(len(structs), 14)
+        for body, name in structs:
+            fields = getattr(_c, name.title().replace("_", ""))._fields_
+            declared = [line.strip() for line in body.split(";") if line.strip()]
+            self.assertEqual(len(fields), len(declared), name)
+            for (field, kind), line in zip(fields, declared):
+                # The name of a function is the one in parentheses.
+                self.assertRegex(line, rf"\(\*{field}\)|\b{field}$")
+                self.assertTrue(is_of(kind, line), line)
 
     def test_functions(self) -> None:
         pattern = r"VELMORA_API ([\w ]+?)\s+velmora_(\w+)\((.*?)\)\s+VELMORA_NOEXCEPT"
-        found = re.findall(pattern, self.header, re.S)
-        self.assertEqual(len(found), self.header.count("VELMORA_API"))
-        for returns, name, parameters in found:
+        functions = re.findall(pattern, self.header, re.S)
+        self.assertEqual(len(functions), self.header.count("VELMORA_API"))
+        for returns, name, parameters in functions:
             function = getattr(_c, name)
-            # A comma within a parameter's own parameters parts nothing.
-            flat = re.sub(r"\(\*release\)\(.*?\)", "(*release)", parameters)
-            declared = [one.strip().replace("const ", "") for one in flat.split(",")]
-            if declared == ["void"]:
-                declared = []
+            # A function that is a parameter has parameters of its own.
+            declared = re.sub(r"\)\(.*?\)|^void$", ")", parameters).strip(")").split(",")
+            declared = [one.strip() for one in declared if one]
             self.assertEqual(len(function.argtypes), len(declared), name)
             for kind, one in zip(function.argtypes, declared):
                 self.assertTrue(is_of(kind, one), f"{name}: {one}")
-            if returns == "void":
-                self.assertIsNone(function.restype, name)
-            else:
-                self.assertIs(function.restype, SCALARS[returns], name)
+            self.assertIs(function.restype, None if returns == "void" else SCALARS[returns], name)
