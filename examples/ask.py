@@ -21,9 +21,9 @@ def main(folder: str, question: str) -> None:
 
 
 if __name__ == "__main__":
-    try:
-        main(*sys.argv[1:])
-    except TypeError:
+    if len(sys.argv) != 3:
         sys.exit(__doc__)
+    try:
+        main(sys.argv[1], sys.argv[2])
     except velmora.Error as error:
         sys.exit(f"\n{error}")

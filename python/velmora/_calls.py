@@ -10,6 +10,7 @@ from __future__ import annotations
 import atexit
 import contextvars
 import logging
+import os
 import threading
 from collections.abc import Callable
 from typing import Any, Generic, TypeVar
@@ -20,7 +21,7 @@ from .errors import Error, StoppedError, code_of, error_of
 Result = TypeVar("Result")
 
 _LOGGER = logging.getLogger("velmora.python")
-# How long the end of Python waits for the calls of daemon threads, in seconds.
+# How long the end of Python waits for each call of a daemon thread, in seconds.
 _PATIENCE = 10.0
 
 
@@ -150,3 +151,4 @@ def _end() -> None:
 
 
 atexit.register(_end)
+os.register_at_fork(after_in_child=_running.clear)  # which has none of those threads
