@@ -7,7 +7,8 @@ usage="usage: scripts/install.sh [build|test|bench|package|recall|docs]"
 build=(ca-certificates g++ cmake ninja-build patch libsqlite3-dev libicu-dev
   libcurl4-openssl-dev libxxhash-dev nlohmann-json3-dev libcli11-dev libtomlplusplus-dev
   libeigen3-dev zlib1g-dev)
-tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk mandoc groff-base zsh fish)
+tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk mandoc groff-base zsh fish
+  python3 python3-pip python3-setuptools python3-wheel mypy)
 benchmarks=(libbenchmark-dev libxapian-dev python3 git)
 package=(git dpkg-dev file lintian debootstrap)
 recall=(universal-ctags python3 bzip2 xz-utils)
