@@ -36,7 +36,7 @@ check() {
       line='src/config.py:10 app.config.parse_config'
       answer=$("$prefix/bin/consumer") ;;
     host)
-      line='retry.py:1 wait_before_retry'
+      line='retry.py:1 retry.wait_before_retry'
       rm -rf "$work/repository/.velmora"
       answer=$("$prefix/bin/consumer" "$work/repository" "how long is waited between attempts") ;;
   esac

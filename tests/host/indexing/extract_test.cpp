@@ -121,6 +121,21 @@ TEST(Extract, NamesTheModuleAfterThePath) {
   }
 }
 
+// The grammar loses count of blocks where lines in brackets are indented less than those around
+// them.
+TEST(Extract, ListsNothingLocalToATornFunction) {
+  std::string names;
+  for (const auto& symbol :
+       extract_symbols("python", "a.py",
+                       "class Odd:\n    def lines(self):\n"
+                       "        def local():\n            (bar.\n        baz)\n"
+                       "            (bar.\n        baz(\n        ))\n"
+                       "        for line in local(): self.a(line)\n")) {
+    names += symbol.fqn + ' ';
+  }
+  EXPECT_EQ(names, "a.Odd a.Odd.lines ");
+}
+
 TEST(Extract, SeesThroughDecoratingMacros) {
   const auto fqns = [](const std::string& source) {
     std::string all;
