@@ -1,5 +1,5 @@
-# The Debian packages that `cpack -G DEB` makes: velmora, libvelmora1 and libvelmora-dev, one of each
-# install component.
+# The Debian packages that `cpack -G DEB` makes: velmora, libvelmora1, libvelmora-dev and
+# python3-velmora, one of each install component.
 if(NOT BUILD_SHARED_LIBS OR NOT VELMORA_BUILD_HOST)
   return()
 endif()
@@ -11,7 +11,7 @@ set(CPACK_PACKAGE_CONTACT "The Velmora developers <velmora@example.org>")
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
 set(CPACK_GENERATOR DEB)
-set(CPACK_COMPONENTS_ALL program libraries development)
+set(CPACK_COMPONENTS_ALL program libraries development python)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -62,6 +62,19 @@ and types that best answer it.
 
 This package has the headers, the static libraries, and what CMake and
 pkg-config need to find them.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-velmora)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+  "python3 (>= 3.11), ${library} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "local retrieval of code, Python package
+Velmora answers a question about a source repository with the functions
+and types that best answer it.
+
+This package has the module velmora, which is typed and calls the shared
+library.")
 
 # A build of the same source has the same bytes: the date is that of the source.
 string(TIMESTAMP CHANGELOG_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)

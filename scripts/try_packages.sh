@@ -27,10 +27,10 @@ fail() {
   echo "try_packages.sh: $*" >&2
   exit 1
 }
-debs=("$packages"/velmora_*.deb "$packages"/libvelmora*_*.deb)
+debs=("$packages"/velmora_*.deb "$packages"/libvelmora*_*.deb "$packages"/python3-velmora_*.deb)
 tarballs=("$packages"/velmora-*-linux-*.tar.gz)
-[ ${#debs[@]} -eq 3 ] && [ -e "${debs[0]}" ] && [ ${#tarballs[@]} -eq 1 ] && [ -e "${tarballs[0]}" ] ||
-  fail "$packages holds not just one version: three packages and a tarball. Run scripts/package.sh"
+[ ${#debs[@]} -eq 4 ] && [ -e "${debs[0]}" ] && [ ${#tarballs[@]} -eq 1 ] && [ -e "${tarballs[0]}" ] ||
+  fail "$packages holds not just one version: four packages and a tarball. Run scripts/package.sh"
 version=$(dpkg-deb --field "${debs[0]}" Version)
 scripts/install.sh package
 
