@@ -3,7 +3,8 @@ find_package(Threads REQUIRED)
 
 function(velmora_target name)
   target_compile_features(${name} PUBLIC cxx_std_20)
-  set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
+  set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   # Scores must not depend on whether the compiler fuses a multiplication with an addition.
   target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
                                          -Wnon-virtual-dtor -Woverloaded-virtual -ffp-contract=off)

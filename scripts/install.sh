@@ -3,19 +3,26 @@
 # With everything there it does nothing, and needs neither the network nor root.
 set -euo pipefail
 
-usage="usage: scripts/install.sh [build|test|bench|recall]"
+usage="usage: scripts/install.sh [build|test|bench|package|recall|docs]"
 build=(ca-certificates g++ cmake ninja-build patch libsqlite3-dev libicu-dev
   libcurl4-openssl-dev libxxhash-dev nlohmann-json3-dev libcli11-dev libtomlplusplus-dev
   libeigen3-dev zlib1g-dev)
-tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk mandoc groff-base zsh fish)
+tests=(libgtest-dev clang-14 libclang-rt-14-dev git binutils gawk mandoc groff-base zsh fish
+  python3 python3-pip python3-setuptools python3-wheel mypy)
 benchmarks=(libbenchmark-dev libxapian-dev python3 git)
+package=(git dpkg-dev file lintian debootstrap)
 recall=(universal-ctags python3 bzip2 xz-utils)
+docs=(doxygen)
+# The grammars come with npm, which a machine may have from elsewhere than apt.
+command -v npm >/dev/null || build+=(npm)
 
 case "${1:-build}" in
   build) wanted=("${build[@]}") ;;
   test) wanted=("${build[@]}" "${tests[@]}") ;;
   bench) wanted=("${build[@]}" "${benchmarks[@]}") ;;
+  package) wanted=("${build[@]}" "${package[@]}") ;;
   recall) wanted=("${build[@]}" "${recall[@]}") ;;
+  docs) wanted=("${docs[@]}") ;;
   -h | --help)
     echo "$usage"
     exit 0 ;;
@@ -23,9 +30,6 @@ case "${1:-build}" in
     echo "$usage" >&2
     exit 2 ;;
 esac
-# The grammars come with npm, which a machine may have from elsewhere than apt.
-command -v npm >/dev/null || wanted+=(npm)
-
 command -v dpkg-query >/dev/null || {
   echo "install.sh: this needs Debian 12; elsewhere install yourself: ${wanted[*]}" >&2
   exit 1

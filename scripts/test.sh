@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs all tests: with GCC under the address and undefined
-# sanitizers, once more with Clang, and what is concurrent under the thread sanitizer.
+# sanitizers, once more with Clang, and what is concurrent under the thread sanitizer. The comments of
+# the public headers are read before.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install.sh test
 scripts/grammars.sh
+echo "== docs"
+scripts/docs.sh
 
 launcher=()
 command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
@@ -13,7 +16,6 @@ for preset in asan asan-clang tsan; do
   cmake --preset "$preset" "${launcher[@]}" >/dev/null
   targets=(all)
   [ "$preset" = tsan ] && targets=(velmora_concurrency_tests)
-  [ "$preset" = asan ] && targets+=(all_verify_interface_header_sets)
   cmake --build "build/$preset" --target "${targets[@]}"
 done
 echo "== test tsan"

@@ -70,10 +70,15 @@ void set_sink(std::shared_ptr<Sink> sink, Level least) {
   std::swap(holder().sink, sink);
 }
 
+std::string message_with_causes(const Record& record) {
+  std::string text(record.message);
+  if (record.error) append_causes(text, record.error);
+  return text;
+}
+
 std::string format(const Record& record) {
   std::string text(LEVEL_NAMES.at(static_cast<std::size_t>(record.level)));
-  text.append(" ").append(record.logger).append(": ").append(record.message);
-  if (record.error) append_causes(text, record.error);
+  text.append(" ").append(record.logger).append(": ").append(message_with_causes(record));
   return text;
 }
 

@@ -10,10 +10,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "cli/embedding_options.h"
 #include "cli/end_signals.h"
 #include "cli/progress_line.h"
 #include "cli/refresh_folder.h"
+#include "embedding/index_model.h"
 #include "tuning.h"
 #include "upkeep/index_place.h"
 #include "velmora/host/decision/builtin_decision.h"
@@ -77,12 +77,12 @@ void run(const Arguments& arguments, unsigned threads) {
   const fs::path root = repository_at(arguments.folder);
   const fs::path index = host::upkeep::index_of_repository(root);
   const fs::path shipped = host::embedding::shipped_model_file();
-  const fs::path out = host::cli::tuned_model_file(index);
+  const fs::path out = host::embedding::tuned_model_file(index);
   const Tuned tuned = [&] {
     ProgressLine line("Reading files and history");
     return tune({.root = root,
                  .model = arguments.model.value_or(shipped),
-                 .used = host::cli::chosen_model_file({}, index).value_or(shipped),
+                 .used = host::embedding::chosen_model_file({}, index).value_or(shipped),
                  .decision = host::decision::shipped_decision_file(),
                  .out = out},
                 workers, hooks(line));

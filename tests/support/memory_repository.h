@@ -1,4 +1,5 @@
-// A repository in memory: rows as a test lists them, vectors searched by a plain loop.
+// A repository in memory: rows and neighbours as a test lists them. A test changes them while
+// nobody asks.
 #pragma once
 
 #include <algorithm>
@@ -21,6 +22,7 @@ struct Row {
   std::string name = {};
   std::string path = "src/a.py";
   std::string kind = "function";
+  std::string language = "python";
   std::optional<std::string> signature = {};
   std::optional<std::string> docstring = {};
 };
@@ -36,14 +38,16 @@ class MemoryRepository : public storage::Repository {
 
   // A cursor that overwrites a row's texts when it moves on, as the interface allows.
   std::unique_ptr<storage::SymbolCursor> retrievable_code_symbols(
-      std::span<const std::string_view>, std::span<const std::string_view>) override {
+      std::span<const std::string_view> languages,
+      std::span<const std::string_view> kinds) override {
     ++symbol_reads;
-    return std::make_unique<Cursor>(*this);
+    return std::make_unique<Cursor>(*this, languages, kinds);
   }
 
   std::vector<storage::NearestPair> nearest_symbol_ids(std::span<const float>, std::string_view,
                                                        storage::NearestOptions options) override {
     if (nearest_error) std::rethrow_exception(nearest_error);
+    const std::lock_guard guard(asked_lock_);
     asked.push_back(options.top_k);
     const auto count = std::min(options.top_k, static_cast<std::int64_t>(nearest.size()));
     return {nearest.begin(), nearest.begin() + count};
@@ -62,6 +66,7 @@ class MemoryRepository : public storage::Repository {
   }
 
   std::vector<Row> rows;
+  bool filters = true;  // false: gives rows of languages and kinds too that nobody asked for
   std::atomic<int> generation = 1;
   std::atomic<int> fingerprint_reads = 0;
   std::atomic<int> symbol_reads = 0;
@@ -73,11 +78,20 @@ class MemoryRepository : public storage::Repository {
   std::optional<SymbolId> missing;  // no longer stored
 
  private:
+  std::mutex asked_lock_;
+
   class Cursor : public storage::SymbolCursor {
    public:
-    explicit Cursor(const MemoryRepository& repository) : repository_(repository) {}
+    Cursor(const MemoryRepository& repository, std::span<const std::string_view> languages,
+           std::span<const std::string_view> kinds)
+        : repository_(repository), languages_(languages), kinds_(kinds) {}
 
     const storage::SymbolRow* next() override {
+      const auto is_wanted = [this](const Row& row) {
+        return !repository_.filters ||
+               (contains(languages_, row.language) && contains(kinds_, row.kind));
+      };
+      while (next_ < repository_.rows.size() && !is_wanted(repository_.rows[next_])) ++next_;
       if (next_ == repository_.rows.size()) {
         if (repository_.row_error) std::rethrow_exception(repository_.row_error);
         return nullptr;
@@ -93,7 +107,12 @@ class MemoryRepository : public storage::Repository {
     }
 
    private:
+    static bool contains(std::span<const std::string_view> words, std::string_view word) {
+      return std::find(words.begin(), words.end(), word) != words.end();
+    }
+
     const MemoryRepository& repository_;
+    const std::span<const std::string_view> languages_, kinds_;
     std::size_t next_ = 0;
     Row row_;
     std::string fqn_;

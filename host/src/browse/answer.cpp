@@ -6,8 +6,7 @@
 #include <utility>
 
 #include "browse/near_names.h"
-#include "browse/sentence.h"
-#include "index/catalog.h"
+#include "browse/question.h"
 #include "text/layout.h"
 
 namespace velmora::host::browse {
@@ -102,8 +101,7 @@ Answerer::Answerer(std::shared_ptr<index::Index> index,
       decided_(decided) {}
 
 Answer Answerer::answer(std::string_view question, const RetrieveOptions& options) const {
-  const std::string read =
-      read_as_sentence(question, [&](std::string_view word) { return has_thing(word); });
+  const std::string read = read_question(question, *index_);
   if (decided_ != nullptr) decided_->clear();
   RetrievalResult result = retriever_.retrieve(read, options);
   Answer answer{.question = std::string(question),
@@ -148,12 +146,6 @@ std::optional<SourceLines> Answerer::source(
   return read_source(root_, *index_, symbol.path,
                      symbol.start_line > around ? symbol.start_line - around : 1,
                      end > MOST - around ? MOST : end + around);
-}
-
-bool Answerer::has_thing(std::string_view name) const {
-  bool found = false;
-  index_->read([&](const index::Catalog& catalog) { found = catalog.has_thing(name); });
-  return found;
 }
 
 // The hits that the question names are not the decision's, and the others begin with those that it

@@ -73,7 +73,6 @@ class Answerer {
  private:
   [[nodiscard]] std::optional<SourceLines> source(
       const workers::retrieval::RetrievedSymbol& symbol) const;
-  [[nodiscard]] bool has_thing(std::string_view name) const;
   // Takes the decision from where its observer put it.
   void add_decision(Answer& answer) const;
   void add_places(Answer& answer, std::string_view read,

@@ -4,8 +4,8 @@
 #include <cstdlib>
 
 #include "cli/output.h"
+#include "embedding/index_model.h"
 #include "velmora/host/embedding/http_engine.h"
-#include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -107,33 +107,10 @@ void add_server_embedding_options(CLI::App& command, ServerEmbeddingOptions& opt
       ->capture_default_str();
 }
 
-fs::path tuned_model_file(const fs::path& index_file) {
-  return index_file.parent_path() / "tuned.model";
-}
-
-std::optional<fs::path> chosen_model_file(const EmbeddingOptions& options,
-                                          const fs::path& index_file) {
-  if (options.file) return *options.file;
-  const fs::path tuned = tuned_model_file(index_file);
-  return index::is_made_here(tuned) ? std::optional(tuned) : std::nullopt;
-}
-
-std::shared_ptr<embedding::BuiltinEngine> builtin_engine(const EmbeddingOptions& options,
-                                                         const fs::path& index_file) {
-  const std::optional<fs::path> chosen = chosen_model_file(options, index_file);
-  const fs::path tuned = tuned_model_file(index_file);
-  if (!chosen && index::require_plain_file(tuned)) {
-    tell("The model " + tuned.string() +
-         " was not made here by you and is not used; --model FILE uses it");
-  }
-  return std::make_shared<embedding::BuiltinEngine>(
-      chosen.value_or(embedding::shipped_model_file()));
-}
-
 std::shared_ptr<engines::EmbeddingEngine> question_engine(const EmbeddingOptions& options,
                                                           const fs::path& index_file) {
   if (options.none) return nullptr;
-  if (options.url.empty()) return builtin_engine(options, index_file);
+  if (options.url.empty()) return embedding::index_engine(options.file, index_file, tell);
   auto engine = std::make_shared<embedding::HttpEngine>(
       embedding::HttpEngineOptions{.url = options.url,
                                    .model = options.server_model,

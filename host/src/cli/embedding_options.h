@@ -9,7 +9,6 @@
 #include <string>
 
 #include "velmora/engines/embedding.h"
-#include "velmora/host/embedding/builtin_engine.h"
 
 namespace CLI {
 class App;
@@ -63,19 +62,6 @@ void require_server(const ServerEmbeddingOptions& options);
 
 // The key of an embedding server; empty when there is none.
 [[nodiscard]] std::string embeddings_key();
-
-// Where the model is that was tuned for the repository of an index.
-[[nodiscard]] std::filesystem::path tuned_model_file(const std::filesystem::path& index_file);
-
-// The model that the user chose for an index: by option, or by tuning one, which is kept beside the
-// index and was made there. Nothing: the one that the program came with. Throws IndexError when
-// something else stands where the tuned model does.
-[[nodiscard]] std::optional<std::filesystem::path> chosen_model_file(
-    const EmbeddingOptions& options, const std::filesystem::path& index_file);
-
-// The engine of that model.
-[[nodiscard]] std::shared_ptr<embedding::BuiltinEngine> builtin_engine(
-    const EmbeddingOptions& options, const std::filesystem::path& index_file);
 
 // The engine that embeds questions to an index; null with --no-embeddings. Waits for a server, but
 // no longer than the user wants.

@@ -37,6 +37,9 @@ servers that are not on this machine.
 HOME tells which folder is indexed with --yes alone. HOME and XDG_CONFIG_HOME lead to your own
 settings and to the files of git that say what is ignored.
 
+VELMORA_HOME names a folder that holds the models and velmora-parse-worker, or share/velmora and
+libexec/velmora with them. Without it they are looked for around the program.
+
 Every other setting has a variable too, as VELMORA_RANKING_DEPTH: velmora help settings. These
 stand for an option that is absent:
 )"},

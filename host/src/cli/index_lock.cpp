@@ -1,14 +1,13 @@
 #include "cli/index_lock.h"
 
 #include <chrono>
-#include <optional>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include "cli/output.h"
 #include "upkeep/index_place.h"
+#include "upkeep/wait_for_lock.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -16,15 +15,14 @@ namespace {
 index::WriterLock take_lock(const std::filesystem::path& file, const std::string& what,
                             bool no_wait, const std::function<void()>& check,
                             std::chrono::milliseconds pause = std::chrono::milliseconds(20)) {
-  for (bool told = false;; told = true) {
-    std::optional<index::WriterLock> lock = index::WriterLock::try_take(file);
-    if (lock) return std::move(*lock);
-    const std::string busy = what + " by " + index::WriterLock::holder(file) + ". ";
-    if (no_wait) throw std::runtime_error(busy + "Try again when it has ended");
-    if (!told) tell(busy + "Waiting for it");
+  bool told = false;
+  const auto busy = [&](const std::string& holder) {
+    const std::string sentence = what + " by " + holder + ". ";
+    if (no_wait) throw std::runtime_error(sentence + "Try again when it has ended");
+    if (!std::exchange(told, true)) tell(sentence + "Waiting for it");
     check();
-    std::this_thread::sleep_for(pause);
-  }
+  };
+  return upkeep::wait_for_lock(file, busy, pause);
 }
 
 }  // namespace

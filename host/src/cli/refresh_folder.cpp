@@ -8,6 +8,7 @@
 
 #include "cli/index_lock.h"
 #include "cli/output.h"
+#include "embedding/index_model.h"
 
 namespace velmora::host::cli {
 namespace {
@@ -43,13 +44,7 @@ std::string progress_text(const indexing::RefreshProgress& now, double seconds) 
 std::shared_ptr<const embedding::WordModel> indexing_model(const EmbeddingOptions& options,
                                                            const fs::path& index_file) {
   if (options.none) return nullptr;
-  try {
-    return builtin_engine(options, index_file)->model();
-  } catch (const engines::EmbeddingNotReadyError& error) {
-    if (chosen_model_file(options, index_file)) throw;
-    tell(std::string(error.what()) + ". Indexing without embeddings");
-    return nullptr;
-  }
+  return embedding::indexing_model(options.file, index_file, tell);
 }
 
 RefreshLine::RefreshLine(std::string listing, std::string reading)

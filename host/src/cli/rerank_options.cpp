@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "decision/shipped_decision.h"
 #include "velmora/host/decision/http_reranker.h"
-#include "velmora/host/embedding/builtin_engine.h"
 
 namespace velmora::host::cli {
 
@@ -36,12 +36,7 @@ std::shared_ptr<engines::RerankClient> rerank_client(
   if (options.none) return nullptr;
   if (options.url.empty()) {
     if (!engine) return nullptr;
-    auto words = std::dynamic_pointer_cast<embedding::BuiltinEngine>(engine);
-    if (!words) {
-      words = std::make_shared<embedding::BuiltinEngine>(embedding::shipped_model_file());
-    }
-    return std::make_shared<decision::BuiltinDecision>(decision::shipped_decision_file(),
-                                                       std::move(words), std::move(observer));
+    return decision::shipped_decision(engine, std::move(observer));
   }
   const char* const key = std::getenv("VELMORA_RERANK_API_KEY");
   return std::make_shared<decision::HttpReranker>(

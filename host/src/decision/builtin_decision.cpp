@@ -99,6 +99,9 @@ engines::DecisionResult BuiltinDecision::decide(const engines::DecisionState& st
     if (!questions.contains(key)) throw DecisionError("No question is about " + key);
     result.probabilities.emplace(std::move(key), chances[position] /= sum);
   }
+  if (result.probabilities.size() != questions.size()) {
+    throw DecisionError("A question is about no candidate");
+  }
   if (observer_) observer_(judged(rows, open.weights.weights, result, chances));
   return result;
 }

@@ -131,6 +131,9 @@ engines::DecisionResult HttpReranker::decide(const engines::DecisionState& state
     if (!questions.contains(key)) throw DecisionError("No question is about " + key);
     result.probabilities.emplace(std::move(key), scores[position]);
   }
+  if (result.probabilities.size() != questions.size()) {
+    throw DecisionError("A question is about no candidate");
+  }
   return result;
 }
 

@@ -15,20 +15,20 @@ namespace {
 constexpr std::size_t LONGEST_EXPLANATION = std::size_t{64} << 10;
 
 struct UrlCleanup {
-  void operator()(CURLU* url) const noexcept { curl_url_cleanup(url); }
+  void operator()(CURLU* url) const noexcept { curl().url_cleanup(url); }
 };
 
 // The host of a URL in lower case, an address in its usual form; empty when it has none.
 std::string host_of(const std::string& url) {
-  const std::unique_ptr<CURLU, UrlCleanup> parts(curl_url());
+  const std::unique_ptr<CURLU, UrlCleanup> parts(curl().url());
   if (!parts) throw std::bad_alloc();
   char* host = nullptr;
-  if (curl_url_set(parts.get(), CURLUPART_URL, url.c_str(), CURLU_GUESS_SCHEME) != CURLUE_OK ||
-      curl_url_get(parts.get(), CURLUPART_HOST, &host, 0) != CURLUE_OK) {
+  if (curl().url_set(parts.get(), CURLUPART_URL, url.c_str(), CURLU_GUESS_SCHEME) != CURLUE_OK ||
+      curl().url_get(parts.get(), CURLUPART_HOST, &host, 0) != CURLUE_OK) {
     return {};
   }
   std::string name = host;
-  curl_free(host);
+  curl().free(host);
   std::ranges::transform(name, name.begin(), [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
   });
@@ -101,22 +101,10 @@ bool is_on_loopback(const std::string& url) {
 }
 
 JsonClient::JsonClient(JsonClientOptions options) : options_(std::move(options)) {
-  static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
-  if (initialised != CURLE_OK) throw std::runtime_error("libcurl cannot be initialised");
   const auto is_control = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
   if (std::ranges::any_of(options_.api_key, is_control)) {
     throw std::invalid_argument("The API key holds a control character");
   }
-  add_header("Content-Type: application/json");
-  if (!options_.api_key.empty()) add_header("Authorization: Bearer " + options_.api_key);
-}
-
-void JsonClient::add_header(const std::string& header) {
-  // The list goes on where it was: the new element is at its end.
-  curl_slist* const list = curl_slist_append(headers_.get(), header.c_str());
-  if (list == nullptr) throw std::bad_alloc();
-  static_cast<void>(headers_.release());
-  headers_.reset(list);
 }
 
 HttpError JsonClient::error(const std::string& what) const {
@@ -126,55 +114,75 @@ HttpError JsonClient::error(const std::string& what) const {
 std::string JsonClient::post(const nlohmann::json& question, std::size_t longest,
                              const std::stop_token& stop) {
   const std::string body = question.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-  Handle handle = take();
-  std::string answer = perform(handle.get(), body, longest, stop);
+  Connection connection = take();
+  std::string answer = perform(connection.handle.get(), body, longest, stop);
   // Not after a failure: such a connection is not used again.
   const std::lock_guard guard(lock_);
-  idle_.push_back(std::move(handle));
+  idle_.push_back(std::move(connection));
   return answer;
 }
 
-JsonClient::Handle JsonClient::take() {
+JsonClient::Connection JsonClient::take() {
   {
     const std::lock_guard guard(lock_);
     if (!idle_.empty()) {
-      Handle handle = std::move(idle_.back());
+      Connection connection = std::move(idle_.back());
       idle_.pop_back();
-      return handle;
+      return connection;
     }
   }
-  Handle handle(curl_easy_init());
-  if (!handle) throw std::bad_alloc();
-  CURL* const curl = handle.get();
-  curl_easy_setopt(curl, CURLOPT_URL, options_.url.c_str());
-  curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 0L);
-  curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L);
-  curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 2L);
-  // Who names a server on this machine means that nobody else sees the key and the texts.
-  if (is_on_loopback(options_.url)) curl_easy_setopt(curl, CURLOPT_PROXY, "");
-  curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers_.get());
-  curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(options_.deadline.count()));
-  curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);  // signals and threads do not mix
-  // A name look-up that hangs is left behind, or it would hold the question beyond its deadline.
-  curl_easy_setopt(curl, CURLOPT_QUICK_EXIT, 1L);
-  curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, receive);
-  curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
-  curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, stop_wanted);
-  return handle;
+  try {
+    return connect();
+  } catch (const std::runtime_error& no_curl) {
+    throw HttpError(options_.who + " cannot be asked: " + no_curl.what(), HttpError::Cause::other);
+  }
 }
 
-std::string JsonClient::perform(CURL* curl, const std::string& body, std::size_t longest,
+JsonClient::Connection JsonClient::connect() const {
+  const Curl& curl = http::curl();
+  Connection made;
+  const auto add_header = [&](const std::string& header) {
+    // The list goes on where it was: the new element is at its end.
+    curl_slist* const list = curl.slist_append(made.headers.get(), header.c_str());
+    if (list == nullptr) throw std::bad_alloc();
+    static_cast<void>(made.headers.release());
+    made.headers.reset(list);
+  };
+  add_header("Content-Type: application/json");
+  if (!options_.api_key.empty()) add_header("Authorization: Bearer " + options_.api_key);
+  made.handle.reset(curl.easy_init());
+  if (!made.handle) throw std::bad_alloc();
+  CURL* const handle = made.handle.get();
+  curl.easy_setopt(handle, CURLOPT_URL, options_.url.c_str());
+  curl.easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl.easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
+  curl.easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl.easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+  // Who names a server on this machine means that nobody else sees the key and the texts.
+  if (is_on_loopback(options_.url)) curl.easy_setopt(handle, CURLOPT_PROXY, "");
+  curl.easy_setopt(handle, CURLOPT_HTTPHEADER, made.headers.get());
+  curl.easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(options_.deadline.count()));
+  curl.easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);  // signals and threads do not mix
+  // A name look-up that hangs is left behind, or it would hold the question beyond its deadline.
+  curl.easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+  curl.easy_setopt(handle, CURLOPT_WRITEFUNCTION, receive);
+  curl.easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
+  curl.easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, stop_wanted);
+  return made;
+}
+
+std::string JsonClient::perform(CURL* handle, const std::string& body, std::size_t longest,
                                 const std::stop_token& stop) const {
   Body answer{.text = {}, .longest = longest};
+  const Curl& curl = http::curl();
   std::array<char, CURL_ERROR_SIZE> reason{};
-  curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-  curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.c_str());
-  curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer);
-  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, const_cast<std::stop_token*>(&stop));
-  curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, reason.data());
-  const CURLcode code = curl_easy_perform(curl);
-  curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
+  curl.easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+  curl.easy_setopt(handle, CURLOPT_POSTFIELDS, body.c_str());
+  curl.easy_setopt(handle, CURLOPT_WRITEDATA, &answer);
+  curl.easy_setopt(handle, CURLOPT_XFERINFODATA, const_cast<std::stop_token*>(&stop));
+  curl.easy_setopt(handle, CURLOPT_ERRORBUFFER, reason.data());
+  const CURLcode code = curl.easy_perform(handle);
+  curl.easy_setopt(handle, CURLOPT_ERRORBUFFER, nullptr);
   if (code == CURLE_OPERATION_TIMEDOUT) {
     throw HttpError(options_.who + " did not answer within " +
                         std::to_string(options_.deadline.count()) + " ms",
@@ -183,15 +191,15 @@ std::string JsonClient::perform(CURL* curl, const std::string& body, std::size_t
   if (code == CURLE_WRITE_ERROR) throw error("sent an answer that is too long");
   if (code != CURLE_OK) {
     throw HttpError(options_.who + " cannot be asked: " +
-                        std::string(reason[0] != '\0' ? reason.data() : curl_easy_strerror(code)),
+                        std::string(reason[0] != '\0' ? reason.data() : curl.easy_strerror(code)),
                     cause_of(code));
   }
   long status = 0;
-  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+  curl.easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
   if (status != 200) {
     if (answer.text.size() > LONGEST_EXPLANATION) answer.text.clear();
     curl_off_t seconds = 0;  // stays so when the server names none; below it for a date gone by
-    curl_easy_getinfo(curl, CURLINFO_RETRY_AFTER, &seconds);
+    curl.easy_getinfo(handle, CURLINFO_RETRY_AFTER, &seconds);
     throw HttpError(options_.who + " answered with status " + std::to_string(status), status,
                     std::chrono::seconds(std::max<curl_off_t>(seconds, 0)), std::move(answer.text));
   }

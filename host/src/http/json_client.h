@@ -1,8 +1,6 @@
 // Asks a server questions in JSON.
 #pragma once
 
-#include <curl/curl.h>
-
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -15,6 +13,8 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "http/curl.h"
 
 namespace velmora::host::http {
 
@@ -77,11 +77,12 @@ struct JsonClientOptions {
 
 // Whether the server of a URL is this machine, by its name: localhost, a name below it, an address
 // of 127.0.0.0/8, ::1, or one that a connection takes for these (0.0.0.0/8, ::, ::ffff:127.0.0.1).
+// Throws as curl() does.
 [[nodiscard]] bool is_on_loopback(const std::string& url);
 
 // Keeps its connections open between questions. A server on loopback is reached directly, any other
 // through the proxy that the environment names for it. Certificates are checked. Any number of
-// threads may ask at once.
+// threads may ask at once. Without libcurl no question is answered.
 class JsonClient {
  public:
   // Throws std::invalid_argument for a key that cannot stand in a header.
@@ -100,20 +101,23 @@ class JsonClient {
 
  private:
   struct Cleanup {
-    void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
-    void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
+    void operator()(CURL* handle) const noexcept { curl().easy_cleanup(handle); }
+    void operator()(curl_slist* list) const noexcept { curl().slist_free_all(list); }
   };
-  using Handle = std::unique_ptr<CURL, Cleanup>;
+  // A connection, and the headers that it sends.
+  struct Connection {
+    std::unique_ptr<curl_slist, Cleanup> headers = {};
+    std::unique_ptr<CURL, Cleanup> handle = {};
+  };
 
-  void add_header(const std::string& header);
-  Handle take();
-  [[nodiscard]] std::string perform(CURL* curl, const std::string& body, std::size_t longest,
+  Connection take();
+  [[nodiscard]] Connection connect() const;
+  [[nodiscard]] std::string perform(CURL* handle, const std::string& body, std::size_t longest,
                                     const std::stop_token& stop) const;
 
   const JsonClientOptions options_;
-  std::unique_ptr<curl_slist, Cleanup> headers_;
   std::mutex lock_;
-  std::vector<Handle> idle_;
+  std::vector<Connection> idle_;
 };
 
 }  // namespace velmora::host::http

@@ -42,7 +42,7 @@ void throw_as_index_error(const storage::DatabaseError& error, const fs::path& f
   const std::string index = "The index at " + file.string();
   if (is_damage(error)) throw damaged(file);
   if (error.code() == SQLITE_BUSY) {
-    throw IndexError(index + " is being written by another program. Try again when it is done");
+    throw BusyIndexError(index + " is being written by another program. Try again when it is done");
   }
   throw IndexError(index + " cannot be used: " + error.what() +
                    ". If its disk and its permissions are in order: " + remaking_advice(file));

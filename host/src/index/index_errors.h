@@ -24,6 +24,12 @@ class UnusableIndexError : public IndexError {
   std::string fault_;
 };
 
+// Somebody else is writing the index.
+class BusyIndexError : public IndexError {
+ public:
+  using IndexError::IndexError;
+};
+
 // There is no index at the path, or one that was never filled.
 class NoIndexError : public IndexError {
  public:

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "indexing/extract.h"
 #include "velmora/host/index/symbol.h"
-#include "velmora/host/indexing/extract.h"
 
 namespace velmora::host::indexing {
 

@@ -51,7 +51,7 @@ class Blanker {
 
  private:
   void line(std::size_t at, std::size_t stop) {
-    at = leading(at);
+    at = leading(skip_attributes(at));
     if (word_at(at) == "static" || word_at(at) == "extern") {
       const std::size_t next = skip(at + word_at(at).size());
       if (is_decoration_name(word_at(next))) at = leading(next);
@@ -59,7 +59,7 @@ class Blanker {
     if (is_decoration_name(word_at(at))) at = trailing(at);
     const std::string_view word = word_at(at);
     if (word == "class" || word == "struct" || word == "union" || word == "namespace") {
-      at = beside_name(skip(at + word.size()));
+      at = beside_name(skip_attributes(skip(at + word.size())));
     }
     // A search that ran on to later lines would make a file without brackets take quadratic time.
     const std::string_view until_stop = text_.substr(0, stop);
@@ -68,6 +68,16 @@ class Blanker {
       if (word_at(at) == "const") at = skip(at + 5);
       at = trailing(at);
     }
+  }
+
+  // The place behind attributes, as "[[nodiscard]]", that stand on one line.
+  std::size_t skip_attributes(std::size_t at) const {
+    while (text_.substr(at).starts_with("[[")) {
+      const std::size_t end = text_.substr(at, LONGEST_ARGUMENTS).find_first_of("]\n");
+      if (end == text_.npos || !text_.substr(at + end).starts_with("]]")) break;
+      at = skip(at + end + 2);
+    }
+    return at;
   }
 
   // The place of the declaration on a line that opens with macros at `at`.
@@ -88,6 +98,7 @@ class Blanker {
   // Whether a declaration of its own begins at `at`, right behind a macro: on the same line, or on
   // the next one. `no_type`: the macro cannot be the type in it.
   bool opens_declaration(std::size_t at, bool no_type) const {
+    at = skip_attributes(at);
     if (!at_line_end(at)) {
       // "EXPORT int f()" and "EXPORT Name* f()", but not "BOOL f()".
       const std::string_view word = word_at(at);

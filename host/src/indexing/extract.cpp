@@ -2,7 +2,7 @@
 // they begin, are walked with a stack of the open ones, which tells each definition its scope. The
 // tree itself is never walked by recursion, so depth costs nothing but the stack's elements.
 
-#include "velmora/host/indexing/extract.h"
+#include "indexing/extract.h"
 
 #include <tree_sitter/api.h>
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "velmora/host/indexing/extract.h"
+#include "indexing/extract.h"
 
 namespace velmora::host::indexing {
 namespace {

@@ -19,10 +19,10 @@
 #include <string>
 #include <string_view>
 
+#include "indexing/extract.h"
 #include "indexing/extraction_version.h"
 #include "indexing/header.h"
 #include "indexing/parse_message.h"
-#include "velmora/host/indexing/extract.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "indexing/extract.h"
 #include "indexing/language.h"
 #include "velmora/host/index/symbol.h"
-#include "velmora/host/indexing/extract.h"
 
 namespace velmora::host::indexing {
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "velmora/engines/rerank_client.h"
+#include "velmora/export.h"
 
 namespace velmora::engines {
 
@@ -16,7 +17,7 @@ namespace velmora::engines {
 inline constexpr std::string_view RERANK_QUESTION_VERSION = "1";
 
 // A rerank client that carries the user's word on whether source may be shown to the model.
-class DecisionClient : public RerankClient {
+class VELMORA_API DecisionClient : public RerankClient {
  public:
   // Whether the user allowed source text (signatures, docstrings) to be shown to the decision
   // model. Called once for each rerank, from several threads at once. An error fails the rerank
@@ -26,12 +27,12 @@ class DecisionClient : public RerankClient {
 
 // The state and the questions of a rerank: the question as the user gave it with the candidates'
 // lines numbered from 1, and one yes/no question for each candidate.
-[[nodiscard]] std::pair<DecisionState, DecisionQuestions> rerank_request(
+[[nodiscard]] VELMORA_API std::pair<DecisionState, DecisionQuestions> rerank_request(
     std::string_view question, std::span<const std::string> lines);
 
 // The positions 0 to `candidates` - 1, each once, by falling probability, equal ones by position.
 // Throws DecisionError when a candidate's probability is missing, not a number or outside 0 to 1.
-[[nodiscard]] std::vector<std::size_t> rerank_order(const DecisionResult& answer,
-                                                    std::size_t candidates);
+[[nodiscard]] VELMORA_API std::vector<std::size_t> rerank_order(const DecisionResult& answer,
+                                                                std::size_t candidates);
 
 }  // namespace velmora::engines

@@ -9,23 +9,25 @@
 #include <vector>
 
 #include "velmora/exceptions.h"
+#include "velmora/export.h"
 
 namespace velmora::engines {
 
 // The model is not loaded yet, or cannot be. The message begins a sentence and has no final full
 // stop, for instance "The embedding model is still loading".
-class EmbeddingNotReadyError : public TryAgainLaterError {
+class VELMORA_API EmbeddingNotReadyError : public TryAgainLaterError {
  public:
   using TryAgainLaterError::TryAgainLaterError;
 };
 
 // A loaded model. Every function may be called from several threads at once.
-class EmbeddingBackend {
+class VELMORA_API EmbeddingBackend {
  public:
   virtual ~EmbeddingBackend() = default;
 
-  // One vector for each text (UTF-8), in their order. May block. An error makes the semantic
-  // channel of the question "failed" and is logged.
+  // One vector for each text (UTF-8), in their order, all of one length, of finite numbers that are
+  // not all zero; of no texts none. May block. An error, as for a text that the model cannot embed,
+  // makes the semantic channel of the question "failed" and is logged; the next call is answered.
   virtual std::vector<std::vector<float>> embed(std::span<const std::string_view> texts) = 0;
 
   // The model's name: the one under which the index finds the stored embeddings of this model.
@@ -34,7 +36,7 @@ class EmbeddingBackend {
 };
 
 // Loads a model and hands it out once it is ready.
-class EmbeddingEngine {
+class VELMORA_API EmbeddingEngine {
  public:
   virtual ~EmbeddingEngine() = default;
 

@@ -7,11 +7,13 @@
 #include <string_view>
 #include <vector>
 
+#include "velmora/export.h"
+
 namespace velmora::engines {
 
 // Any failure of a decision: no answer in time, an error of the model, an answer that decides
 // nothing. Its message goes into the log.
-class DecisionError : public std::runtime_error {
+class VELMORA_API DecisionError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -19,8 +21,8 @@ class DecisionError : public std::runtime_error {
 // What the model is shown: the user's question and the candidates, one numbered line each
 // ("1. function pkg.parse ..."), best first as the retriever ranked them.
 struct DecisionState {
-  std::string question;
-  std::vector<std::string> candidates;
+  std::string question;                 // as the user gave it
+  std::vector<std::string> candidates;  // their lines
 
   bool operator==(const DecisionState&) const = default;
 };
@@ -30,7 +32,7 @@ using DecisionQuestions = std::map<std::string, std::string, std::less<>>;
 
 // The model's answer: for each question's key the probability of a yes, 0 to 1.
 struct DecisionResult {
-  std::map<std::string, double, std::less<>> probabilities;
+  std::map<std::string, double, std::less<>> probabilities;  // by key
 
   bool operator==(const DecisionResult&) const = default;
 };
@@ -42,7 +44,7 @@ struct DecideOptions {
 
 // A decision model. Both functions are called on the thread of the question, from several threads
 // at once, without a lock of the retriever.
-class RerankClient {
+class VELMORA_API RerankClient {
  public:
   virtual ~RerankClient() = default;
 

@@ -14,6 +14,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/models/symbol.h"
 
 namespace velmora::storage {
@@ -23,7 +24,7 @@ using models::SymbolId;
 // Identifies one state of an index. Opaque: the retriever keeps it and compares it, nothing else.
 // Two states of an index, or of two indexes that may stand in each other's place, never share one.
 struct IndexFingerprint {
-  std::string value;
+  std::string value;  // any bytes
 
   bool operator==(const IndexFingerprint&) const = default;
 };
@@ -36,14 +37,14 @@ struct SymbolRow {
   std::string_view name;  // the symbol's own name
   std::string_view kind;  // one of the kinds asked for
   std::string_view path;  // relative to the root: forward slashes, no "./", no slash at an end
-  std::int64_t start_line = 0;
-  std::int64_t end_line = 0;
-  std::optional<std::string_view> signature;
-  std::optional<std::string_view> docstring;
+  std::int64_t start_line = 0;                // as the index counts lines; handed on to the hit
+  std::int64_t end_line = 0;                  // the same
+  std::optional<std::string_view> signature;  // its declaration, on one line at best
+  std::optional<std::string_view> docstring;  // what is written about it
 };
 
 // Walks symbol rows once, from first to last. Used by one thread, and not after its repository.
-class SymbolCursor {
+class VELMORA_API SymbolCursor {
  public:
   virtual ~SymbolCursor() = default;
 
@@ -54,7 +55,7 @@ class SymbolCursor {
 
 // A neighbour of a query vector.
 struct NearestPair {
-  SymbolId id = 0;
+  SymbolId id = 0;          // whose vector it is
   double similarity = 0.0;  // cosine, -1 to 1; not read by the retriever
 
   bool operator==(const NearestPair&) const = default;
@@ -62,7 +63,7 @@ struct NearestPair {
 
 // What a rerank reads of a symbol that the index still holds.
 struct StoredSymbol {
-  std::optional<std::string> docstring;
+  std::optional<std::string> docstring;  // what is written about it
 
   bool operator==(const StoredSymbol&) const = default;
 };
@@ -73,7 +74,7 @@ struct NearestOptions {
 };
 
 // The index of one repository.
-class Repository {
+class VELMORA_API Repository {
  public:
   virtual ~Repository() = default;
 
@@ -95,9 +96,12 @@ class Repository {
   // The stored embeddings of `model` nearest to `values` by cosine similarity, nearest first, at
   // most `options.top_k`. Fewer than `top_k` means that every embedding of the model was returned;
   // an empty list that the index holds none of that model. Ids of symbols that no longer exist may
-  // be among them. Called once to a few times a question, with growing `top_k`, without a lock of
-  // the retriever. Any error, a TryAgainLaterError too, makes the semantic channel "failed" and is
-  // logged; the question is answered by the other channels.
+  // be among them. Equal ones stand in a fixed order: with a larger `top_k` more follow the same
+  // pairs. `values` of another length than the model's embeddings come from a model that changed
+  // under its name: an error to throw, never memory to read past. Called once to a few times a
+  // question, with growing `top_k`, without a lock of the retriever. Any error, a
+  // TryAgainLaterError too, makes the semantic channel "failed" and is logged; the question is
+  // answered by the other channels.
   virtual std::vector<NearestPair> nearest_symbol_ids(std::span<const float> values,
                                                       std::string_view model,
                                                       NearestOptions options) = 0;

@@ -15,11 +15,14 @@
 #include <string>
 #include <string_view>
 
+#include "velmora/export.h"
+
 namespace velmora::storage {
 
 // An error of the database.
-class DatabaseError : public std::runtime_error {
+class VELMORA_API DatabaseError : public std::runtime_error {
  public:
+  // `code` is an extended result code of SQLite, `message` says what went wrong.
   DatabaseError(int code, const std::string& message) : std::runtime_error(message), code_(code) {}
 
   // SQLite's primary result code, for instance SQLITE_CONSTRAINT.
@@ -34,23 +37,25 @@ class DatabaseError : public std::runtime_error {
 
 // A prepared statement. Texts and blobs are bound by reference: they must live until the statement
 // is reset or bound anew. Moved-from statements may only be destroyed or assigned to.
-class Statement {
+class VELMORA_API Statement {
  public:
   Statement() = default;
   // Prepares the first statement of `sql`; `flags` are SQLITE_PREPARE_... flags.
   Statement(sqlite3* database, std::string_view sql, unsigned flags = 0);
 
-  // Parameters count from 1. An absent text binds NULL; a text may hold NUL bytes.
+  // Binds a parameter, the first of which is 1; a text may hold NUL bytes.
   Statement& bind(int index, std::int64_t value);
-  Statement& bind(int index, double value);
-  Statement& bind(int index, std::string_view text);
-  Statement& bind(int index, std::optional<std::string_view> text);
+  Statement& bind(int index, double value);                          // as REAL
+  Statement& bind(int index, std::string_view text);                 // as TEXT, never NULL
+  Statement& bind(int index, std::optional<std::string_view> text);  // as TEXT or NULL
+  // As TEXT, by reference; one that is about to be gone does not compile.
   Statement& bind(int index, const std::string& text) {
     return bind(index, std::string_view(text));
   }
   Statement& bind(int index, std::string&& text) = delete;
-  Statement& bind_blob(int index, std::span<const std::byte> bytes);
-  // `type` names what the pointer points at and must have static storage.
+  Statement& bind_blob(int index, std::span<const std::byte> bytes);  // as BLOB, never NULL
+  // Binds a pointer for a function of SQLite's; `type` names what the pointer points at and must
+  // have static storage.
   Statement& bind_pointer(int index, void* pointer, const char* type);
 
   // Moves to the next row; false when there is none left. An error resets the statement.
@@ -60,12 +65,13 @@ class Statement {
   // Runs the statement to its end and resets it, ignoring its rows.
   void run();
 
-  // Columns count from 0. Texts and blobs live until the next step or reset.
+  // A column of the row, the first of which is 0. Texts and blobs live until the next step or
+  // reset.
   [[nodiscard]] std::int64_t column_int64(int column) const;
-  [[nodiscard]] double column_double(int column) const;
-  [[nodiscard]] std::string_view column_text(int column) const;
-  [[nodiscard]] std::optional<std::string_view> column_optional_text(int column) const;
-  [[nodiscard]] std::span<const std::byte> column_blob(int column) const;
+  [[nodiscard]] double column_double(int column) const;          // REAL
+  [[nodiscard]] std::string_view column_text(int column) const;  // TEXT; empty for NULL
+  [[nodiscard]] std::optional<std::string_view> column_optional_text(int column) const;  // or NULL
+  [[nodiscard]] std::span<const std::byte> column_blob(int column) const;  // BLOB; empty for NULL
 
  private:
   struct Finalize {
@@ -77,16 +83,18 @@ class Statement {
 };
 
 // An open database. Closed by the destructor; its statements must be gone by then.
-class Database {
+class VELMORA_API Database {
  public:
   // Opens the file at `path` (UTF-8) with SQLITE_OPEN_... `flags`, through the VFS of that name, or
   // SQLite's own when it is null.
   Database(const std::string& path, int flags, const char* vfs = nullptr);
 
+  // SQLite's own, for calls that this class does not have.
   [[nodiscard]] sqlite3* handle() const { return database_.get(); }
 
   // Runs every statement of `sql`, ignoring rows.
   void execute(const std::string& sql);
+  // Prepares the first statement of `sql`; `flags` are SQLITE_PREPARE_... flags.
   [[nodiscard]] Statement prepare(std::string_view sql, unsigned flags = 0) const;
 
  private:
@@ -97,7 +105,7 @@ class Database {
 };
 
 // A transaction that rolls back unless it was committed.
-class Transaction {
+class VELMORA_API Transaction {
  public:
   // `begin` may be "BEGIN IMMEDIATE" or the like. The database must outlive the transaction.
   explicit Transaction(Database& database, const std::string& begin = "BEGIN");
@@ -106,6 +114,7 @@ class Transaction {
   Transaction& operator=(const Transaction&) = delete;
   ~Transaction();
 
+  // Keeps what was done; the last call.
   void commit();
 
  private:
@@ -114,6 +123,6 @@ class Transaction {
 };
 
 // Throws what stands for the result `code` of a call on `database` (which may be null).
-[[noreturn]] void throw_database_error(sqlite3* database, int code);
+[[noreturn]] VELMORA_API void throw_database_error(sqlite3* database, int code);
 
 }  // namespace velmora::storage

@@ -3,6 +3,8 @@
 
 #include <string_view>
 
+#include "velmora/export.h"
+
 namespace velmora::utils {
 
 // Whether the file at `path` (relative to the repository root, forward slashes) holds tests, by its
@@ -18,6 +20,6 @@ namespace velmora::utils {
 //
 // So tests/a.py, a_test.go and FooTest.java hold tests; latest.py and TestRunner.java do not. Any
 // thread may call it; it throws nothing but std::bad_alloc.
-[[nodiscard]] bool is_test_path(std::string_view path);
+[[nodiscard]] VELMORA_API bool is_test_path(std::string_view path);
 
 }  // namespace velmora::utils

@@ -17,6 +17,7 @@ namespace velmora::utils {
 template <std::size_t N>
 class StringSet {
  public:
+  // Throws std::logic_error when a word is listed twice, which ends a compilation.
   constexpr explicit StringSet(const std::array<std::string_view, N>& words) : words_(words) {
     for (std::size_t i = 0; i < N; ++i) {
       longest_ = std::max(longest_, words[i].size());
@@ -39,13 +40,19 @@ class StringSet {
     }
     return std::nullopt;
   }
+
+  // Whether the word is in the set.
   [[nodiscard]] constexpr bool contains(std::string_view word) const {
     return index(word).has_value();
   }
 
+  // How many words there are.
   [[nodiscard]] constexpr std::size_t size() const { return N; }
+
+  // The words in the order given, as a range and as a span; both live as long as the set.
   [[nodiscard]] constexpr auto begin() const { return words_.begin(); }
-  [[nodiscard]] constexpr auto end() const { return words_.end(); }
+  [[nodiscard]] constexpr auto end() const { return words_.end(); }  // behind the last word
+  // All of them.
   [[nodiscard]] constexpr std::span<const std::string_view> words() const { return words_; }
 
  private:

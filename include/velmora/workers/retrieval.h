@@ -34,6 +34,7 @@
 
 #include "velmora/engines/embedding.h"
 #include "velmora/engines/rerank_client.h"
+#include "velmora/export.h"
 #include "velmora/models/symbol.h"
 #include "velmora/storage/repository_retrieval.h"
 #include "velmora/utils/string_set.h"
@@ -64,9 +65,11 @@ inline constexpr std::string_view FAILED = "failed";  // a collaborator threw; i
 template <class Value>
 class ChannelMap {
  public:
+  // A channel and its value.
   using Entry = std::pair<std::string_view, Value>;
 
   ChannelMap() = default;
+  // Sets the entries in their order, as `set` does.
   ChannelMap(std::initializer_list<Entry> entries) {
     for (const Entry& entry : entries) set(entry.first, entry.second);
   }
@@ -89,6 +92,7 @@ class ChannelMap {
         std::find_if(begin(), end(), [&](const Entry& e) { return e.first == channel; });
     return entry == end() ? nullptr : &entry->second;
   }
+  // The same, to change the value in place.
   [[nodiscard]] Value* find(std::string_view channel) {
     return const_cast<Value*>(std::as_const(*this).find(channel));
   }
@@ -99,12 +103,18 @@ class ChannelMap {
     throw std::out_of_range("the map has no channel of that name");
   }
 
+  // Whether the channel has a value.
   [[nodiscard]] bool contains(std::string_view channel) const { return find(channel) != nullptr; }
+  // How many channels have one.
   [[nodiscard]] std::size_t size() const { return size_; }
+  // Whether none has.
   [[nodiscard]] bool empty() const { return size_ == 0; }
-  [[nodiscard]] const Entry* begin() const { return entries_.data(); }
-  [[nodiscard]] const Entry* end() const { return entries_.data() + size_; }
 
+  // The entries in the order in which they were set. Valid until the map is changed.
+  [[nodiscard]] const Entry* begin() const { return entries_.data(); }
+  [[nodiscard]] const Entry* end() const { return entries_.data() + size_; }  // behind the last
+
+  // Whether both hold the same channels with equal values.
   friend bool operator==(const ChannelMap& left, const ChannelMap& right) {
     return left.size_ == right.size_ && std::all_of(left.begin(), left.end(), [&](const Entry& e) {
              const Value* other = right.find(e.first);
@@ -121,14 +131,14 @@ class ChannelMap {
 
 // A code symbol of the index, as a hit carries it.
 struct RetrievedSymbol {
-  SymbolId id = 0;
+  SymbolId id = 0;              // as the index has it, and so are the others
   std::string fqn = {};         // fully qualified name
   std::string name = {};        // the symbol's own name
   std::string kind = {};        // a member of RETRIEVABLE_KINDS
   std::string path = {};        // as the index writes it, relative to the repository root
   std::int64_t start_line = 0;  // as the index counts lines
-  std::int64_t end_line = 0;
-  std::optional<std::string> signature = {};
+  std::int64_t end_line = 0;    // the same
+  std::optional<std::string> signature = {};  // absent when the index has none
 
   bool operator==(const RetrievedSymbol&) const = default;
 };
@@ -136,8 +146,8 @@ struct RetrievedSymbol {
 // One answer. The order of `RetrievalResult::hits` is the ranking, not the order of scores: a
 // symbol that the question names comes before hits of higher score.
 struct Hit {
-  RetrievedSymbol symbol = {};
-  double score = 0.0;  // fused reciprocal-rank score; comparable within one answer
+  RetrievedSymbol symbol = {};  // what was found
+  double score = 0.0;           // fused reciprocal-rank score; comparable within one answer
   ChannelMap<std::int64_t> ranks =
       {};  // 1-based place in each channel that found it, after the filters
 
@@ -158,8 +168,8 @@ struct RetrievalResult {
 
 // A query embedded by the model that embedded the stored symbols.
 struct QueryVector {
-  std::vector<float> values = {};
-  std::string model = {};  // only stored embeddings of this model are compared with it
+  std::vector<float> values = {};  // of the length of the stored ones
+  std::string model = {};          // only stored embeddings of this model are compared with it
 
   bool operator==(const QueryVector&) const = default;
 };
@@ -172,11 +182,11 @@ using QueryEmbedder = std::function<QueryVector(std::string_view query)>;
 // The BM25 weight of a match in each field of a symbol. Any double is taken as it is, but SQLite
 // refuses a rank expression with an exponent, an infinity or a NaN, and that error reaches the
 // caller of `retrieve`.
-struct LexicalWeights {
-  double name = 10.0;
-  double signature = 3.0;
-  double path = 2.0;
-  double docstring = 1.0;
+struct VELMORA_API LexicalWeights {
+  double name = 10.0;      // of its own name
+  double signature = 3.0;  // of the signature
+  double path = 2.0;       // of the path of its file
+  double docstring = 1.0;  // of the docstring
 
   // The FTS5 rank expression of the symbol table, "bm25(10.0, 3.0, 2.0, 1.0)" by default.
   [[nodiscard]] std::string rank_function() const;
@@ -185,10 +195,10 @@ struct LexicalWeights {
 };
 
 // The BM25 weight of a match in each field of a file.
-struct FileWeights {
-  double names = 3.0;
-  double path = 2.0;
-  double docstrings = 1.0;
+struct VELMORA_API FileWeights {
+  double names = 3.0;       // of the names of its symbols
+  double path = 2.0;        // of its path
+  double docstrings = 1.0;  // of their docstrings
 
   // The FTS5 rank expression of the file table, "bm25(3.0, 2.0, 1.0)" by default.
   [[nodiscard]] std::string rank_function() const;
@@ -209,8 +219,8 @@ struct RetrievalSettings {
   int semantic_max_neighbours = 2400;
   // How many of the best-matching files rank their symbols; below 1 every matching file does.
   int best_files = 1;
-  LexicalWeights weights = {};
-  FileWeights file_weights = {};
+  LexicalWeights weights = {};    // of the lexical channel
+  FileWeights file_weights = {};  // of the file channel
   // The FTS5 tokenizer of both full-text tables, written into their definition as it stands. One
   // that SQLite does not know leaves the retriever without text search.
   std::string tokenizer = "porter unicode61";
@@ -267,30 +277,30 @@ inline constexpr auto TEST_QUERY_WORDS =
 // The lower-case words of any text, in order, repeats kept: camelCase, snake_case, kebab-case,
 // acronyms and numbers are split apart, so "getHTTPResponse_v2" is get, http, response, v, 2. A
 // word is ASCII letters only or ASCII digits only; every other character separates.
-[[nodiscard]] std::vector<std::string> split_identifier(std::string_view text);
+[[nodiscard]] VELMORA_API std::vector<std::string> split_identifier(std::string_view text);
 
 // The search terms of a question: its words without stop words, each once, in the order of first
 // appearance. Empty when nothing is left.
-[[nodiscard]] std::vector<std::string> query_terms(std::string_view text);
+[[nodiscard]] VELMORA_API std::vector<std::string> query_terms(std::string_view text);
 
 // Whether a question with these terms is about tests: one of them is a test word.
-[[nodiscard]] bool is_test_query(std::span<const std::string> terms);
+[[nodiscard]] VELMORA_API bool is_test_query(std::span<const std::string> terms);
 
 // Whether a word is spelled like a name in code rather than a word of prose: it holds an
 // underscore, a dollar sign or a digit, mixes case, or is capitalised. "Offloader" and "utf8" are;
 // "music" and "PDF" are not.
-[[nodiscard]] bool reads_as_code(std::string_view word);
+[[nodiscard]] VELMORA_API bool reads_as_code(std::string_view word);
 
 // The words of a query that could be names in code, whole and as written, each once, in the order
 // of first appearance. Stop words are dropped unless the only word of the query is one.
-[[nodiscard]] std::vector<std::string> query_names(std::string_view query);
+[[nodiscard]] VELMORA_API std::vector<std::string> query_names(std::string_view query);
 
 // --- Fusion: pure functions, which any thread may call ---
 
 // A symbol's 1-based rank in a channel. Symbols of equal rank tie.
 struct RankedSymbol {
-  SymbolId id = 0;
-  std::int64_t rank = 0;
+  SymbolId id = 0;        // of the symbol
+  std::int64_t rank = 0;  // from 1
 
   bool operator==(const RankedSymbol&) const = default;
 };
@@ -300,8 +310,8 @@ using Ranks = std::vector<RankedSymbol>;
 
 // A symbol of the fused ranking.
 struct FusedSymbol {
-  SymbolId id = 0;
-  double score = 0.0;
+  SymbolId id = 0;                 // each once
+  double score = 0.0;              // the sum that it came to, above 0
   ChannelMap<std::int64_t> ranks;  // the channels that found it, in the order of the rankings
 
   bool operator==(const FusedSymbol&) const = default;
@@ -309,14 +319,14 @@ struct FusedSymbol {
 
 // The ranks 1, 2, 3, ... of the distinct ids in the order of first appearance; a repeat neither
 // changes a rank nor uses one up.
-[[nodiscard]] Ranks ranks_in_order(std::span<const SymbolId> ids);
+[[nodiscard]] VELMORA_API Ranks ranks_in_order(std::span<const SymbolId> ids);
 
 // Merges the channels' ranks, best first: an id scores the sum of 1 / (k + rank) over the channels
 // that ranked it, added in the order of `rankings`, in double precision. Equal scores go to the
 // smaller best rank, then to the lower id, so the order is total. Source: Cormack, Clarke and
 // Büttcher, "Reciprocal rank fusion outperforms Condorcet and individual rank learning methods",
 // SIGIR 2009.
-[[nodiscard]] std::vector<FusedSymbol> reciprocal_rank_fusion(
+[[nodiscard]] VELMORA_API std::vector<FusedSymbol> reciprocal_rank_fusion(
     const ChannelMap<std::span<const RankedSymbol>>& rankings, int k = 60);
 
 // --- The retriever ---
@@ -324,7 +334,8 @@ struct FusedSymbol {
 // An embedder that asks `engine` (not null) for its model without waiting and embeds the query with
 // it. It throws EmbeddingNotReadyError while the model is not loaded. The engine is asked on every
 // call, so the semantic channel is there as soon as the model is.
-[[nodiscard]] QueryEmbedder engine_query_embedder(std::shared_ptr<engines::EmbeddingEngine> engine);
+[[nodiscard]] VELMORA_API QueryEmbedder
+engine_query_embedder(std::shared_ptr<engines::EmbeddingEngine> engine);
 
 // Options of a HybridRetriever.
 struct RetrieverOptions {
@@ -352,7 +363,7 @@ struct RetrieveOptions {
 // Answers questions about one repository, for as long as the repository lives. Shares the
 // repository, the embedder and the decision client with the host. Any number of threads may ask at
 // once.
-class HybridRetriever {
+class VELMORA_API HybridRetriever {
  public:
   // `repository` is not null. Reads nothing yet: the first question does.
   explicit HybridRetriever(std::shared_ptr<storage::Repository> repository,

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -51,6 +52,22 @@ TEST(JsonClient, TakesNoProxyToThisMachine) {
   EXPECT_TRUE(proxy.requests().empty());
   EXPECT_EQ(ask("http://models.invalid/v1"), "proxied") << "any other goes through it";
   for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"}) ::unsetenv(name);
+}
+
+TEST(JsonClient, SaysWhatToInstallWhereLibcurlIsNone) {
+  const std::pair<const char*, const char*> libraries[] = {
+      {"libvelmora-none.so.4", "there is none: libvelmora-none.so.4: "},
+      {"libm.so.6", "the one here has no curl_version_info"}};
+  for (const auto& [name, why] : libraries) {
+    try {
+      static_cast<void>(load_curl(name));
+      ADD_FAILURE() << name << " was loaded";
+    } catch (const std::runtime_error& error) {
+      const std::string sentence = error.what();
+      EXPECT_TRUE(sentence.starts_with("this needs libcurl 7.85 or later (")) << sentence;
+      EXPECT_NE(sentence.find(why), std::string::npos) << sentence;
+    }
+  }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "velmora/host/indexing/extract.h"
+#include "indexing/extract.h"
 
 #include <gtest/gtest.h>
 
@@ -119,6 +119,21 @@ TEST(Extract, NamesTheModuleAfterThePath) {
     EXPECT_EQ(symbols.at(1).fqn, name) << path;
     EXPECT_EQ(symbols.at(1).signature, "Cart.f()") << path;
   }
+}
+
+// The grammar loses count of blocks where lines in brackets are indented less than those around
+// them.
+TEST(Extract, ListsNothingLocalToATornFunction) {
+  std::string names;
+  for (const auto& symbol :
+       extract_symbols("python", "a.py",
+                       "class Odd:\n    def lines(self):\n"
+                       "        def local():\n            (bar.\n        baz)\n"
+                       "            (bar.\n        baz(\n        ))\n"
+                       "        for line in local(): self.a(line)\n")) {
+    names += symbol.fqn + ' ';
+  }
+  EXPECT_EQ(names, "a.Odd a.Odd.lines ");
 }
 
 TEST(Extract, SeesThroughDecoratingMacros) {

@@ -13,9 +13,9 @@
 #include <tuple>
 #include <vector>
 
+#include "indexing/extract.h"
 #include "support/hostile_sources.h"
 #include "support/temporary_folder.h"
-#include "velmora/host/indexing/extract.h"
 #include "velmora/host/indexing/languages.h"
 #include "velmora/host/indexing/repository_scan.h"
 

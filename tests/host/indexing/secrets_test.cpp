@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "velmora/host/indexing/extract.h"
+#include "indexing/extract.h"
 
 namespace velmora::host::indexing {
 namespace {

@@ -154,6 +154,7 @@ TEST(Corpus, LogsWhatItBuilt) {
 TEST(Corpus, UnknownKindFailsBeforeAnyTableIsMade) {
   const testing::LogCapture log(logging::Level::debug);
   MemoryRepository index({{.id = 1, .name = "a", .kind = "variable"}});
+  index.filters = false;
   for (const char* tokenizer : {"porter unicode61", "nonesuch"}) {
     EXPECT_THROW((void)build_corpus(index, {}, {.tokenizer = tokenizer}), std::out_of_range);
   }

@@ -103,7 +103,9 @@ void describe_variable(const Found& found, bool in_class, const Source& source,
 bool is_in_torn_function(TSNode node) {
   TSNode around = ts_node_parent(node);
   if (type_of(around) == "decorated_definition") around = ts_node_parent(around);
-  return type_of(around) == "ERROR" && type_of(ts_node_parent(around)) == "function_definition";
+  if (type_of(around) != "ERROR") return false;
+  const TSNode torn = ts_node_parent(around);
+  return !ts_node_is_null(torn) && type_of(torn) == "function_definition";
 }
 
 void describe_python(const Found& found, std::span<const Enclosing> enclosing, const Source& source,

@@ -81,6 +81,9 @@ int hidden(int) { return 0; }
 }  // namespace
 
 extern "C" int geometry_version(void);
+[[nodiscard]] GEOMETRY_EXPORT std::vector<Shape> all_shapes(int sides);
+GEOMETRY_EXPORT [[nodiscard]] std::vector<Shape> few_shapes();
+class [[nodiscard]] GEOMETRY_EXPORT Hull {};
 }  // namespace geometry
 GEOMETRY_END_NAMESPACE
 #endif

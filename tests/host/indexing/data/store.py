@@ -94,20 +94,3 @@ class Box[T: Store](Generic[T]):
 
 
 def last(): pass
-
-
-class Odd:
-    def lines(self):
-        def local():
-            (bar.
-        baz)
-            (bar.
-        baz(
-        ))
-            files().setdefault(
-                0
-            ).setdefault(
-                0
-            )
-        for line in local.x():
-            self.a(line)

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "velmora/engines/decision.h"
+#include "velmora/export.h"
 #include "velmora/host/embedding/builtin_engine.h"
 
 namespace velmora::host::decision {
@@ -18,7 +19,7 @@ namespace velmora::host::decision {
 struct JudgedFeature {
   std::string_view name;     // as the file of weights has it
   std::string_view subject;  // what of a candidate it looks at, in a word for people
-  double value = 0.0;
+  double value = 0.0;        // before its weight
   // What it adds to the candidate's score over what it adds to the candidates' mean: its weight
   // times the value's distance from theirs.
   double gain = 0.0;
@@ -26,7 +27,7 @@ struct JudgedFeature {
 
 // How a candidate was told apart from the others.
 struct JudgedCandidate {
-  double probability = 0.0;
+  double probability = 0.0;                  // 0 to 1; those of all candidates add up to 1
   std::vector<JudgedFeature> features = {};  // all of them, in the order of the file of weights
 };
 
@@ -37,7 +38,7 @@ using DecisionObserver = std::function<void(std::vector<JudgedCandidate> candida
 // candidate are by the word model, and the words that they share. Answers in a fraction of a
 // millisecond and sends nothing anywhere, so it is shown source without being asked. Any number of
 // threads may ask.
-class BuiltinDecision final : public engines::DecisionClient {
+class VELMORA_API BuiltinDecision final : public engines::DecisionClient {
  public:
   // The file of weights is opened when something is first to be decided, and once. `words` is not
   // null; a model that is not the one with which the weights were learned does well as long as it
@@ -70,8 +71,8 @@ class BuiltinDecision final : public engines::DecisionClient {
   std::unique_ptr<const Opened> opened_;
 };
 
-// The weights that came with the program: "builtin.decision" beside it, as it was built, or in
-// ../share/velmora, as it was installed. One that is in neither is said to be beside it.
-[[nodiscard]] std::filesystem::path shipped_decision_file();
+// The weights that came along: "builtin.decision", in the places that velmora/velmora.h tells. One
+// that is in none of them is said to be in the first.
+[[nodiscard]] VELMORA_API std::filesystem::path shipped_decision_file();
 
 }  // namespace velmora::host::decision

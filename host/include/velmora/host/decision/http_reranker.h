@@ -6,9 +6,11 @@
 #include <string>
 
 #include "velmora/engines/decision.h"
+#include "velmora/export.h"
 
 namespace velmora::host::decision {
 
+// Which server decides, and what it may see.
 struct HttpRerankerOptions {
   std::string url;            // http or https; "/rerank" is appended
   std::string model;          // named in the request
@@ -22,7 +24,7 @@ struct HttpRerankerOptions {
 // ...]}; of the answer it reads results[i].index and results[i].relevance_score. Scores that are
 // not all from 0 to 1 go through the logistic function; beyond 37 or so it makes them equal. Any
 // number of threads may ask at once; connections stay open between questions.
-class HttpReranker final : public engines::DecisionClient {
+class VELMORA_API HttpReranker final : public engines::DecisionClient {
  public:
   // Throws std::invalid_argument for a key that cannot stand in a header.
   explicit HttpReranker(HttpRerankerOptions options);

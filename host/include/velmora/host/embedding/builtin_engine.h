@@ -7,12 +7,13 @@
 #include <string>
 
 #include "velmora/engines/embedding.h"
+#include "velmora/export.h"
 #include "velmora/host/embedding/word_model.h"
 
 namespace velmora::host::embedding {
 
 // Hands out the model of a file. Any number of threads may ask.
-class BuiltinEngine final : public engines::EmbeddingEngine {
+class VELMORA_API BuiltinEngine final : public engines::EmbeddingEngine {
  public:
   // The file is opened when something first asks for the model, and once.
   explicit BuiltinEngine(std::filesystem::path file) : file_(std::move(file)) {}
@@ -31,8 +32,8 @@ class BuiltinEngine final : public engines::EmbeddingEngine {
   std::string fault_;  // why there is no model
 };
 
-// The model that came with the program: "builtin.model" beside it, as it was built, or in
-// ../share/velmora, as it was installed. One that is in neither is said to be beside it.
-[[nodiscard]] std::filesystem::path shipped_model_file();
+// The model that came along: "builtin.model", in the places that velmora/velmora.h tells. One that
+// is in none of them is said to be in the first.
+[[nodiscard]] VELMORA_API std::filesystem::path shipped_model_file();
 
 }  // namespace velmora::host::embedding

@@ -6,9 +6,11 @@
 #include <string>
 
 #include "velmora/engines/embedding.h"
+#include "velmora/export.h"
 
 namespace velmora::host::embedding {
 
+// Which server embeds, and how it is asked.
 struct HttpEngineOptions {
   std::string url;                // http or https; "/embeddings" is appended
   std::string model;              // named in the request, and the model of the vectors
@@ -22,7 +24,7 @@ struct HttpEngineOptions {
 // answer it reads data[i].embedding, and data[i].index where there is one. Connections stay open
 // between questions. The server is asked for a first vector by a thread of the engine, again until
 // it gives one; from then on the model counts as loaded.
-class HttpEngine final : public engines::EmbeddingEngine {
+class VELMORA_API HttpEngine final : public engines::EmbeddingEngine {
  public:
   // Throws std::invalid_argument for a key that cannot stand in a header.
   explicit HttpEngine(HttpEngineOptions options);

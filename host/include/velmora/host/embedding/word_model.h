@@ -16,23 +16,25 @@
 #include <string_view>
 #include <vector>
 
+#include "velmora/export.h"
+
 namespace velmora::host::embedding {
 
 // A model file is missing, damaged or of another version. The message says which file and what is
 // wrong with it, begins a sentence and has no final full stop.
-class ModelFileError : public std::runtime_error {
+class VELMORA_API ModelFileError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
 // What a model reads of a symbol. A part that the symbol does not have is empty.
 struct SymbolParts {
-  std::string_view name = {};
-  std::string_view fqn = {};
-  std::string_view signature = {};
-  std::string_view path = {};  // relative to the repository
-  std::string_view docstring = {};
-  std::string_view body = {};  // words of its source, with spaces between
+  std::string_view name = {};       // its own
+  std::string_view fqn = {};        // with what encloses it
+  std::string_view signature = {};  // as the source has it
+  std::string_view path = {};       // relative to the repository
+  std::string_view docstring = {};  // as the source has it, without comment markers
+  std::string_view body = {};       // words of its source, with spaces between
 };
 
 // How much of a part of a symbol counts, and how much.
@@ -45,12 +47,12 @@ struct PartSettings {
 
 // The settings of every part. A word that stands in several parts adds its weights up.
 struct SymbolSettings {
-  PartSettings name = {};
-  PartSettings fqn = {};
-  PartSettings signature = {};
-  PartSettings path = {};
-  PartSettings docstring = {};
-  PartSettings body = {};
+  PartSettings name = {};       // of SymbolParts::name, and so on
+  PartSettings fqn = {};        // ...
+  PartSettings signature = {};  // ...
+  PartSettings path = {};       // ...
+  PartSettings docstring = {};  // ...
+  PartSettings body = {};       // ...
 
   bool operator==(const SymbolSettings&) const = default;
 };
@@ -63,8 +65,8 @@ enum class RowKind : std::uint32_t {
 
 // A model with its numbers as the trainer has them.
 struct WordModelData {
-  std::string base_name;  // the model's name without its checksum; not empty
-  SymbolSettings settings = {};
+  std::string base_name;         // the model's name without its checksum; not empty
+  SymbolSettings settings = {};  // how it reads symbols
   std::uint32_t dimensions = 0;  // at least 1
   // The length of the vector of a word that is not among `words`; 0 or more. Such a word resembles
   // itself, a little what is spelled alike, and nothing else.
@@ -76,11 +78,11 @@ struct WordModelData {
 // Writes a model file; one that stands at `file` is replaced whole or not at all. The same data
 // give the same bytes. Throws std::invalid_argument for data that break the rules above,
 // std::system_error when the file cannot be written.
-void write_word_model(const std::filesystem::path& file, const WordModelData& data,
-                      RowKind kind = RowKind::int8);
+VELMORA_API void write_word_model(const std::filesystem::path& file, const WordModelData& data,
+                                  RowKind kind = RowKind::int8);
 
 // A model file, open. Constant, so any number of threads may share one.
-class WordModel {
+class VELMORA_API WordModel {
  public:
   // Reads the file, which has 512 MB at most, and checks it from the first byte to the last. Throws
   // ModelFileError. What becomes of the file afterwards changes nothing.

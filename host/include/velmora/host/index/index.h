@@ -25,6 +25,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/index/tree_state.h"
 #include "velmora/host/index/update.h"
@@ -37,12 +38,13 @@ class Catalog;
 
 // There is no usable index at the path, or somebody else is writing it, or its disk takes nothing
 // more. The message is a sentence for the user and says what to do.
-class IndexError : public std::runtime_error {
+class VELMORA_API IndexError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-class Index final : public storage::Repository {
+// An open index. Closed with the last pointer to it.
+class VELMORA_API Index final : public storage::Repository {
  public:
   // Opens the index at `file`; reads all of it first when it was not made here. Throws IndexError
   // when there is none, when it was never filled, when its format is not this version's, or when

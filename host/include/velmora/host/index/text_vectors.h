@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/index/vector_kind.h"
 #include "velmora/storage/repository_retrieval.h"
@@ -25,7 +26,7 @@ namespace velmora::host::index {
 
 // A model, and how the texts that it embeds are made of symbols.
 struct TextModel {
-  std::string name = {};
+  std::string name = {};         // under which its vectors are kept
   std::string prefix = {};       // put before each text
   std::int64_t text_length = 0;  // the most characters of a text
 
@@ -38,8 +39,10 @@ using TextKey = std::array<std::byte, 16>;
 // The key of the text of a symbol, nothing when it is not embedded.
 using KeyOf = std::function<std::optional<TextKey>(const storage::SymbolRow& symbol)>;
 
-class TextVectors {
+// Reads and changes these vectors.
+class VELMORA_API TextVectors {
  public:
+  // Within a transaction of `database`, which must outlive it.
   explicit TextVectors(storage::Database& database);
 
   // The models with vectors of texts, by name.
@@ -55,9 +58,10 @@ class TextVectors {
 
   // What link found.
   struct Links {
+    // A symbol without a vector.
     struct Missing {
-      SymbolId symbol = 0;
-      TextKey key = {};
+      SymbolId symbol = 0;  // the symbol
+      TextKey key = {};     // names its text
     };
     std::int64_t symbols = 0;      // that are embedded
     std::int64_t linked = 0;       // that got their vector now

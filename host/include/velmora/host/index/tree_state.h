@@ -9,6 +9,7 @@
 
 namespace velmora::host::index {
 
+// All of one state of the index.
 struct TreeState {
   std::map<std::string, FileRecord> files = {};  // by path
   // Which version of the extraction made the symbols; empty when something else did: an import.

@@ -18,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/index/text_vectors.h"
@@ -33,8 +34,10 @@ namespace velmora::host::index {
 // How many symbols a file may have.
 inline constexpr std::size_t MOST_SYMBOLS = (std::size_t{1} << 22) - 1;
 
-class Update {
+// An update under way.
+class VELMORA_API Update {
  public:
+  // Within a transaction of `database`, which must outlive it.
   explicit Update(storage::Database& database);
   ~Update();
 
@@ -73,6 +76,7 @@ class Update {
   // The vectors of texts, in the same transaction.
   [[nodiscard]] TextVectors& text_vectors();
 
+  // How many symbols the index holds, with what was put so far.
   [[nodiscard]] std::int64_t symbol_count() const;
 
   // Whether a symbol or a vector was added, removed or changed.

@@ -4,6 +4,7 @@
 
 namespace velmora::host::index {
 
+// What a number of a vector takes.
 enum class VectorKind {
   float32,  // as they were given: four bytes a number
   float16,  // rounded to IEEE binary16, half the size: 11 bits of each number

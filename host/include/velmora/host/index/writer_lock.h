@@ -6,13 +6,14 @@
 #include <string>
 #include <utility>
 
+#include "velmora/export.h"
 #include "velmora/host/index/index_folder.h"
 
 namespace velmora::host::index {
 
 // Holds the file `lock` locked. The kernel lets go of it when the process ends, however it ends;
 // the file stays.
-class WriterLock {
+class VELMORA_API WriterLock {
  public:
   // Nothing when another process holds the lock. Makes the file when it is missing. Throws
   // IndexError when it cannot be opened or must not be (index_folder.h), std::system_error when it

@@ -17,6 +17,7 @@ struct ParseLimits {
   // takes up to 144 MiB more: its code, and what its allocator loses between blocks.
   std::size_t memory = std::size_t{320} * 1024 * 1024;
 
+  // The time for a file of that many bytes.
   [[nodiscard]] std::chrono::microseconds time_for(std::size_t bytes) const {
     const auto size = static_cast<std::chrono::microseconds::rep>(bytes);
     return std::min(longest, time + time_per_mebibyte * size / (1024 * 1024));

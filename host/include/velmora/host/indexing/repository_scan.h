@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "velmora/export.h"
 #include "velmora/host/index/file_record.h"
 #include "velmora/host/index/symbol.h"
 #include "velmora/host/indexing/file_list.h"
@@ -19,7 +20,9 @@
 
 namespace velmora::host::indexing {
 
+// What is scanned, and how.
 struct ScanOptions {
+  // Which files are left out, and which language they are in.
   SourceRules rules = {};
   // A tree with more files, sources or not, is refused with TooManyFilesError.
   std::size_t most_files = ANY_NUMBER_OF_FILES;
@@ -32,6 +35,7 @@ struct ScanOptions {
   bool parse_known = false;
   // So are those that parsing took too much for.
   bool retry = false;
+  // What parsing a file may take; one that takes more is left out.
   ParseLimits limits = {};
   // The program that parses; empty: the one that came with this one.
   std::filesystem::path parse_worker = {};
@@ -39,14 +43,15 @@ struct ScanOptions {
 
 // A source file, and how it differs from what was known of it.
 struct ScannedFile {
+  // How it differs.
   enum class State {
     unchanged,  // the record is the known one
     noted,      // the record is another one, the symbols are the same
     read,       // the symbols are here; none when the record tells why the file was left out
   };
-  State state = State::read;
-  index::FileRecord file = {};
-  std::vector<index::Symbol> symbols = {};
+  State state = State::read;                // how it differs
+  index::FileRecord file = {};              // as it is now
+  std::vector<index::Symbol> symbols = {};  // in the order in which they stand in the file
 };
 
 // Reads the source files that list_files finds under a folder. Threads of its own work a bounded
@@ -59,7 +64,7 @@ struct ScannedFile {
 //
 // One thread uses a scan at a time. The destructor may be called at any moment; it waits for the
 // files being parsed.
-class RepositoryScan {
+class VELMORA_API RepositoryScan {
  public:
   // Lists the files. Throws as list_files does.
   explicit RepositoryScan(const std::filesystem::path& root, const ScanOptions& options = {});
@@ -70,8 +75,10 @@ class RepositoryScan {
   // Throws std::runtime_error when the program that parses cannot be run.
   [[nodiscard]] std::optional<ScannedFile> next();
 
-  // The source files found, and how many of them next() has left behind.
+  // How many source files were found.
   [[nodiscard]] std::size_t file_count() const;
+
+  // How many of them next() has left behind.
   [[nodiscard]] std::size_t files_done() const;
 
   // What is left out without next() saying so: folders for the most part.

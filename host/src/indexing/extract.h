@@ -16,16 +16,20 @@ class TooManySymbolsError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// What a symbol takes beside its texts, in bytes.
+inline constexpr std::size_t SYMBOL_OVERHEAD = 72;
+
 // How many bytes the symbols of a source of that size may take: the names, signatures, docstrings
 // and words of each and SYMBOL_OVERHEAD. People write files whose symbols take about as much as the
 // source; names within names can make them take thousands of times that.
-inline constexpr std::size_t SYMBOL_OVERHEAD = 72;
 [[nodiscard]] constexpr std::size_t most_symbol_bytes(std::size_t source) {
   return std::size_t{64} * 1024 + 32 * source;
 }
 
-// The most words of a body that a symbol has, and the most bytes that these take.
+// The most words of a body that a symbol has.
 inline constexpr std::size_t MOST_BODY_WORDS = 64;
+
+// The most bytes that these take.
 inline constexpr std::size_t LONGEST_BODY_WORDS = 4096;
 
 // The symbols of `source`, a file in `language` (named as in SOURCE_LANGUAGES) at `path` (relative
