@@ -24,6 +24,17 @@ foreach(title Host Index Interface Process)
   set_tests_properties(Python.${title} PROPERTIES ENVIRONMENT "${environment}")
 endforeach()
 
+find_package(nlohmann_json REQUIRED)
+# The library with the contract tests inside stands in for the other.
+add_library(velmora_python_contract MODULE ${PROJECT_SOURCE_DIR}/tests/contract/python_contract.cpp)
+velmora_target(velmora_python_contract)
+target_include_directories(velmora_python_contract PRIVATE ${PROJECT_SOURCE_DIR}/host/src)
+target_link_libraries(velmora_python_contract PRIVATE
+  velmora_contract "$<LINK_LIBRARY:WHOLE_ARCHIVE,velmora_host>" nlohmann_json::nlohmann_json)
+add_test(NAME Python.Contract COMMAND ${Python3_EXECUTABLE} -W error -m unittest tests.test_contract)
+set_tests_properties(Python.Contract PROPERTIES ENVIRONMENT
+  "${environment};VELMORA_LIBRARY=$<TARGET_FILE:velmora_python_contract>")
+
 # What is typed, in the package, its tests and its example.
 find_program(VELMORA_MYPY mypy)
 if(VELMORA_MYPY)
