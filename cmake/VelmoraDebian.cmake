@@ -27,7 +27,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
 
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME velmora)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION utils)
-# It is loaded when a server is asked, and velmora-train reads the history that git tells.
+# libcurl is loaded when a server is asked, and velmora-train reads the history that git tells.
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "git, libcurl4")
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "local retrieval of code from source repositories
 Velmora answers a question about a source repository, a sentence, keywords
@@ -54,6 +54,7 @@ program keeps, and the one that makes and reads an index itself.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvelmora-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+# The static SQLite wants zlib, and its own package does not say so.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "${library} (= ${PROJECT_VERSION}), libsqlite3-dev, libicu-dev, zlib1g-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "local retrieval of code, development files

@@ -227,7 +227,7 @@ class WordJudge final : public engines::DecisionClient {
     if (terms.empty()) throw engines::DecisionError("The question has no word to judge by");
     engines::DecisionResult result;
     for (std::size_t i = 0; i < state.candidates.size(); ++i) {
-      const std::string key = "candidate_" + std::to_string(i + 1);
+      const std::string key = engines::question_key(i);
       if (!questions.contains(key)) throw engines::DecisionError("No question is about " + key);
       const std::vector<std::string> words = retrieval::split_identifier(state.candidates[i]);
       const auto repeated = std::count_if(terms.begin(), terms.end(), [&](const auto& term) {

@@ -129,7 +129,7 @@ def bars(results):
         if "plain" in run and "other" in run:
             share = run["plain"] / run["other"]
             yield ("`velmora explore` for one question, the words of bodies left out, processor "
-                   "time: at most a third of the other program's", f"{share * 100:.0f} %",
+                   "time: at most a third of an earlier build's", f"{share * 100:.0f} %",
                    share <= 1 / 3)
     for corpus in results.of("long_question"):
         run = results.counters["long_question", corpus]
@@ -293,7 +293,7 @@ def one_shot_section(results):
     if "plain" in run:
         rows.append(["All, the words of bodies left out", ms(run["plain"])])
     if "other" in run:
-        rows.append(["All, the other program", ms(run["other"])])
+        rows.append(["All, an earlier build (`--against`)", ms(run["other"])])
     return ("## One question\n\nProcessor time of a program that is started for one question, index "
             "made and file cache warm; milliseconds.\n\n" + table(("Part", "Time"), rows))
 

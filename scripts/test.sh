@@ -4,6 +4,15 @@
 # the public headers are read before.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+case "${1:-}" in
+  "") ;;
+  -h | --help)
+    echo "usage: scripts/test.sh"
+    exit 0 ;;
+  *)
+    echo "test.sh: unknown argument '$1' (see --help)" >&2
+    exit 2 ;;
+esac
 scripts/install.sh test
 scripts/grammars.sh
 echo "== docs"

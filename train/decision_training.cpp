@@ -31,8 +31,7 @@ class Turner final : public engines::DecisionClient {
     seen = state;
     engines::DecisionResult result;
     for (std::size_t i = 0; i < questions.size(); ++i) {
-      result.probabilities.emplace("candidate_" + std::to_string(i + 1),
-                                   static_cast<double>(i) / 100.0);
+      result.probabilities.emplace(engines::question_key(i), static_cast<double>(i) / 100.0);
     }
     return result;
   }

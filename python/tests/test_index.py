@@ -131,41 +131,6 @@ class IndexTest(FolderTest):
         with self.assertRaisesRegex(ValueError, "The retriever is closed"):
             retriever.explore("x")
 
-    def test_threads_ask_while_one_updates(self) -> None:
-        """Every answer is of one state, and no later one of an earlier state."""
-        states = 6
-
-        def write(state: int) -> None:
-            self.write("state.py", f"def state{state}_marker():\n    pass\n")
-            velmora.Index.update(self.folder)
-
-        write(0)
-        seen: list[list[int]] = [[] for _ in range(4)]
-        retriever = velmora.Retriever(self.opened())
-        last = threading.Event()
-
-        def ask(answers: list[int]) -> None:
-            while True:
-                ends = last.is_set()
-                hits = retriever.explore("marker", scope="state.py").hits
-                answers += [int(hit.name[len("state") : -len("_marker")]) for hit in hits]
-                if ends:
-                    return
-
-        threads = [threading.Thread(target=ask, args=(answers,)) for answers in seen]
-        for thread in threads:
-            thread.start()
-        try:
-            for state in range(1, states):
-                write(state)
-        finally:
-            last.set()
-            for thread in threads:
-                thread.join()
-        for answers in seen:
-            self.assertEqual(answers, sorted(answers))
-            self.assertEqual(answers[-1], states - 1)
-
     def test_questions_leave_nothing_behind(self) -> None:
         velmora.Index.update(self.folder)
         retriever = velmora.Retriever(velmora.Index.open(self.folder))

@@ -4,13 +4,10 @@
 #include <numeric>
 
 namespace velmora::engines {
-namespace {
 
 std::string question_key(std::size_t position) {
   return "candidate_" + std::to_string(position + 1);
 }
-
-}  // namespace
 
 std::pair<DecisionState, DecisionQuestions> rerank_request(std::string_view question,
                                                            std::span<const std::string> lines) {

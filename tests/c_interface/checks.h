@@ -41,7 +41,6 @@ void write_file(const char* folder, const char* name, const char* content);
 void test_index(void);
 void test_update(void);
 void test_repository(void);
-void test_model(void);
 void test_callback_errors(void);
 void test_arguments(void);
 void test_struct_sizes(void);

@@ -28,7 +28,6 @@ int main(void) {
   test_index();
   test_update();
   test_repository();
-  test_model();
   test_callback_errors();
   test_struct_sizes();
   test_log();

@@ -20,7 +20,6 @@ struct host {
   int open_cursors;
   int released;
   size_t decided;
-  velmora_model* model;
 };
 
 static velmora_code result_of(struct host* host, const char* where) {
@@ -149,7 +148,7 @@ static velmora_code make(struct host* host, velmora_retriever** retriever) {
 }
 
 void test_repository(void) {
-  struct host host = {VELMORA_OK, NULL, 0, 0, 0, NULL};
+  struct host host = {VELMORA_OK, NULL, 0, 0, 0};
   velmora_retriever* retriever = NULL;
   velmora_answer* answer = NULL;
   velmora_ask_options options = VELMORA_INIT(velmora_ask_options);
@@ -177,48 +176,6 @@ void test_repository(void) {
   CHECK(host.released == 3);
 }
 
-// A host whose index stores what the built-in model makes of its symbols.
-static velmora_code nearest_stored(void* self, const float* values, size_t count,
-                                   velmora_string name, int64_t top_k, velmora_pairs* out) {
-  const velmora_model* model = ((struct host*)self)->model;
-  float* stored = malloc(count * sizeof *stored);
-  double best = -2;
-  int64_t found = 0;
-  CHECK(count == velmora_model_dimensions(model) && equal(name, velmora_model_name(model).data));
-  CHECK(stored != NULL && top_k >= 1);
-  for (size_t i = 0; i < SYMBOLS; ++i) {
-    velmora_symbol symbol = VELMORA_INIT(velmora_symbol);
-    double similarity = 0;
-    symbol.name = text(ALL[i].name);
-    symbol.docstring = text(ALL[i].docstring);
-    OK(velmora_model_embed(model, &symbol, text(NULL), stored));
-    for (size_t j = 0; j < count; ++j) similarity += (double)values[j] * (double)stored[j];
-    if (similarity > best) found = ALL[i].id;
-    if (similarity > best) best = similarity;
-  }
-  free(stored);
-  return velmora_put_pair(out, found, best);
-}
-
-void test_model(void) {
-  struct host host = {VELMORA_OK, NULL, 0, 0, 0, NULL};
-  velmora_retriever* retriever = NULL;
-  velmora_answer* answer = NULL;
-  velmora_hit hit = VELMORA_INIT(velmora_hit);
-  velmora_repository repository = repository_of(&host);
-  CODE(VELMORA_OTHER, "/no.model", velmora_model_open(text("/no.model"), &host.model));
-  OK(velmora_model_open(text(NULL), &host.model));
-  repository.nearest = nearest_stored;
-  OK(velmora_retriever_of_repository(&repository, NULL, &retriever));
-  OK(velmora_ask(retriever, text("dropping"), NULL, &answer));
-  CHECK(equal(velmora_answer_channel(answer, VELMORA_SEMANTIC), "ok"));
-  OK(velmora_answer_hit(answer, 0, &hit));
-  CHECK(equal(hit.name, "drop_config") && hit.semantic_rank == 1);
-  velmora_answer_free(answer);
-  velmora_retriever_free(retriever);
-  velmora_model_close(host.model);
-}
-
 // What a callback's error does to a question, by its code and its place.
 void test_callback_errors(void) {
   static const struct {
@@ -244,7 +201,7 @@ void test_callback_errors(void) {
       {"make", VELMORA_OTHER, VELMORA_OK, ""},
   };
   for (size_t i = 0; i < sizeof CASES / sizeof CASES[0]; ++i) {
-    struct host host = {CASES[i].fails, CASES[i].where, 0, 0, 0, NULL};
+    struct host host = {CASES[i].fails, CASES[i].where, 0, 0, 0};
     velmora_retriever* retriever = NULL;
     velmora_answer* answer = NULL;
     if (strcmp(CASES[i].where, "make") == 0) {

@@ -30,7 +30,7 @@ class Decisions : public engines::DecisionClient {
     if (decide_error) std::rethrow_exception(decide_error);
     engines::DecisionResult result;
     for (std::size_t i = 0; i < questions.size(); ++i) {
-      result.probabilities["candidate_" + std::to_string(i + 1)] = probability(i);
+      result.probabilities[engines::question_key(i)] = probability(i);
     }
     return result;
   }

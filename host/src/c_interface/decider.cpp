@@ -6,15 +6,10 @@
 #include <vector>
 
 #include "c_interface/arguments.h"
+#include "decision/candidate_answers.h"
 #include "velmora/workers/retrieval.h"
 
 namespace velmora::host::c_interface {
-namespace {
-
-// As engines::rerank_request names the question about a candidate.
-std::string key_of(std::size_t position) { return "candidate_" + std::to_string(position + 1); }
-
-}  // namespace
 
 CallbackDecider::CallbackDecider(const velmora_decider& given)
     : table_(taken(&given, "options->decider")), self_(table_.self, table_.release) {
@@ -41,8 +36,9 @@ engines::DecisionResult CallbackDecider::decide(const engines::DecisionState& st
   std::vector<velmora_string> candidates;
   std::vector<velmora_string> asked;
   for (std::size_t i = 0; i < count; ++i) {
-    const auto question = questions.find(key_of(i));
-    if (question == questions.end()) throw engines::DecisionError("No question is " + key_of(i));
+    const std::string key = engines::question_key(i);
+    const auto question = questions.find(key);
+    if (question == questions.end()) throw engines::DecisionError("No question is about " + key);
     candidates.push_back(string_of(state.candidates[i]));
     asked.push_back(string_of(question->second));
   }
@@ -59,11 +55,7 @@ engines::DecisionResult CallbackDecider::decide(const engines::DecisionState& st
   } catch (const CallbackError& error) {
     throw engines::DecisionError(error.what());
   }
-  engines::DecisionResult result;
-  for (std::size_t i = 0; i < count; ++i) {
-    result.probabilities.emplace(key_of(i), probabilities[i]);
-  }
-  return result;
+  return decision::candidate_answers(probabilities, questions);
 }
 
 }  // namespace velmora::host::c_interface

@@ -1,8 +1,6 @@
 // The settings of ranking, as the C interface has them.
 #pragma once
 
-#include <filesystem>
-
 #include "velmora/velmora.h"
 #include "velmora/workers/retrieval.h"
 

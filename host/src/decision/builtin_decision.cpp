@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "decision/candidate_answers.h"
 #include "decision/decision_weights.h"
 #include "decision/features.h"
 #include "files/shipped_file.h"
@@ -93,15 +94,8 @@ engines::DecisionResult BuiltinDecision::decide(const engines::DecisionState& st
   double sum = 0.0;
   const double best = chances.empty() ? 0.0 : *std::max_element(chances.begin(), chances.end());
   for (double& chance : chances) sum += chance = std::exp(chance - best);
-  engines::DecisionResult result;
-  for (std::size_t position = 0; position < chances.size(); ++position) {
-    std::string key = "candidate_" + std::to_string(position + 1);
-    if (!questions.contains(key)) throw DecisionError("No question is about " + key);
-    result.probabilities.emplace(std::move(key), chances[position] /= sum);
-  }
-  if (result.probabilities.size() != questions.size()) {
-    throw DecisionError("A question is about no candidate");
-  }
+  for (double& chance : chances) chance /= sum;
+  engines::DecisionResult result = candidate_answers(chances, questions);
   if (observer_) observer_(judged(rows, open.weights.weights, result, chances));
   return result;
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "decision/candidate.h"
+#include "decision/candidate_answers.h"
 #include "http/json_client.h"
 #include "velmora/workers/retrieval.h"
 
@@ -125,16 +126,7 @@ engines::DecisionResult HttpReranker::decide(const engines::DecisionState& state
   if (!std::ranges::all_of(scores, is_probability)) {
     std::ranges::transform(scores, scores.begin(), logistic);
   }
-  engines::DecisionResult result;
-  for (std::size_t position = 0; position < scores.size(); ++position) {
-    std::string key = "candidate_" + std::to_string(position + 1);
-    if (!questions.contains(key)) throw DecisionError("No question is about " + key);
-    result.probabilities.emplace(std::move(key), scores[position]);
-  }
-  if (result.probabilities.size() != questions.size()) {
-    throw DecisionError("A question is about no candidate");
-  }
-  return result;
+  return candidate_answers(scores, questions);
 }
 
 }  // namespace velmora::host::decision

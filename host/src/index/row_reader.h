@@ -38,8 +38,7 @@ class RowReader {
   explicit RowReader(const storage::Database& database, Use use = Use::few);
 
   // The row at which `select` stands. Its texts live until the statement's next step, its path and
-  // docstring until the reader's next row too. Throws DatabaseError when the index
-  // lacks its file.
+  // docstring until the reader's next row too. Throws DatabaseError when the index lacks its file.
   [[nodiscard]] storage::SymbolRow read(const storage::Statement& select);
 
  private:

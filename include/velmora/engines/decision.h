@@ -25,8 +25,11 @@ class VELMORA_API DecisionClient : public RerankClient {
   virtual bool source_consent() = 0;
 };
 
+// The key of the question about the candidate at `position`, which counts from 0: "candidate_1".
+[[nodiscard]] VELMORA_API std::string question_key(std::size_t position);
+
 // The state and the questions of a rerank: the question as the user gave it with the candidates'
-// lines numbered from 1, and one yes/no question for each candidate.
+// lines numbered from 1, and one yes/no question for each candidate, under its key.
 [[nodiscard]] VELMORA_API std::pair<DecisionState, DecisionQuestions> rerank_request(
     std::string_view question, std::span<const std::string> lines);
 

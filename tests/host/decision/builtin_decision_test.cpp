@@ -162,16 +162,6 @@ TEST(BuiltinDecision, RefusesAFileThatIsNotWhole) {
     flipped[i] = static_cast<char>(flipped[i] ^ 1 << i % 8);
     ASSERT_NE(fault(flipped), "") << i;
   }
-  // The retriever keeps its order and logs why.
-  fs::remove(file);
-  BuiltinDecision client(
-      file, std::make_shared<embedding::BuiltinEngine>(embedding::shipped_model_file()));
-  try {
-    order_of(client, "f", {"function f in a.c"});
-    FAIL();
-  } catch (const engines::DecisionError& error) {
-    EXPECT_EQ(error.what(), "The file of decision weights " + file.string() + " is missing");
-  }
 }
 
 }  // namespace

@@ -47,8 +47,6 @@ TEST(HttpReranker, ScoresTheCandidates) {
   EXPECT_EQ(decided.probabilities.at("candidate_1"), 0.5);
   EXPECT_NEAR(decided.probabilities.at("candidate_2"), 1 / (1 + std::exp(3)), 1e-15);
   EXPECT_EQ(order(client), (std::vector<std::size_t>{0, 1}));
-  EXPECT_TRUE(client.feature_enabled("explore_rerank_results"));
-  EXPECT_FALSE(client.feature_enabled("another"));
 }
 
 TEST(HttpReranker, SaysWhyItCannotDecide) {

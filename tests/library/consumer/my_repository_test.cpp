@@ -1,4 +1,4 @@
-// The README's repository keeps what the library asks of it.
+// The smallest example keeps what the library asks of it.
 #include "my_repository.h"
 
 #include <velmora/contract/repository.h>
