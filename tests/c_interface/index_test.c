@@ -147,6 +147,9 @@ void test_update(void) {
   update.self = (void*)folder;
   CODE(VELMORA_BUSY, "process ", velmora_index_update(text(folder), &update, NULL));
 
+  update.model = text("/no.model");
+  CODE(VELMORA_OTHER, "/no.model", velmora_index_update(text(folder), &update, NULL));
+
   char file[8192];
   write_file(folder, "index.db", "no index");
   snprintf(file, sizeof file, "%s/index.db", folder);
