@@ -107,7 +107,7 @@ class Index(Owner):
         embed: False leaves new symbols without a vector; the next update with it embeds them.
         wait: False raises BusyError at once when another process writes the index.
         retry: read files again that parsing took too much for.
-        rebuild: remove the index, and make it anew.
+        rebuild: remove the index, and make it anew; none is left if that is stopped.
         consent: the user means it, be it their home folder, "/" or a folder of over 200,000 files,
             which raise ConsentNeededError else. What has been indexed before needs no second word.
 

@@ -99,8 +99,8 @@ void test_struct_sizes(void) {
   later.unknown = 1;
   CODE(VELMORA_INVALID_ARGUMENT, "options",
        velmora_ask(retriever, text("x"), &later.known, &answer));
-  ask.size = 0;
-  CODE(VELMORA_INVALID_ARGUMENT, "options", velmora_ask(retriever, text("x"), &ask, &answer));
+  for (ask.size = 0; ask.size <= 12; ask.size += 12)  // 12: in the middle of a field
+    CODE(VELMORA_INVALID_ARGUMENT, "size", velmora_ask(retriever, text("x"), &ask, &answer));
   ask = later.known;
   ask.size = sizeof ask;
   ask.tests = 3;
