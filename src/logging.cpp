@@ -9,14 +9,15 @@ namespace {
 
 constexpr int NOTHING = static_cast<int>(Level::error) + 1;
 
-// The sink and its lock, made at first use so that logging works during static initialisation.
+// The sink and its lock, made at first use and never destroyed, so that logging works during static
+// initialisation and until the very end of the process.
 struct Holder {
   std::mutex lock;
   std::shared_ptr<Sink> sink;
 };
 
 Holder& holder() {
-  static Holder instance;
+  static Holder& instance = *new Holder;
   return instance;
 }
 

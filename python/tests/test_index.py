@@ -11,6 +11,7 @@ import tracemalloc
 import weakref
 from collections.abc import Callable
 from pathlib import Path
+from unittest.mock import patch
 
 import velmora
 
@@ -116,7 +117,11 @@ class IndexTest(FolderTest):
             (ValueError, "folder", lambda: velmora.Index.update("a\0b")),
             (ValueError, "largest_file", lambda: velmora.Index.update(self.folder, largest_file=-1)),
             (ValueError, "closed", closed.describe),
-            (ValueError, "closed", lambda: velmora.Retriever(closed)),
+            (TypeError, "Index.open", lambda: velmora.Index(self.folder)),  # type: ignore[arg-type]
+            (TypeError, "Settings", lambda: velmora.Retriever(closed, settings={})),  # type: ignore[arg-type]
+            (TypeError, "include_tests", lambda: retriever.explore("x", include_tests="no")),  # type: ignore[arg-type]
+            # Where no thread is to be had.
+            (TypeError, "callable", patch.object(threading.Thread, "start", None)(closed.describe)),
             (TypeError, "embedder", lambda: velmora.Retriever(self.opened(), embedder="x")),  # type: ignore[arg-type]
             (TypeError, "Repository", lambda: velmora.Retriever("x")),  # type: ignore[arg-type]
             (TypeError, "int", lambda: retriever.explore(3)),  # type: ignore[arg-type]
@@ -127,9 +132,6 @@ class IndexTest(FolderTest):
         for kind, text, call in cases:
             with self.subTest(text=text), self.assertRaisesRegex(kind, text):
                 call()
-        retriever.close()
-        with self.assertRaisesRegex(ValueError, "The retriever is closed"):
-            retriever.explore("x")
 
     def test_questions_leave_nothing_behind(self) -> None:
         velmora.Index.update(self.folder)

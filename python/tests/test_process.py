@@ -43,7 +43,7 @@ class ProcessTest(FolderTest):
     def test_the_end_of_python_ends_what_runs(self) -> None:
         """A daemon thread that updates, one that asks, and what nobody closed."""
         script = """
-import itertools, threading, velmora
+import itertools, sys, threading, velmora
 class Host(velmora.Repository):
     def fingerprint(self):
         return "one"
@@ -61,7 +61,14 @@ threading.Thread(target=update, daemon=True).start()
 begun.acquire()
 threading.Thread(target=host.explore, args=("f",), daemon=True).start()
 begun.acquire()
+class Last:
+    def __del__(self):
+        try:
+            kept.explore("f")
+        except velmora.StoppedError as error:
+            print(error)
+sys.modules["last"] = Last()
 print("end")
 """
         done = self.run_python("-c", script)
-        self.assertEqual((done.returncode, done.stdout), (0, "end\n"), done.stderr)
+        self.assertEqual((done.returncode, done.stdout), (0, "end\nPython is ending\n"), done.stderr)

@@ -33,10 +33,17 @@ class _Call(Generic[Result]):
         self._result: list[Result] = []
         self._error: BaseException | None = None
         self._raised: BaseException | None = None
+        self._begun = threading.Lock()  # taken by whoever begins it, or sees to it that nobody does
+        # Taken until it is done. Not an Event: an exception of a signal handler in the middle of its
+        # `wait` can leave it so that nobody gets past it.
+        self._busy = threading.Lock()
+        self._busy.acquire()
+        self._done = False
         self.stop = False  # set by other threads; its functions of the host then end it
-        self.done = threading.Event()
 
     def work(self) -> None:
+        if not self._begun.acquire(blocking=False):
+            return
         outer = _local.call
         _local.call = self
         _running.add(self)
@@ -49,7 +56,19 @@ class _Call(Generic[Result]):
         finally:
             _local.call = outer
             _running.discard(self)
-            self.done.set()
+            self._done = True
+            self._busy.release()
+
+    def wait(self, longest: float = -1) -> None:
+        """Until it is done, or for so many seconds. For one thread, as often as it likes."""
+        if not self._done:
+            self._busy.acquire(timeout=longest)
+
+    def give_up(self) -> None:
+        """Returns when the call is done, or will never begin."""
+        self.stop = True
+        if not self._begun.acquire(blocking=False):
+            self.wait()
 
     def result(self) -> Result:
         error, self._error = self._error, None
@@ -91,16 +110,16 @@ _ended = False
 def run(body: Callable[[], Result]) -> Result:
     """Does what `body` does, and raises what it raises."""
     call = _Call(body)
-    if threading.current_thread() is not threading.main_thread():
+    # At the end of Python a thread would start no more.
+    if _ended or threading.current_thread() is not threading.main_thread():
         call.work()
         return call.result()
     context = contextvars.copy_context()
     try:
         threading.Thread(target=context.run, args=(call.work,), name="velmora", daemon=True).start()
-        call.done.wait()
-    except BaseException:
-        call.stop = True
-        call.done.wait()
+        call.wait()
+    except BaseException:  # of a signal handler, or no thread is to be had
+        call.give_up()
         raise
     return call.result()
 
@@ -147,7 +166,7 @@ def _end() -> None:
     for call in calls:
         call.stop = True
     for call in calls:
-        call.done.wait(_PATIENCE)
+        call.wait(_PATIENCE)
 
 
 atexit.register(_end)

@@ -60,7 +60,11 @@ class Handle:
 class Owner:
     """What owns a handle and is closed with it."""
 
-    _handle: Handle
+    def __init__(self, handle: Handle) -> None:
+        if not isinstance(handle, Handle):
+            kind = type(self).__name__
+            raise TypeError(f"{kind}.open opens the {kind} of a path")
+        self._handle = handle
 
     def close(self) -> None:
         """Frees it, once nobody uses it any more. Closing twice is once."""

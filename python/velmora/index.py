@@ -66,9 +66,6 @@ class Index(Owner):
     """The index of one folder, open for reading. It answers from its newest state, whoever writes it
     meanwhile. To be closed, or used by `with`; a Retriever of it goes on. Made by `Index.open`."""
 
-    def __init__(self, handle: Handle) -> None:
-        self._handle = handle
-
     @staticmethod
     def open(path: StrPath) -> Index:
         """Opens the nearest index that covers a folder (its own or that of a folder above, as far as
@@ -97,8 +94,8 @@ class Index(Owner):
         """Makes the index of a folder, or brings it up to date, as `velmora index FOLDER` does: it
         stands in FOLDER/.velmora, and the settings of the user and the folder count. All or nothing:
         whoever reads the index sees its earlier state until this is done. An index that is unusable
-        is made anew, which the log tells. Takes minutes for a large repository, and well below a
-        second for one that hardly changed.
+        is made anew, which the log tells; there is none until that is done. Takes minutes for a
+        large repository, and well below a second for one that hardly changed.
 
         progress: called before each file and each symbol to embed, and while another process writes
             the index. What it raises ends the update and reaches the caller, and the index is as it
@@ -110,7 +107,7 @@ class Index(Owner):
         embed: False leaves new symbols without a vector; the next update with it embeds them.
         wait: False raises BusyError at once when another process writes the index.
         retry: read files again that parsing took too much for.
-        rebuild: make the index anew though it is there.
+        rebuild: remove the index, and make it anew; none is left if that is stopped.
         consent: the user means it, be it their home folder, "/" or a folder of over 200,000 files,
             which raise ConsentNeededError else. What has been indexed before needs no second word.
 

@@ -20,7 +20,7 @@ class Model(Owner):
     used by `with`. Made by `Model.open`."""
 
     def __init__(self, handle: Handle) -> None:
-        self._handle = handle
+        super().__init__(handle)
         with handle.use() as pointer:
             self._name = _c.text(_c.model_name(pointer))
             self._dimensions = int(_c.model_dimensions(pointer))

@@ -41,6 +41,8 @@ class Retriever(Owner):
         """
         options = _c.sized(_c.RetrieverOptions, model=path_string(model))
         if settings is not None:
+            if not isinstance(settings, Settings):
+                raise TypeError(f"settings are Settings or None, not {settings!r}")
             options.settings = ctypes.pointer(settings_for_c(settings))
         if isinstance(embedder, Embedder):
             options.embedder = ctypes.pointer(embedder_table(embedder))
@@ -50,7 +52,7 @@ class Retriever(Owner):
             options.decider = ctypes.pointer(decider_table(decisions))
         else:
             options.without_decider = _without(decisions, "decisions", "a Decider")
-        self._handle = run(lambda: _opened(source, options))
+        super().__init__(run(lambda: _opened(source, options)))
 
     def explore(
         self,
@@ -76,6 +78,8 @@ class Retriever(Owner):
         verbatim: take every word as it stands. Else, of an Index, the capital that begins a sentence
             is no sign of a name in code; a host's own index is always asked so.
         """
+        if include_tests not in _TESTS:
+            raise TypeError(f"include_tests is True, False or None, not {include_tests!r}")
         text = _c.string(question)
         options = _c.sized(
             _c.AskOptions,

@@ -99,8 +99,8 @@ void test_struct_sizes(void) {
   later.unknown = 1;
   CODE(VELMORA_INVALID_ARGUMENT, "options",
        velmora_ask(retriever, text("x"), &later.known, &answer));
-  ask.size = 0;
-  CODE(VELMORA_INVALID_ARGUMENT, "options", velmora_ask(retriever, text("x"), &ask, &answer));
+  for (ask.size = 0; ask.size <= 12; ask.size += 12)  // 12: in the middle of a field
+    CODE(VELMORA_INVALID_ARGUMENT, "size", velmora_ask(retriever, text("x"), &ask, &answer));
   ask = later.known;
   ask.size = sizeof ask;
   ask.tests = 3;
@@ -109,10 +109,10 @@ void test_struct_sizes(void) {
   velmora_index_close(index);
 }
 
-struct log {
+static struct log {
   int records;
   int released;
-};
+} log = {0, 0};
 
 static void count_records(void* self, int32_t level, velmora_string logger, velmora_string record) {
   CHECK(level >= VELMORA_LOG_DEBUG && strncmp(logger.data, "velmora.", 8) == 0 && record.size > 0);
@@ -123,11 +123,19 @@ static void release_log(void* self) { ++((struct log*)self)->released; }
 
 void test_log(void) {
   const char* folder = new_folder();
-  struct log log = {0, 0};
   write_file(folder, "a.py", "def first():\n    pass\n");
   OK(velmora_set_log(count_records, &log, release_log, VELMORA_LOG_DEBUG));
   OK(velmora_index_update(text(folder), NULL, NULL));
   CHECK(log.records > 0 && log.released == 0);
+}
+
+// Runs after main, and after what the library might end there.
+void test_end(void) {
+  const char* folder = new_folder();
+  velmora_index* index = NULL;
+  write_file(folder, "a.py", "def first():\n    pass\n");
+  CODE(VELMORA_NO_INDEX, folder, velmora_index_open(text(folder), &index));
+  OK(velmora_index_update(text(folder), NULL, NULL));
   OK(velmora_set_log(NULL, NULL, NULL, VELMORA_LOG_INFO));
   CHECK(log.released == 1);
 }

@@ -45,5 +45,6 @@ void test_callback_errors(void);
 void test_arguments(void);
 void test_struct_sizes(void);
 void test_log(void);
+void test_end(void);
 
 #endif

@@ -97,6 +97,9 @@ void test_update(void) {
   CODE(VELMORA_STOPPED, "that is enough", velmora_index_update(text(folder), &update, NULL));
   CODE(VELMORA_NO_INDEX, folder, velmora_index_open(text(folder), &index));
 
+  update.model = text("/no.model");
+  CODE(VELMORA_OTHER, "/no.model", velmora_index_update(text(folder), &update, NULL));
+
   char file[8192];
   write_file(folder, "index.db", "no index");
   snprintf(file, sizeof file, "%s/index.db", folder);

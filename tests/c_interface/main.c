@@ -24,6 +24,7 @@ void write_file(const char* folder, const char* name, const char* content) {
 }
 
 int main(void) {
+  CHECK(atexit(test_end) == 0);
   test_arguments();
   test_index();
   test_update();

@@ -31,6 +31,8 @@
 // used by nobody then and afterwards. The library starts threads while velmora_index_update runs,
 // and none otherwise.
 //
+// The end of the process. All of it works until then, also in functions of atexit and destructors.
+//
 // Structs. Each begins with its size, which VELMORA_INIT sets together with zeros everywhere else,
 // and zero is each field's default. So a struct may grow: of a shorter one, which an earlier
 // version of this header made, the fields that it lacks count as default and are never written. One
@@ -138,7 +140,8 @@ typedef void (*velmora_log_function)(void* self, int32_t level, velmora_string l
 
 // Sends what the whole process logs from `level` on to `log`, in place of what was set before;
 // null: nowhere, as at the start. `release`, if not null, is called with `self` once `log` is done,
-// which may be a little after another was set, and on another thread; not when this call fails.
+// which may be a little after another was set, and on another thread; not when this call fails, nor
+// when the process ends before.
 VELMORA_API velmora_code velmora_set_log(velmora_log_function log, void* self,
                                          void (*release)(void* self),
                                          int32_t level) VELMORA_NOEXCEPT;
@@ -182,7 +185,7 @@ typedef struct velmora_update_options {
   bool without_model;  // do not embed new symbols; the next update without it does
   bool no_wait;        // VELMORA_BUSY at once when another process writes the index
   bool retry;          // read files again that parsing took too much for
-  bool rebuild;        // make the index anew though it is there
+  bool rebuild;        // remove the index, and make it anew; none is left if that is stopped
   // The user means it, be it their home folder, "/" or a folder of over 200,000 files, which is
   // VELMORA_CONSENT_NEEDED else. What has been indexed before needs no second word.
   bool consent;
@@ -204,8 +207,9 @@ typedef struct velmora_update_report {
 // Makes the index of a folder, or brings it up to date, as `velmora index FOLDER` does: it stands
 // in FOLDER/.velmora, and settings of the user and the folder count. All or nothing; whoever reads
 // the index sees its earlier state until this is done. An index that is damaged, of another version
-// or not made here is made anew, which the log tells. `options` and `report` may be null; the
-// report is written on success alone, and when `skipped` ended its list.
+// or not made here is made anew, which the log tells; there is none until that is done. `options`
+// and `report` may be null; the report is written on success alone, and when `skipped` ended its
+// list.
 //
 // Blocks: a large repository takes minutes, one that hardly changed well below a second. Sources
 // are parsed by processes of its own, which end with it. Meanwhile the host must not reap processes
@@ -242,7 +246,7 @@ VELMORA_API void velmora_index_close(velmora_index* index) VELMORA_NOEXCEPT;
 // A symbol, as a host's index streams it.
 typedef struct velmora_symbol {
   size_t size;               // as the library set it
-  int64_t id;                // any value; unique among the rows
+  int64_t id;                // any value; unique among the rows: two of one end the question
   velmora_string fqn;        // fully qualified name
   velmora_string name;       // its own name
   velmora_string kind;       // one of the kinds asked for

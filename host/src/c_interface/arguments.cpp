@@ -47,7 +47,8 @@ std::size_t size_of(const void* given, const char* name) {
   require(given != nullptr, name);
   std::size_t size = 0;
   std::memcpy(&size, given, sizeof(size));
-  if (size < sizeof(size) || size > LARGEST_STRUCT) {
+  const bool cuts_a_field = size % alignof(std::size_t) != 0;
+  if (size < sizeof(size) || size > LARGEST_STRUCT || cuts_a_field) {
     refuse(name, "does not say its size: VELMORA_INIT sets it");
   }
   return size;

@@ -1,9 +1,13 @@
 #include "c_interface/message.h"
 
+#include <array>
+#include <cstddef>
 #include <exception>
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include "c_interface/arguments.h"
 #include "c_interface/callback.h"
@@ -13,6 +17,15 @@
 
 namespace velmora::host::c_interface {
 namespace {
+
+// The thread's message, once there is one. A destructor ends neither of the two: other destructors
+// of the thread, and functions of atexit, come after those of the library.
+thread_local std::string* current = nullptr;
+alignas(std::string) thread_local std::array<std::byte, sizeof(std::string)> room;
+
+struct AtEndOfThread {
+  ~AtEndOfThread() { std::destroy_at(std::exchange(current, nullptr)); }
+};
 
 // Keeps the text if there is memory for it.
 velmora_code told(velmora_code code, std::string_view text) noexcept {
@@ -27,8 +40,11 @@ velmora_code told(velmora_code code, std::string_view text) noexcept {
 }  // namespace
 
 std::string& message() noexcept {
-  thread_local std::string text;
-  return text;
+  if (current == nullptr) {
+    current = new (room.data()) std::string;
+    [[maybe_unused]] thread_local const AtEndOfThread end;
+  }
+  return *current;
 }
 
 velmora_code code_of_current_error() noexcept {

@@ -32,7 +32,8 @@ velmora_settings settings_for_c(const RetrievalSettings& settings) {
 }
 
 const RetrievalSettings& standard() {
-  static const RetrievalSettings settings;
+  // Never destroyed: hosts have threads and functions that run at the end of the process.
+  static const RetrievalSettings& settings = *new RetrievalSettings;
   return settings;
 }
 

@@ -33,7 +33,8 @@ std::shared_ptr<const WordModel> indexing_model(const std::optional<fs::path>& n
   try {
     return index_engine(named, index_file, tell)->model();
   } catch (const engines::EmbeddingNotReadyError& error) {
-    if (chosen_model_file(named, index_file)) throw;
+    // To come back later would not help.
+    if (chosen_model_file(named, index_file)) throw ModelFileError(error.what());
     tell(std::string(error.what()) + ". Indexing without embeddings");
     return nullptr;
   }

@@ -30,8 +30,8 @@ using Tell = std::function<void(const std::string& sentence)>;
     const Tell& tell);
 
 // The model that embeds the symbols of an index; null when there is none to be had, though nobody
-// chose another than the one that came with the program. Throws EmbeddingNotReadyError when it is
-// the chosen one.
+// chose another than the one that came with the program. Throws ModelFileError when it is the
+// chosen one.
 [[nodiscard]] std::shared_ptr<const WordModel> indexing_model(
     const std::optional<std::filesystem::path>& named, const std::filesystem::path& index_file,
     const Tell& tell);

@@ -149,10 +149,11 @@ std::string schema_of(Database& database) {
 }
 
 const std::string& our_schema() {
-  static const std::string schema = [] {
+  // Never destroyed: hosts have threads and functions that run at the end of the process.
+  static const std::string& schema = *[] {
     Database made(":memory:", SQLITE_OPEN_READWRITE);
     made.execute(all_tables());
-    return schema_of(made);
+    return new std::string(schema_of(made));
   }();
   return schema;
 }

@@ -24,6 +24,14 @@ std::string time_of_day() {
 
 }  // namespace
 
+WriterLock::WriterLock(OpenFile file) : file_(std::move(file)), process_(::getpid()) {}
+
+WriterLock::~WriterLock() {
+  // Closing the file is not enough: processes that were forked meanwhile have it open too.
+  const int descriptor = file_.descriptor();
+  if (descriptor >= 0 && process_ == ::getpid()) ::flock(descriptor, LOCK_UN);
+}
+
 std::optional<WriterLock> WriterLock::try_take(const std::filesystem::path& lock) {
   const auto fail = [&] {
     throw std::system_error(errno, std::generic_category(), lock.string() + " cannot be locked");

@@ -87,7 +87,13 @@ void TextTables::add(const SymbolDocument& symbol, const Vocabulary& vocabulary)
       text_of(symbol.path(), vocabulary), text_of(symbol.docstring(), vocabulary)};
   int parameter = 1;
   for (const std::string& text : texts) insert_symbol_.bind(++parameter, text);
-  insert_symbol_.run();
+  try {
+    insert_symbol_.run();
+  } catch (const DatabaseError& error) {
+    if (error.code() != SQLITE_CONSTRAINT) throw;
+    throw DatabaseError(error.extended_code(),
+                        "two symbols have the id " + std::to_string(symbol.id));
+  }
 }
 
 void TextTables::add_files(const Documents& documents) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -166,8 +167,14 @@ TEST(IndexCommand, WaitsForAnotherIndexer) {
   EXPECT_NE(refused.errors.find(who), std::string::npos) << refused.errors;
   Running waiting({"index", at});
   EXPECT_NE(waiting.line_with("Waiting for it").find(who), std::string::npos);
+  const pid_t forked = ::fork();  // as a host's own processes are; it holds nothing
+  if (forked == 0) {
+    while (true) ::pause();
+  }
   lock.reset();
   EXPECT_EQ(waiting.line_with("Indexed").find("Indexed 1 file, "), 0U);
+  ::kill(forked, SIGKILL);
+  ::waitpid(forked, nullptr, 0);
 }
 
 TEST(IndexCommand, WatchesFilesAndNewFolders) {

@@ -150,7 +150,7 @@ TEST(TextIndex, PostingListsFailAsTheTablesDo) {
     const auto [twice, other] = ids;
     const TextDocuments documents =
         documents_of({{1, {"a"}}, {2, {"b"}}, {twice, {"c"}}, {other + 2, {"d"}}});
-    EXPECT_EQ(errors({}, documents), "19 constraint failed");
+    EXPECT_EQ(errors({}, documents), "19 two symbols have the id " + std::to_string(twice));
   }
   RetrievalSettings settings;
   for (const double weight : {1e16, 1e-5, std::numeric_limits<double>::infinity(),

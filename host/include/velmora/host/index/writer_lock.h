@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "velmora/export.h"
 #include "velmora/host/index/index_folder.h"
@@ -12,7 +11,7 @@
 namespace velmora::host::index {
 
 // Holds the file `lock` locked. The kernel lets go of it when the process ends, however it ends;
-// the file stays.
+// the file stays. Processes that it forks do not hold it.
 class VELMORA_API WriterLock {
  public:
   // Nothing when another process holds the lock. Makes the file when it is missing. Throws
@@ -23,10 +22,15 @@ class VELMORA_API WriterLock {
   // Who holds it, for a sentence: "process 4711, since 12:00:05"; less when that is not known.
   [[nodiscard]] static std::string holder(const std::filesystem::path& lock);
 
+  WriterLock(WriterLock&&) noexcept = default;
+  WriterLock& operator=(WriterLock&&) = delete;
+  ~WriterLock();
+
  private:
-  explicit WriterLock(OpenFile file) : file_(std::move(file)) {}
+  explicit WriterLock(OpenFile file);
 
   OpenFile file_;
+  int process_;  // whose lock it is
 };
 
 }  // namespace velmora::host::index
