@@ -22,6 +22,7 @@ class VELMORA_API WriterLock {
   // Who holds it, for a sentence: "process 4711, since 12:00:05"; less when that is not known.
   [[nodiscard]] static std::string holder(const std::filesystem::path& lock);
 
+  // Leaves the other one with nothing to let go of.
   WriterLock(WriterLock&&) noexcept = default;
   WriterLock& operator=(WriterLock&&) = delete;
   ~WriterLock();
